@@ -1,0 +1,12 @@
+# Sanitizers and coverage act on the whole build, so that no object is left out.
+set(ZEL_SANITIZE "" CACHE STRING "Sanitizers to build with, as in -fsanitize=")
+option(ZEL_COVERAGE "Record line and branch coverage" OFF)
+
+if(ZEL_SANITIZE)
+    add_compile_options(-fsanitize=${ZEL_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all -O1)
+    add_link_options(-fsanitize=${ZEL_SANITIZE})
+endif()
+if(ZEL_COVERAGE)
+    add_compile_options(--coverage -fprofile-update=atomic)
+    add_link_options(--coverage)
+endif()

@@ -1,0 +1,56 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+
+/** The platform's TCP sockets behind one contract. Errors carry Winsock's numbers on both platforms. */
+namespace zel::net {
+
+/** A socket handle as messages print it, with "%d". kNoSocket (0) stands for none. */
+using SocketHandle = std::int32_t;
+inline constexpr SocketHandle kNoSocket = 0;
+inline constexpr int kSocketError = -1;
+
+inline constexpr int kErrorConnectionAborted = 10053;
+inline constexpr int kErrorConnectionReset = 10054;
+inline constexpr int kErrorAlreadyConnected = 10056;
+inline constexpr int kErrorShutDown = 10058;
+inline constexpr int kErrorConnectionRefused = 10061;
+
+enum class ShutdownDirection { Send, Both };
+
+/** An IPv4 endpoint; both members are in network byte order. */
+struct Endpoint {
+    std::uint32_t address = 0;
+    std::uint16_t port = 0;
+};
+
+std::uint16_t toNetworkOrder(std::uint16_t value) noexcept;
+std::uint32_t toNetworkOrder(std::uint32_t value) noexcept;
+/** "127.0.0.1" */
+std::string dottedAddress(std::uint32_t networkOrderAddress);
+
+/** Asks for Winsock 2.0 (nothing to do elsewhere). A failure is only logged: the next socket call
+ *  fails and is reported there. */
+void startUp();
+void cleanUp() noexcept;
+
+/** The calling thread's last socket error, as Winsock numbers it. */
+int lastError() noexcept;
+
+/** kNoSocket on failure. */
+SocketHandle createTcpSocket() noexcept;
+/** 0, or kSocketError. */
+int connect(SocketHandle socket, const Endpoint &endpoint) noexcept;
+/** Switches off the delay of small segments; a failure is ignored. */
+void setNoDelay(SocketHandle socket) noexcept;
+/** Bytes taken, or kSocketError. Never raises SIGPIPE. */
+int send(SocketHandle socket, const void *data, std::size_t length) noexcept;
+/** Bytes received, 0 when the peer closed in order, or kSocketError. */
+int recv(SocketHandle socket, void *data, std::size_t length) noexcept;
+/** Wakes calls that are pending on the socket, also where the platform's own shutdown does not. */
+int shutdown(SocketHandle socket, ShutdownDirection direction) noexcept;
+int close(SocketHandle socket) noexcept;
+
+} // namespace zel::net

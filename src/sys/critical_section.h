@@ -1,0 +1,47 @@
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <memory>
+
+namespace zel::threadsynch {
+
+/** A recursive lock that tolerates one mistake: an unlock without a matching lock leaves the
+ *  system's lock untouched (the count turns negative). Any thread may lock; the thread that
+ *  locked unlocks. */
+class CriticalSection
+{
+public:
+    CriticalSection();
+    virtual ~CriticalSection();
+    CriticalSection(const CriticalSection &) = delete;
+    CriticalSection &operator=(const CriticalSection &) = delete;
+
+    void lock();
+    void unlock();
+    std::int32_t lockCount() const noexcept { return m_lockCount.load(); }
+
+private:
+    struct Native;
+
+    std::atomic<std::int32_t> m_lockCount{0};
+    std::unique_ptr<Native> m_native;
+};
+
+/** Holds a section from construction until unlock() or destruction. */
+class CriticalSectionGuard
+{
+public:
+    explicit CriticalSectionGuard(CriticalSection &section);
+    virtual ~CriticalSectionGuard();
+    CriticalSectionGuard(const CriticalSectionGuard &) = delete;
+    CriticalSectionGuard &operator=(const CriticalSectionGuard &) = delete;
+
+    void unlock();
+
+private:
+    bool m_locked = false;
+    CriticalSection *m_section;
+};
+
+} // namespace zel::threadsynch
