@@ -1,0 +1,72 @@
+#pragma once
+
+#include "value.h"
+
+#include <chrono>
+#include <filesystem>
+#include <map>
+#include <optional>
+#include <string>
+
+namespace pensim
+{
+
+// A page's address from its five fields; 0xfff (third field: 0xffff) stands for a missing one.
+constexpr std::uint64_t pageAddress(std::uint64_t field1, std::uint64_t field2, std::uint64_t field3,
+                                    std::uint64_t field4, std::uint64_t field5)
+{
+    return field1 << 52 | field2 << 40 | field3 << 24 | field4 << 12 | field5;
+}
+
+// "1.2.3.4" or "1.2.3.4.5"; throws std::invalid_argument.
+std::uint64_t parsePageAddress(const std::string &text);
+std::string pageAddressText(std::uint64_t address);
+
+struct PageSpec {
+    std::uint64_t address = 0;
+    Value strokes;                           // a binary, unless a test wants another type
+    std::optional<std::uint32_t> listedSize; // what the page list tells; else the size of the strokes
+
+    std::uint32_t size() const;
+};
+
+// `size` bytes that follow from the seed alone: x(0) = seed, x(n+1) = 6364136223846793005 x(n) +
+// 1442695040888963407 modulo 2^64, byte n the high 8 bits of x(n+1).
+Bytes generatedStrokes(std::size_t size, std::uint64_t seed);
+
+// The chaining value that the password digest starts from; pens and hosts must agree on it.
+using ChainingValue = std::vector<std::uint8_t>; // 32 bytes
+ChainingValue defaultChainingValue();
+
+struct DfuSpec {
+    bool manifestationTolerant = true;
+    std::uint16_t detachTimeout = 1000; // milliseconds
+    std::uint16_t transferSize = 4096;  // largest download block
+    std::chrono::milliseconds blockTime{1};
+    std::chrono::milliseconds manifestTime{20};
+    std::filesystem::path imageFile; // where a downloaded image is written; empty for nowhere
+};
+
+// Everything that a pen is when it is first docked.
+struct PenSpec {
+    std::uint64_t id = 0;
+    std::string brand = "Simulated pen";
+    std::uint64_t softwareVersion = 0x0503;
+    std::vector<std::string> protocols = {"PSP41"};
+    std::uint16_t vendorId = 0x1209;
+    std::uint16_t productId = 0x0001;
+    std::uint16_t port = 0;                    // 0: any free one
+    bool dfuMode = false;                      // in firmware-upgrade mode: listed to its subscribers only
+    bool docked = true;                        // present when the service starts
+    std::map<std::uint16_t, Value> properties; // over the built-in ones
+    std::vector<PageSpec> pages;
+    std::vector<PageSpec> styloPages;
+    std::string password;
+    std::string hint;
+    std::optional<bool> locked; // unless given, a pen with a password is locked
+    std::optional<Bytes> encryptedData;
+    ChainingValue chainingValue = defaultChainingValue();
+    DfuSpec dfu;
+};
+
+} // namespace pensim

@@ -1,0 +1,22 @@
+#pragma once
+
+#include "pen_spec.h"
+
+#include <string_view>
+
+namespace pensim
+{
+
+struct Scenario {
+    std::vector<PenSpec> pens; // listed in this order
+};
+
+// Three ordinary pens (PSP 4.1 with pages up to 1 MiB; PSP 4.0 of software version 0x0502; a locked one) and
+// one in firmware-upgrade mode.
+Scenario defaultScenario();
+
+// Reads the JSON text of a scenario; throws std::runtime_error that names the place.
+Scenario parseScenario(std::string_view json);
+Scenario loadScenario(const std::filesystem::path &file);
+
+} // namespace pensim
