@@ -1,0 +1,84 @@
+#pragma once
+
+#include "net/socket.h"
+#include "protocol/value.h"
+#include "sys/critical_section.h"
+
+#include <array>
+#include <atomic>
+#include <cstdint>
+#include <memory>
+#include <span>
+
+namespace zel
+{
+
+class PspInstruction;
+class SocketStream;
+
+/** The connection to one pen's service: one request and its response at a time. A service that
+ *  went away leaves the client connected with a failed stream, on which every further exchange
+ *  fails; only disconnect() ends it. Exchanges may be asked for by any thread and never
+ *  interleave; connect() and disconnect() must not run beside one. */
+class PspClientBase
+{
+public:
+    /** Address in network byte order, port in the host's. */
+    PspClientBase(std::uint32_t address, std::uint16_t port);
+    virtual ~PspClientBase();
+    PspClientBase(const PspClientBase &) = delete;
+    PspClientBase &operator=(const PspClientBase &) = delete;
+
+    /** While it is not, neither connections nor exchanges are tried. */
+    void setPenConnected(bool connected) noexcept { m_penConnected = connected; }
+
+    /** Throws PspConnectionException. A failed attempt keeps the socket for the next one; connecting
+     *  again while connected succeeds. */
+    void connect();
+    void disconnect() noexcept;
+
+protected:
+    /** One exchange; the arguments (unique_ptr<Value> each) travel under the keys 0, 1, 2, ...
+     *  Throws PspConnectionException when the connection is lost, and by the status that the pen
+     *  answers. The result is never null. */
+    template <class... Arguments>
+    std::unique_ptr<Value> execute(std::uint32_t instructionCode, Arguments... arguments)
+    {
+        std::array<std::unique_ptr<Value>, sizeof...(Arguments)> list{std::move(arguments)...};
+        return exchange(instructionCode, list);
+    }
+
+private:
+    std::unique_ptr<Value> exchange(std::uint32_t instructionCode,
+                                    std::span<std::unique_ptr<Value>> arguments);
+    void sendRequest(const PspInstruction &instruction);
+    std::unique_ptr<Value> receiveAndParseResponse();
+    std::unique_ptr<Value> receive();
+
+    /** The TCP socket, closed when the client lets go of it. */
+    class Socket
+    {
+    public:
+        Socket() = default;
+        ~Socket() { reset(); }
+        Socket(const Socket &) = delete;
+        Socket &operator=(const Socket &) = delete;
+
+        void create();
+        void reset() noexcept;
+        net::SocketHandle get() const noexcept { return m_handle; }
+        bool exists() const noexcept { return m_handle != net::kNoSocket; }
+
+    private:
+        net::SocketHandle m_handle = net::kNoSocket;
+    };
+
+    Socket m_socket;
+    std::unique_ptr<SocketStream> m_stream;
+    std::atomic<bool> m_penConnected{false};
+    std::uint32_t m_address;
+    std::uint16_t m_port;
+    threadsynch::CriticalSection m_lock;
+};
+
+} // namespace zel
