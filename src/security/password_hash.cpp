@@ -1,0 +1,59 @@
+#include "security/password_hash.h"
+
+#include "hash_chaining_value.h"
+#include "security/rijndael256.h"
+
+#include <cstring>
+
+namespace zel
+{
+
+namespace
+{
+
+constexpr std::size_t kBlockSize = Rijndael256::kBlockSize;
+constexpr std::size_t kPenIdSize = 8;
+// Room for the longest input, its zero byte and pen id, and for the zeros that fill the last block.
+constexpr std::size_t kMaxInputLength = kMaxPasswordLength + 1 + kPenIdSize;
+using HashInput = WipedBytes<(kMaxInputLength / kBlockSize + 1) * kBlockSize>;
+
+/** Fills the input (password, zero byte, pen id with its most significant byte first) and gives
+ *  its length. */
+std::size_t buildInput(const char *password, std::uint64_t penId, HashInput &input)
+{
+    std::size_t length = 0;
+    while (length < kMaxPasswordLength && password[length] != '\0') {
+        input[length] = static_cast<std::uint8_t>(password[length]);
+        ++length;
+    }
+    input[length++] = 0;
+    for (int shift = 56; shift >= 0; shift -= 8)
+        input[length++] = static_cast<std::uint8_t>(penId >> shift);
+    return length;
+}
+
+/** One step of the construction: the block is the key, the digest so far the text that it encrypts. */
+void chain(PasswordDigest &digest, Rijndael256::ConstBlock block)
+{
+    PasswordDigest encrypted;
+    Rijndael256(block).encrypt(digest, encrypted);
+    for (std::size_t i = 0; i < digest.size(); ++i)
+        digest[i] ^= encrypted[i];
+}
+
+} // namespace
+
+PasswordDigest hashPassword(const char *password, std::uint64_t penId)
+{
+    HashInput input;
+    const std::size_t length = buildInput(password, penId, input);
+
+    PasswordDigest digest = kHashChainingValue;
+    // The last block is always there, filled up with zeros: an input of whole blocks is followed by
+    // one of zeros alone.
+    for (std::size_t offset = 0; offset <= length; offset += kBlockSize)
+        chain(digest, Rijndael256::ConstBlock(&input[offset], kBlockSize));
+    return digest;
+}
+
+} // namespace zel

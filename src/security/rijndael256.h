@@ -1,0 +1,39 @@
+#pragma once
+
+#include "sys/secure_wipe.h"
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <span>
+
+namespace zel
+{
+
+/** The Rijndael cipher with a block of 256 bits and a key of 256 bits: 14 rounds. Encryption only;
+ *  the password hash needs no more.
+ *  The key schedule lives as long as the object and is wiped with it. One thread per object. */
+class Rijndael256
+{
+public:
+    static constexpr std::size_t kBlockSize = 32;
+    static constexpr std::size_t kKeySize = 32;
+    using ConstBlock = std::span<const std::uint8_t, kBlockSize>;
+    using Block = std::span<std::uint8_t, kBlockSize>;
+
+    explicit Rijndael256(std::span<const std::uint8_t, kKeySize> key);
+    ~Rijndael256();
+    Rijndael256(const Rijndael256 &) = delete;
+    Rijndael256 &operator=(const Rijndael256 &) = delete;
+
+    /** The two blocks may be the same one. */
+    void encrypt(ConstBlock plain, Block cipher) const;
+
+private:
+    static constexpr std::size_t kColumns = kBlockSize / 4;
+    static constexpr std::size_t kRounds = 14;
+
+    std::array<std::uint32_t, kColumns *(kRounds + 1)> m_roundKeys;
+};
+
+} // namespace zel
