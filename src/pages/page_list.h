@@ -1,0 +1,39 @@
+#pragma once
+
+#include "pages/pen_page.h"
+#include "protocol/value.h"
+
+#include <cstddef>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace zel {
+
+/** An ordered sequence of pages. */
+class PageList
+{
+public:
+    PageList() = default;
+    /** From the pen's answer, in its order; the null value gives an empty list. Throws ZELException on
+     *  anything else that is no list of pages. */
+    explicit PageList(const Value &answer);
+
+    void append(PenPage page) { m_pages.push_back(std::move(page)); }
+    /** Ascending by address; pages of equal address keep their order. */
+    void sort();
+
+    std::size_t size() const noexcept { return m_pages.size(); }
+    bool empty() const noexcept { return m_pages.empty(); }
+    const PenPage &operator[](std::size_t index) const { return m_pages[index]; }
+    auto begin() const noexcept { return m_pages.begin(); }
+    auto end() const noexcept { return m_pages.end(); }
+
+    /** Each address followed by ";". */
+    std::string toString() const;
+
+private:
+    std::vector<PenPage> m_pages;
+};
+
+} // namespace zel

@@ -1,0 +1,44 @@
+#pragma once
+
+#include "pages/page_address.h"
+#include "protocol/value.h"
+
+#include <cstdint>
+#include <memory>
+#include <utility>
+#include <vector>
+
+namespace zel {
+
+/** The strokes of one page. */
+class PenPageStrokes
+{
+public:
+    PenPageStrokes() = default;
+    PenPageStrokes(const PageAddress &address, std::unique_ptr<Value> strokes) noexcept
+        : m_address(address), m_strokes(std::move(strokes))
+    {
+    }
+
+    void setAddress(const PageAddress &address) { m_address = address; }
+    /** Takes a deep copy. */
+    void setStrokes(const Value &strokes) { m_strokes = strokes.copy(); }
+    /** Takes the value over: strokes run to megabytes. */
+    void setStrokes(std::unique_ptr<Value> strokes) noexcept { m_strokes = std::move(strokes); }
+    bool hasStrokes() const noexcept { return m_strokes != nullptr; }
+    /** Bytes of the strokes, 0 when there are none; throws ZELException when they are no run of bytes. */
+    std::uint32_t byteSize() const;
+    const PageAddress &address() const noexcept { return m_address; }
+    /** Null when there are none. */
+    const Value *strokes() const noexcept { return m_strokes.get(); }
+    std::unique_ptr<Value> takeStrokes() noexcept { return std::move(m_strokes); }
+
+private:
+    PageAddress m_address;
+    std::unique_ptr<Value> m_strokes;
+};
+
+/** In retrieval order. */
+using StrokesList = std::vector<PenPageStrokes>;
+
+} // namespace zel
