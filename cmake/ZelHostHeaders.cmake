@@ -1,3 +1,5 @@
+include_guard(GLOBAL)
+
 # The header-only libraries that the programs use (networking, JSON, command line, formatting)
 # come from the distribution's packages. A cross-build must not see the host's C headers, so
 # their folder never becomes an include path: links to just these libraries stand in a folder
