@@ -1,10 +1,13 @@
 #pragma once
 
+#include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <string>
 
-/** The platform's TCP sockets behind one contract. Errors carry Winsock's numbers on both platforms. */
+/** The platform's TCP sockets behind one contract. Errors carry Winsock's numbers on both platforms.
+ *  Every call on kNoSocket fails with kErrorNotSocket. Any thread; shutdown() is the one call meant
+ *  to meet another on the same socket. */
 namespace zel::net {
 
 /** A socket handle as messages print it, with "%d". kNoSocket (0) stands for none. */
@@ -12,9 +15,11 @@ using SocketHandle = std::int32_t;
 inline constexpr SocketHandle kNoSocket = 0;
 inline constexpr int kSocketError = -1;
 
+inline constexpr int kErrorNotSocket = 10038;
 inline constexpr int kErrorConnectionAborted = 10053;
 inline constexpr int kErrorConnectionReset = 10054;
 inline constexpr int kErrorAlreadyConnected = 10056;
+inline constexpr int kErrorNotConnected = 10057;
 inline constexpr int kErrorShutDown = 10058;
 inline constexpr int kErrorConnectionRefused = 10061;
 
@@ -26,8 +31,20 @@ struct Endpoint {
     std::uint16_t port = 0;
 };
 
-std::uint16_t toNetworkOrder(std::uint16_t value) noexcept;
-std::uint32_t toNetworkOrder(std::uint32_t value) noexcept;
+constexpr std::uint16_t toNetworkOrder(std::uint16_t value) noexcept
+{
+    if constexpr (std::endian::native == std::endian::big)
+        return value;
+    return static_cast<std::uint16_t>(value << 8 | value >> 8);
+}
+
+constexpr std::uint32_t toNetworkOrder(std::uint32_t value) noexcept
+{
+    if constexpr (std::endian::native == std::endian::big)
+        return value;
+    return value << 24 | (value & 0xff00) << 8 | (value >> 8 & 0xff00) | value >> 24;
+}
+
 /** "127.0.0.1" */
 std::string dottedAddress(std::uint32_t networkOrderAddress);
 

@@ -1,0 +1,38 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace zel {
+
+/** The protocol versions that a pen announces, each once, in the order first named. */
+class PenPspVersions
+{
+public:
+    static constexpr std::uint32_t kUnknown = 0;
+    static constexpr std::uint32_t kPsp40 = 6;
+    static constexpr std::uint32_t kPsp41 = 7;
+    static constexpr std::uint32_t kDfuPsp10 = 9;
+
+    PenPspVersions() = default;
+    PenPspVersions(const PenPspVersions &) = default;
+    PenPspVersions &operator=(const PenPspVersions &) = default;
+    virtual ~PenPspVersions();
+
+    /** A token as announced; spaces and letter case do not matter. One that is not known adds
+     *  kUnknown. */
+    virtual void addFromText(std::string_view token);
+    virtual void add(std::uint32_t id);
+    virtual bool contains(std::uint32_t id) const;
+    /** The display texts, joined with ", ". */
+    virtual std::string toText() const;
+
+    const std::vector<std::uint32_t> &ids() const noexcept { return m_ids; }
+
+private:
+    std::vector<std::uint32_t> m_ids;
+};
+
+} // namespace zel
