@@ -4,6 +4,7 @@ include(ZelGoogleTest)
 
 function(zel_add_test NAME TARGET)
     add_test(NAME ${NAME} COMMAND ${TARGET})
+    set_tests_properties(${NAME} PROPERTIES LABELS gtest)
     set_property(GLOBAL APPEND_STRING PROPERTY ZEL_TEST_LIST "${NAME} $<TARGET_FILE:${TARGET}>\n")
     set_property(GLOBAL APPEND PROPERTY ZEL_TEST_TARGETS ${TARGET})
 endfunction()

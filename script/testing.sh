@@ -153,6 +153,17 @@ suite() {
     done <"build/$preset/tests.txt"
 }
 
+# scripted NAME PRESET: what CTest knows of a build beside its GoogleTest programs.
+scripted() {
+    local good bad
+    begin_step "$1"
+    ctest --test-dir "build/$2" --label-exclude gtest --timeout 300 --output-on-failure </dev/null >"$log" 2>&1 || true
+    good=$(grep -cE '^ *[0-9]+/[0-9]+ Test .* Passed ' "$log" || true)
+    bad=$(grep -cE '^ *[0-9]+/[0-9]+ Test .*\*\*\*' "$log" || true)
+    [ $((good + bad)) != 0 ] || bad=1
+    tally "$good" "$bad" 0
+}
+
 finish() {
     say
     say "$passed passed, $failed failed"
