@@ -1,0 +1,55 @@
+#include "commands/commands.h"
+
+#include <fmt/format.h>
+
+#include "commands/options.h"
+#include "commands/pen_json.h"
+#include "host/page_list.h"
+#include "host/pen_session.h"
+#include "host/result.h"
+#include "ui/output.h"
+#include "ui/printable.h"
+#include "ui/units.h"
+
+namespace penctl {
+
+namespace {
+
+struct PagesOptions {
+    PenChoice choice;
+    bool json = false;
+};
+
+void printListing(const PageListing &listing)
+{
+    for (const std::string &address : listing.addresses)
+        print(printable(address) + "\n");
+    note(fmt::format("{}, {}", counted(listing.addresses.size(), "page", "pages"),
+                     counted(listing.totalBytes, "byte", "bytes")));
+}
+
+void pages(const PagesOptions &options)
+{
+    const PenSession pen(options.choice);
+    PageListing listing;
+    check(readPageList(pen.handle(), listing), "cannot list the pages");
+    if (!options.json)
+        return printListing(listing);
+    Json json = penJson(pen.identity());
+    json["pages"] = listing.addresses;
+    json["totalBytes"] = listing.totalBytes;
+    printJson(json);
+}
+
+} // namespace
+
+void addPages(CLI::App &program)
+{
+    CLI::App *command = program.add_subcommand("pages", "List the pages that a pen holds strokes for");
+    auto options = std::make_shared<PagesOptions>();
+    addPen(*command, options->choice);
+    addJson(*command, options->json);
+    command->callback([options] { pages(*options); });
+}
+
+} // namespace penctl

@@ -1,0 +1,65 @@
+#include "commands/commands.h"
+
+#include <chrono>
+
+#include <fmt/format.h>
+
+#include "commands/options.h"
+#include "commands/pen_json.h"
+#include "host/library.h"
+#include "ui/interrupt.h"
+#include "ui/output.h"
+#include "ui/printable.h"
+#include "ui/units.h"
+
+namespace penctl {
+
+namespace {
+
+struct WatchOptions {
+    bool json = false;
+};
+
+std::string now()
+{
+    const auto time = std::chrono::system_clock::now().time_since_epoch();
+    return utcText(
+        static_cast<uint64_t>(std::chrono::duration_cast<std::chrono::milliseconds>(time).count()));
+}
+
+void printEvent(const DiscoveryHandle &record, bool json)
+{
+    const PenIdentity pen = identityOf(record);
+    const char *event = record.kind == ZEL_PEN_ARRIVED ? "arrived" : "departed";
+    if (json) {
+        Json line = {{"event", event}, {"time", now()}};
+        line.update(penJson(pen));
+        return printJsonLine(line);
+    }
+    print(fmt::format("{}  {:8}  {}  {}  {}\n", now(), event, printable(pen.serial), penIdText(pen.penId),
+                      usbText(pen)));
+    finishOutput();
+}
+
+void watch(const WatchOptions &options)
+{
+    // Before the library, whose threads must leave Ctrl-C to it.
+    const Interrupt interrupt;
+    Library library;
+    while (!Interrupt::requested()) {
+        if (const std::optional<PenRecord> record = library.events().next(std::chrono::milliseconds(100)))
+            printEvent(**record, options.json);
+    }
+}
+
+} // namespace
+
+void addWatch(CLI::App &program)
+{
+    CLI::App *command = program.add_subcommand("watch", "Tell of pens that arrive and depart, until Ctrl-C");
+    auto options = std::make_shared<WatchOptions>();
+    command->add_flag("--json", options->json, "Print one JSON object per line");
+    command->callback([options] { watch(*options); });
+}
+
+} // namespace penctl

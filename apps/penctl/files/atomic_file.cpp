@@ -1,0 +1,108 @@
+#include "files/atomic_file.h"
+
+#include <cerrno>
+#include <random>
+#include <system_error>
+
+#include <fmt/format.h>
+
+#include "exit_code.h"
+#include "failure.h"
+
+namespace penctl {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+[[noreturn]] void failOn(const fs::path &path, const std::string &reason)
+{
+    const std::u8string name = path.u8string();
+    throw Failure(kOutputError,
+                  fmt::format("cannot write {}: {}", std::string(name.begin(), name.end()), reason));
+}
+
+std::string errorText()
+{
+    return std::generic_category().message(errno);
+}
+
+/** The file that is to be replaced, not the link to it; devices and folders are never replaced. */
+fs::path resolveTarget(const fs::path &path)
+{
+    std::error_code ignored;
+    const fs::file_status status = fs::status(path, ignored);
+    if (fs::exists(status) && !fs::is_regular_file(status))
+        failOn(path, "it is not a regular file");
+    const fs::path real =
+        fs::is_symlink(fs::symlink_status(path, ignored)) ? fs::weakly_canonical(path, ignored) : path;
+    return real.empty() ? path : real;
+}
+
+fs::path nameBeside(const fs::path &target)
+{
+    std::random_device random;
+    fs::path name = ".";
+    name += target.filename();
+    name += fmt::format(".{:08x}.part", random());
+    return target.parent_path() / name;
+}
+
+} // namespace
+
+fs::path pathFromUtf8(const std::string &text)
+{
+    return fs::path(std::u8string(text.begin(), text.end()));
+}
+
+AtomicFile::AtomicFile(const std::string &name)
+    : m_target(resolveTarget(pathFromUtf8(name))),
+      m_temporary(nameBeside(m_target)),
+      m_file(createFile(m_temporary))
+{
+    if (!m_file)
+        failOn(m_target, errorText());
+}
+
+AtomicFile::~AtomicFile()
+{
+    discard();
+}
+
+void AtomicFile::discard()
+{
+    if (!m_file)
+        return;
+    m_file.reset();
+    std::error_code ignored;
+    fs::remove(m_temporary, ignored);
+}
+
+void AtomicFile::write(std::span<const uint8_t> bytes)
+{
+    if (std::fwrite(bytes.data(), 1, bytes.size(), m_file.get()) != bytes.size())
+        failOn(m_target, errorText());
+}
+
+void AtomicFile::publish()
+{
+    if (!flushToDisk(m_file.get()))
+        failOn(m_target, errorText());
+    // Closed before the rename: an open file cannot be renamed on every platform.
+    if (std::fclose(m_file.release()) != 0)
+        giveUp(errorText());
+    std::error_code error;
+    fs::rename(m_temporary, m_target, error);
+    if (error)
+        giveUp(error.message());
+    flushFolder(m_target.has_parent_path() ? m_target.parent_path() : fs::path("."));
+}
+
+void AtomicFile::giveUp(const std::string &reason) const
+{
+    std::error_code ignored;
+    fs::remove(m_temporary, ignored);
+    failOn(m_target, reason);
+}
+
+} // namespace penctl

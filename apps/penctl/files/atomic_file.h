@@ -1,0 +1,42 @@
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <span>
+#include <string>
+
+#include "files/file_system.h"
+
+namespace penctl {
+
+/** A file that appears under its name only when it is complete: it is written beside its place, brought to
+ * the disk and renamed. Until then a file that has the name stays as it was. Without publish() nothing
+ * remains. */
+class AtomicFile
+{
+public:
+    /** Creates the file to write to, so that a place that cannot be written to shows before the work is done.
+     */
+    explicit AtomicFile(const std::string &name);
+    ~AtomicFile();
+    AtomicFile(const AtomicFile &) = delete;
+    AtomicFile &operator=(const AtomicFile &) = delete;
+
+    void write(std::span<const uint8_t> bytes);
+    void publish();
+
+    /** Removes what was written so far, for a program that ends without its destructors. */
+    void discard();
+
+private:
+    [[noreturn]] void giveUp(const std::string &reason) const;
+
+    std::filesystem::path m_target;
+    std::filesystem::path m_temporary;
+    OpenFile m_file;
+};
+
+/** A path from a UTF-8 text. */
+std::filesystem::path pathFromUtf8(const std::string &text);
+
+} // namespace penctl

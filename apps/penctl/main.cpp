@@ -1,0 +1,81 @@
+#include <algorithm>
+#include <cstdio>
+#include <exception>
+
+#include <CLI/CLI.hpp>
+#include <fmt/format.h>
+
+#include "commands/commands.h"
+#include "exit_code.h"
+#include "failure.h"
+#include "host/host_memory.h"
+#include "ui/output.h"
+#include "ui/terminal.h"
+
+namespace {
+
+using namespace penctl;
+
+constexpr const char *kExitCodes =
+    "Exit codes: 0 done; 1 to 11 the library's result, told in words on standard error;\n"
+    "64 wrong usage, 65 damaged file, 66 unreadable file, 69 no such pen, 74 cannot write,\n"
+    "77 not agreed to, 130 interrupted.";
+
+std::string versionText()
+{
+    LibraryText version;
+    zelGetApiVersion(version.out());
+    return "penctl, library " + version.str();
+}
+
+void addCommands(CLI::App &program)
+{
+    addList(program);
+    addWatch(program);
+    addInfo(program);
+    addPages(program);
+    addFetch(program);
+    addRm(program);
+    addShow(program);
+}
+
+/** CLI11 prints help and complaints itself; of its own exit codes only "all is well" is kept. */
+int parseAndRun(CLI::App &program, std::vector<std::string> arguments)
+{
+    arguments.erase(arguments.begin());
+    std::reverse(arguments.begin(), arguments.end());
+    try {
+        program.parse(arguments);
+    } catch (const CLI::ParseError &error) {
+        return program.exit(error) == 0 ? 0 : kUsageError;
+    }
+    finishOutput();
+    return 0;
+}
+
+int run(const std::vector<std::string> &arguments)
+{
+    CLI::App program("Talks to digital pens through the pen service of this machine.", "penctl");
+    program.footer(kExitCodes);
+    program.require_subcommand(1);
+    program.set_version_flag("--version", versionText, "Print the version and leave");
+    addCommands(program);
+    return parseAndRun(program, arguments);
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    try {
+        prepareConsole();
+        return run(programArguments(argc, argv));
+    } catch (const Failure &failure) {
+        std::fflush(stdout);
+        note(fmt::format("penctl: {}", failure.what()));
+        return failure.exitCode();
+    } catch (const std::exception &error) {
+        note(fmt::format("penctl: {}", error.what()));
+        return kInternalError;
+    }
+}

@@ -1,0 +1,53 @@
+#include "ui/output.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <system_error>
+
+#include <fmt/format.h>
+
+#include "exit_code.h"
+#include "failure.h"
+
+namespace penctl {
+
+namespace {
+
+std::string dumped(const Json &value, int indent)
+{
+    return value.dump(indent, ' ', false, Json::error_handler_t::replace) + "\n";
+}
+
+} // namespace
+
+void print(std::string_view text)
+{
+    // In one piece, so that lines of several threads or programs do not mix.
+    std::fwrite(text.data(), 1, text.size(), stdout);
+}
+
+void note(std::string_view text)
+{
+    const std::string line = fmt::format("{}\n", text);
+    std::fwrite(line.data(), 1, line.size(), stderr);
+}
+
+void printJson(const Json &value)
+{
+    print(dumped(value, 2));
+}
+
+void printJsonLine(const Json &value)
+{
+    print(dumped(value, -1));
+    finishOutput();
+}
+
+void finishOutput()
+{
+    if (std::fflush(stdout) != 0 || std::ferror(stdout))
+        throw Failure(kOutputError, fmt::format("cannot write to standard output: {}",
+                                                std::generic_category().message(errno)));
+}
+
+} // namespace penctl

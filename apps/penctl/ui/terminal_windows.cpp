@@ -1,0 +1,182 @@
+#include "ui/terminal.h"
+
+#include <cstdio>
+#include <fcntl.h>
+#include <io.h>
+#include <windows.h>
+
+#include <shellapi.h>
+
+namespace penctl {
+
+namespace {
+
+DWORD handleName(Stream stream)
+{
+    switch (stream) {
+    case Stream::Input:
+        return STD_INPUT_HANDLE;
+    case Stream::Output:
+        return STD_OUTPUT_HANDLE;
+    case Stream::Error:
+        return STD_ERROR_HANDLE;
+    }
+    return STD_ERROR_HANDLE;
+}
+
+HANDLE handleOf(Stream stream)
+{
+    return GetStdHandle(handleName(stream));
+}
+
+std::string toUtf8(const wchar_t *text, int length)
+{
+    const int size = WideCharToMultiByte(CP_UTF8, 0, text, length, nullptr, 0, nullptr, nullptr);
+    std::string utf8(static_cast<std::size_t>(size), '\0');
+    WideCharToMultiByte(CP_UTF8, 0, text, length, utf8.data(), size, nullptr, nullptr);
+    return utf8;
+}
+
+void understandEscapes(Stream stream)
+{
+    DWORD mode = 0;
+    if (GetConsoleMode(handleOf(stream), &mode))
+        SetConsoleMode(handleOf(stream), mode | ENABLE_VIRTUAL_TERMINAL_PROCESSING);
+}
+
+/** The console itself, whatever standard input and output are joined to. */
+class Console
+{
+public:
+    explicit Console(const wchar_t *name)
+        : m_handle(CreateFileW(name, GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE,
+                               nullptr, OPEN_EXISTING, 0, nullptr))
+    {
+    }
+    ~Console()
+    {
+        if (isOpen())
+            CloseHandle(m_handle);
+    }
+    Console(const Console &) = delete;
+    Console &operator=(const Console &) = delete;
+
+    bool isOpen() const { return m_handle != INVALID_HANDLE_VALUE; }
+    HANDLE handle() const { return m_handle; }
+
+    void write(const std::string &text) const
+    {
+        DWORD written = 0;
+        WriteConsoleA(m_handle, text.data(), static_cast<DWORD>(text.size()), &written, nullptr);
+    }
+
+private:
+    HANDLE m_handle;
+};
+
+/** Keeps the console from showing what is typed, and puts it back as it was on every way out. */
+class EchoOff
+{
+public:
+    explicit EchoOff(HANDLE console) : m_console(console)
+    {
+        m_changed = GetConsoleMode(m_console, &m_before) &&
+                    SetConsoleMode(m_console, (m_before | ENABLE_LINE_INPUT | ENABLE_PROCESSED_INPUT) &
+                                                  ~static_cast<DWORD>(ENABLE_ECHO_INPUT));
+    }
+    ~EchoOff()
+    {
+        if (m_changed)
+            SetConsoleMode(m_console, m_before);
+    }
+    EchoOff(const EchoOff &) = delete;
+    EchoOff &operator=(const EchoOff &) = delete;
+
+    bool works() const { return m_changed; }
+
+private:
+    HANDLE m_console;
+    DWORD m_before = 0;
+    bool m_changed = false;
+};
+
+std::optional<std::string> readLine(HANDLE console)
+{
+    std::wstring line;
+    for (;;) {
+        wchar_t c = 0;
+        DWORD count = 0;
+        if (!ReadConsoleW(console, &c, 1, &count, nullptr) || count == 0)
+            return std::nullopt;
+        if (c == L'\n')
+            return toUtf8(line.data(), static_cast<int>(line.size()));
+        if (c != L'\r')
+            line.push_back(c);
+    }
+}
+
+} // namespace
+
+std::vector<std::string> programArguments(int argc, char **argv)
+{
+    int count = 0;
+    wchar_t **wide = CommandLineToArgvW(GetCommandLineW(), &count);
+    if (!wide)
+        return {argv, argv + argc};
+    std::vector<std::string> arguments;
+    for (int i = 0; i < count; ++i) {
+        const int length = lstrlenW(wide[i]);
+        arguments.push_back(length == 0 ? std::string() : toUtf8(wide[i], length));
+    }
+    LocalFree(wide);
+    return arguments;
+}
+
+void prepareConsole()
+{
+    SetConsoleOutputCP(CP_UTF8);
+    understandEscapes(Stream::Output);
+    understandEscapes(Stream::Error);
+}
+
+bool isTerminal(Stream stream)
+{
+    DWORD mode = 0;
+    return GetConsoleMode(handleOf(stream), &mode) != 0;
+}
+
+std::size_t terminalWidth(Stream stream)
+{
+    CONSOLE_SCREEN_BUFFER_INFO info{};
+    if (!GetConsoleScreenBufferInfo(handleOf(stream), &info))
+        return 80;
+    const int columns = info.srWindow.Right - info.srWindow.Left + 1;
+    return columns > 0 ? static_cast<std::size_t>(columns) : 80;
+}
+
+bool showsUnicode(Stream stream)
+{
+    return isTerminal(stream) && GetConsoleOutputCP() == CP_UTF8;
+}
+
+std::optional<std::string> readHiddenLine(const std::string &prompt)
+{
+    const Console input(L"CONIN$");
+    const Console output(L"CONOUT$");
+    if (!input.isOpen() || !output.isOpen())
+        return std::nullopt;
+    const EchoOff silence(input.handle());
+    if (!silence.works())
+        return std::nullopt;
+    output.write(prompt);
+    std::optional<std::string> line = readLine(input.handle());
+    output.write("\r\n");
+    return line;
+}
+
+void makeStandardInputBinary()
+{
+    _setmode(_fileno(stdin), _O_BINARY);
+}
+
+} // namespace penctl
