@@ -24,8 +24,8 @@ inline ByteBlock allocateBlock(std::size_t size)
     return block;
 }
 
-/** Keeps the contents. On std::bad_alloc the block stays as it was. */
-inline void growBlock(ByteBlock &block, std::size_t size)
+/** Keeps the contents as far as they fit. On std::bad_alloc the block stays as it was. */
+inline void resizeBlock(ByteBlock &block, std::size_t size)
 {
     auto *const grown = static_cast<std::uint8_t *>(std::realloc(block.get(), size));
     if (grown == nullptr)

@@ -36,6 +36,7 @@ public:
     std::istream &stream() const noexcept { return *m_stream; }
 
     [[noreturn]] static void throwReadFailure(std::int32_t count);
+    [[noreturn]] static void throwSkipFailure(std::int32_t count);
 
 private:
     std::istream *m_stream;

@@ -41,6 +41,8 @@ using ValueList = std::vector<std::unique_ptr<Value>>;
 class Value
 {
 public:
+    static constexpr std::uint32_t kInlineSize = 24;
+
     virtual ~Value();
     Value(const Value &) = delete;
     Value &operator=(const Value &) = delete;
@@ -117,8 +119,6 @@ public:
     void appendTo(std::string &out, std::int32_t indent = 0) const;
 
 private:
-    static constexpr std::uint32_t kInlineSize = 24;
-
     union Payload {
         Payload() noexcept : scalar(0) {}
         ~Payload() {}
@@ -144,7 +144,7 @@ private:
         return std::unique_ptr<Value>(new Value(type, scalar));
     }
     static std::unique_ptr<Value> createArray(ValueType type, ValueList elements);
-    static std::unique_ptr<Value> createBytes(ValueType type, const void *data, std::uint32_t size);
+    static std::unique_ptr<Value> createBytes(ValueType type, const void *data, std::size_t size);
     static std::unique_ptr<Value> createBytesOwned(ValueType type, ByteBlock data, std::uint32_t size);
 
     static bool isArrayType(ValueType type) noexcept
@@ -168,7 +168,6 @@ private:
     {
         return m_length < kInlineSize ? m_payload.inlineBytes : m_payload.block;
     }
-    void setBytes(const void *data, std::uint32_t size);
     void release() noexcept;
     void takeFrom(Value &other) noexcept;
 

@@ -1,0 +1,47 @@
+#pragma once
+
+#include "protocol/value.h"
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <utility>
+
+/** Building and comparing values without the codec. */
+namespace zel::test {
+
+template <class... Values>
+ValueList elements(Values... values)
+{
+    ValueList list;
+    (list.push_back(std::move(values)), ...);
+    return list;
+}
+
+template <class... Values>
+std::unique_ptr<Value> valueArray(Values... values)
+{
+    return Value::createValueArray(elements(std::move(values)...));
+}
+
+inline std::unique_ptr<Value> binaryOf(const std::vector<std::uint8_t> &bytes)
+{
+    return Value::createBinary(bytes.data(), static_cast<std::uint32_t>(bytes.size()));
+}
+
+inline std::unique_ptr<Value> escapedBinaryOf(const std::vector<std::uint8_t> &bytes)
+{
+    return Value::createEscapedBinary(bytes.data(), static_cast<std::int32_t>(bytes.size()));
+}
+
+inline std::string textOf(const Value &value)
+{
+    std::string text;
+    value.toString(text);
+    return text;
+}
+
+/** Same types, contents and shape. Null pointers (absent elements) are the same as each other only. */
+bool sameTree(const Value *left, const Value *right);
+
+} // namespace zel::test
