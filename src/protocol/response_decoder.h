@@ -37,7 +37,6 @@ private:
 
     ProtocolInputStream m_in;
     InstructionList m_instructions;
-    std::uint16_t m_headerLength = 0;
     std::uint16_t m_instructionHeaderLength = 0;
     std::uint16_t m_argumentHeaderLength = 0;
     std::uint16_t m_valueHeaderLength = 0;
