@@ -5,11 +5,9 @@
 
 #include <cstring>
 
-namespace zel
-{
+namespace zel {
 
-namespace
-{
+namespace {
 
 constexpr std::size_t kBlockSize = Rijndael256::kBlockSize;
 constexpr std::size_t kPenIdSize = 8;
@@ -41,9 +39,8 @@ void chain(PasswordDigest &digest, Rijndael256::ConstBlock block)
         digest[i] ^= encrypted[i];
 }
 
-} // namespace
-
-PasswordDigest hashPassword(const char *password, std::uint64_t penId)
+/** Kept out of line, so that its caller can wipe the stack that it used. */
+[[gnu::noinline]] PasswordDigest hashInput(const char *password, std::uint64_t penId)
 {
     HashInput input;
     const std::size_t length = buildInput(password, penId, input);
@@ -53,6 +50,15 @@ PasswordDigest hashPassword(const char *password, std::uint64_t penId)
     // one of zeros alone.
     for (std::size_t offset = 0; offset <= length; offset += kBlockSize)
         chain(digest, Rijndael256::ConstBlock(&input[offset], kBlockSize));
+    return digest;
+}
+
+} // namespace
+
+PasswordDigest hashPassword(const char *password, std::uint64_t penId)
+{
+    const PasswordDigest digest = hashInput(password, penId);
+    wipeStackBelow();
     return digest;
 }
 

@@ -4,8 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 
-namespace zel
-{
+namespace zel {
 
 /** What unlocks a pen in place of its password. It is bound to one pen, and goes over the wire. */
 using PasswordDigest = std::array<std::uint8_t, 32>;

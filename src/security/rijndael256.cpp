@@ -2,11 +2,9 @@
 
 #include <bit>
 
-namespace zel
-{
+namespace zel {
 
-namespace
-{
+namespace {
 
 // A column is held in a word, its row 0 in the most significant byte.
 using ByteTable = std::array<std::uint8_t, 256>;

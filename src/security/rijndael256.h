@@ -7,8 +7,7 @@
 #include <cstdint>
 #include <span>
 
-namespace zel
-{
+namespace zel {
 
 /** The Rijndael cipher with a block of 256 bits and a key of 256 bits: 14 rounds. Encryption only;
  *  the password hash needs no more.

@@ -2,8 +2,7 @@
 
 #include <cstring>
 
-namespace zel
-{
+namespace zel {
 
 void secureWipe(void *data, std::size_t size) noexcept
 {

@@ -3,8 +3,7 @@
 #define WIN32_LEAN_AND_MEAN
 #include <windows.h>
 
-namespace zel
-{
+namespace zel {
 
 void secureWipe(void *data, std::size_t size) noexcept
 {
