@@ -1,0 +1,59 @@
+#include "questions/question.h"
+
+namespace zel::bench {
+
+namespace {
+
+struct Growth {
+    std::vector<double> sizes;
+    std::vector<std::vector<double>> ours;
+    std::vector<std::vector<double>> baseline;
+};
+
+/** The sizes take turns, so that no stretch of a busy machine falls on one of them. */
+Growth measureGrowth(const Bench &bench, const std::string &hostWork)
+{
+    Growth growth{{5'000, 10'000, 20'000, 40'000}, {}, {}};
+    growth.ours.resize(growth.sizes.size());
+    growth.baseline.resize(growth.sizes.size());
+    for (int round = 0; round < bench.rounds(); ++round) {
+        for (std::size_t i = 0; i < growth.sizes.size(); ++i) {
+            const Pens pens{.pages = static_cast<std::uint32_t>(growth.sizes[i]), .pageSize = 200};
+            const Server server(bench, pens);
+            growth.ours[i].push_back(runClient(bench, Side::Host, hostWork, server)["seconds"]);
+            growth.baseline[i].push_back(runClient(bench, Side::Bare, "retrieve", server)["seconds"]);
+        }
+    }
+    return growth;
+}
+
+double exponent(const std::vector<double> &sizes, const std::vector<std::vector<double>> &samples)
+{
+    std::vector<double> medians;
+    for (const std::vector<double> &sample : samples)
+        medians.push_back(spreadOf(sample).median);
+    return growthExponent(sizes, medians);
+}
+
+void addExponent(const Bench &bench, Report &report, const std::string &what, const std::string &hostWork)
+{
+    const Growth growth = measureGrowth(bench, hostWork);
+    Row row;
+    row.what = what;
+    row.unit = Unit::Number;
+    row.ours = exponent(growth.sizes, growth.ours);
+    row.baseline = exponent(growth.sizes, growth.baseline);
+    row.target = 1.05;
+    report.add(row);
+}
+
+} // namespace
+
+void askGrowth(const Bench &bench, Report &report)
+{
+    addExponent(bench, report, "retrieve all: exponent", "retrieve");
+    addExponent(bench, report, "select all, each named: exponent", "select");
+    addExponent(bench, report, "select all, each within a longer address: exponent", "select-longer");
+}
+
+} // namespace zel::bench
