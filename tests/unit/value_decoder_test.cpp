@@ -1,0 +1,228 @@
+#include "protocol/value_decoder.h"
+
+#include "protocol/value_format.h"
+#include "support/byte_stream.h"
+#include "support/log_capture.h"
+#include "support/value_tree.h"
+#include "sys/exceptions.h"
+
+#include <gtest/gtest.h>
+
+#include <functional>
+
+using namespace zel;
+using namespace zel::test;
+
+/** Input that nobody means well with. */
+namespace {
+
+Bytes repeated(const Bytes &bytes, std::size_t count)
+{
+    Bytes all;
+    all.reserve(bytes.size() * count);
+    for (std::size_t i = 0; i < count; ++i)
+        all.insert(all.end(), bytes.begin(), bytes.end());
+    return all;
+}
+
+Bytes nestedValueArrays(std::size_t depth)
+{
+    return repeated({0x08, 0x00, 0x01}, depth - 1) + Bytes{0x08, 0x00, 0x00};
+}
+
+Bytes nestedDataArrays(std::size_t depth)
+{
+    return Bytes{0x09} + repeated({0x00, 0x01, 0x09}, depth - 1) + Bytes{0x00, 0x00, 0x00};
+}
+
+Bytes nestedTerminatedArrays(std::size_t depth)
+{
+    return repeated({0x0A}, depth) + repeated({0x0B}, depth);
+}
+
+Bytes nestedMixedArrays(std::size_t depth)
+{
+    Bytes bytes;
+    for (std::size_t i = 0; i < depth; ++i) {
+        const Bytes level = i % 3 == 0   ? Bytes{0x08, 0x00, 0x01}
+                            : i % 3 == 1 ? Bytes{0x0A}
+                                         : Bytes{0x09, 0x00, 0x01, 0x08, 0x00, 0x01};
+        bytes.insert(bytes.end(), level.begin(), level.end());
+    }
+    return bytes + Bytes{0x00};
+}
+
+int depthOf(const Value &value)
+{
+    int depth = 0;
+    for (const Value *at = &value; at != nullptr && at->isArray();
+         at = at->getArray().empty() ? nullptr : at->getArray()[0].get())
+        ++depth;
+    return depth;
+}
+
+/** From a stream, as an answer comes. */
+std::unique_ptr<Value> decodedTrickling(const Bytes &bytes)
+{
+    TrickleStream stream(bytes, 4096);
+    ProtocolInputStream in(stream);
+    return ValueFormatV1_0().decode(in);
+}
+
+bool isRefused(const Bytes &bytes)
+{
+    try {
+        decodedTrickling(bytes);
+    } catch (const IOException &) {
+        return false;
+    } catch (const ZELException &exception) {
+        return exception.what() == std::string();
+    }
+    return false;
+}
+
+std::string ioTextOf(const Bytes &bytes)
+{
+    try {
+        decodedTrickling(bytes);
+    } catch (const IOException &exception) {
+        return exception.what();
+    }
+    return "nothing was thrown";
+}
+
+/** A value array of data arrays of 65,535 elements of a type without a body. */
+Bytes arraysOfBodiless(std::size_t arrays, std::uint8_t type)
+{
+    return Bytes{0x08} + wire::bigEndian(arrays, 2) + repeated({0x09, 0xFF, 0xFF, type}, arrays);
+}
+
+} // namespace
+
+TEST(ValueDecoder, ArraysNestedTo256AreRead)
+{
+    EXPECT_EQ(depthOf(*decodedTrickling(nestedValueArrays(256))), 256);
+    EXPECT_EQ(depthOf(*decodedTrickling(nestedDataArrays(256))), 256);
+    EXPECT_EQ(depthOf(*decodedTrickling(nestedTerminatedArrays(256))), 256);
+}
+
+TEST(ValueDecoder, ArraysNestedDeeperAreRefused)
+{
+    for (const std::size_t depth : {257u, 100000u}) {
+        EXPECT_TRUE(isRefused(nestedValueArrays(depth))) << depth;
+        EXPECT_TRUE(isRefused(nestedDataArrays(depth))) << depth;
+        EXPECT_TRUE(isRefused(nestedTerminatedArrays(depth))) << depth;
+        EXPECT_TRUE(isRefused(nestedMixedArrays(depth))) << depth;
+    }
+}
+
+TEST(ValueDecoder, TooDeepNestingIsLogged)
+{
+    LogCapture log;
+    EXPECT_TRUE(isRefused(nestedValueArrays(257)));
+    EXPECT_TRUE(log.contains(LogLevel::Error, "ValueFormatV1_0::decode - arrays nested too deep"));
+}
+
+TEST(ValueDecoder, ArraysSideBySideDoNotAddUpToDepth)
+{
+    const auto value = decodedTrickling(Bytes{0x08, 0x03, 0xE8} + repeated({0x08, 0x00, 0x00}, 1000));
+    EXPECT_EQ(value->getArray().size(), 1000u);
+}
+
+TEST(ValueDecoder, LargestCountOfRealElementsIsRead)
+{
+    const auto value = decodedTrickling(Bytes{0x08, 0xFF, 0xFF} + repeated({0x02, 0x07}, 65535));
+    ASSERT_EQ(value->getArray().size(), 65535u);
+    EXPECT_EQ(value->getArray().back()->getByte(), 7);
+    EXPECT_EQ(decodedTrickling(Bytes{0x09, 0xFF, 0xFF, 0x02} + Bytes(65535, 7))->getArray().size(), 65535u);
+    EXPECT_EQ(decodedTrickling(Bytes{0x0A} + repeated({0x02, 0x07}, 70000) + Bytes{0x0B})->getArray().size(),
+              70000u);
+}
+
+TEST(ValueDecoder, CountBeyondTheInputThrowsIOException)
+{
+    EXPECT_EQ(ioTextOf({0x08, 0xFF, 0xFF, 0x02, 0x07}), "ProtocolInputStream::read - failed reading 1 bytes");
+    EXPECT_EQ(ioTextOf({0x09, 0xFF, 0xFF, 0x05, 0x07}), "ProtocolInputStream::read - failed reading 8 bytes");
+    EXPECT_EQ(ioTextOf({0x0A, 0x02, 0x07}), "ProtocolInputStream::read - failed reading 1 bytes");
+}
+
+TEST(ValueDecoder, ForgedLengthsThrowIOException)
+{
+    EXPECT_EQ(ioTextOf({0x06, 0xFF, 0xFF, 0x41}), "ProtocolInputStream::read - failed reading 65535 bytes");
+    EXPECT_EQ(ioTextOf({0x07, 0x7F, 0xFF, 0xFF, 0xFF, 0x41}),
+              "ProtocolInputStream::read - failed reading 2147483647 bytes");
+}
+
+TEST(ValueDecoder, LengthsOfTwoGibibytesAndMoreAreRefusedUnread)
+{
+    for (const Bytes &bytes :
+         {Bytes{0x07, 0x80, 0x00, 0x00, 0x00, 0x41}, Bytes{0x07, 0xFF, 0xFF, 0xFF, 0xFF, 0x41}}) {
+        TrickleStream stream(bytes, 4096);
+        ProtocolInputStream in(stream);
+        EXPECT_THROW(ValueFormatV1_0().decode(in), IOException);
+        EXPECT_EQ(in.readByte(), 0x41);
+    }
+    EXPECT_THROW(decodeValue(Bytes{0x07, 0x80, 0x00, 0x00, 0x00}), IOException);
+}
+
+TEST(ValueDecoder, BinaryOverManyRefillsIsWhole)
+{
+    Bytes content(300000, 0);
+    for (std::size_t i = 0; i < content.size(); ++i)
+        content[i] = static_cast<std::uint8_t>(i * 7);
+    TrickleStream stream(Bytes{0x07} + wire::bigEndian(content.size(), 4) + content + Bytes{0x2A}, 4096);
+    ProtocolInputStream in(stream);
+    const auto value = ValueFormatV1_0().decode(in);
+    EXPECT_TRUE(std::ranges::equal(value->bytesView(), content));
+    EXPECT_EQ(in.readByte(), 0x2A);
+}
+
+TEST(ValueDecoder, EscapedBinaryOverManyRefillsIsWhole)
+{
+    const Bytes bytes = Bytes{0x0E} + repeated({0x41, 0xDB, 0xDC, 0x42, 0xDB, 0xDD}, 20000) + Bytes{0xC0};
+    const Bytes content = repeated({0x41, 0xC0, 0x42, 0xDB}, 20000);
+    EXPECT_TRUE(std::ranges::equal(decodedTrickling(bytes)->bytesView(), content));
+    EXPECT_TRUE(std::ranges::equal(decodeValue(bytes)->bytesView(), content));
+}
+
+// Elements without a body come free of charge for the sender: 16 MiB of them, and 64 bytes per byte.
+TEST(ValueDecoder, ElementsWithoutABodyAreBounded)
+{
+    for (const std::uint8_t type : Bytes{0x00, 0x0B}) {
+        EXPECT_EQ(decodedTrickling(arraysOfBodiless(5, type))->getArray().size(), 5u);
+        EXPECT_TRUE(isRefused(arraysOfBodiless(6, type)));
+        EXPECT_TRUE(isRefused(arraysOfBodiless(10000, type)));
+    }
+    EXPECT_EQ(decodedTrickling(arraysOfBodiless(32, 0x0F))->getArray().size(), 32u);
+    EXPECT_TRUE(isRefused(arraysOfBodiless(33, 0x0F)));
+}
+
+TEST(ValueDecoder, BytesReceivedPayForElementsWithoutABody)
+{
+    const Bytes payload = Bytes{0x07, 0x00, 0x10, 0x00, 0x00} + Bytes(0x100000, 0x41);
+    const Bytes bytes = Bytes{0x08, 0x00, 0x11} + payload + repeated({0x09, 0xFF, 0xFF, 0x00}, 16);
+    EXPECT_EQ(decodedTrickling(bytes)->getArray().size(), 17u);
+}
+
+TEST(ValueDecoder, TooManyElementsWithoutABodyAreLogged)
+{
+    LogCapture log;
+    EXPECT_TRUE(isRefused(arraysOfBodiless(6, 0x00)));
+    EXPECT_TRUE(log.contains(LogLevel::Error,
+                             "ValueFormatV1_0::decode - data array holds too many elements without a body"));
+}
+
+// Whole answers of a hostile pen, refused as such: data arrays of data arrays of nulls.
+TEST(ValueDecoder, ElementsWithoutABodyAddUpAcrossTheTree)
+{
+    EXPECT_TRUE(isRefused(Bytes{0x09, 0x00, 0x06, 0x09} + repeated({0xFF, 0xFF, 0x00}, 6)));
+    EXPECT_TRUE(isRefused(Bytes{0x0A} + repeated({0x09, 0xFF, 0xFF, 0x00}, 6) + Bytes{0x0B}));
+}
+
+TEST(ValueDecoder, TextOfAStringEndsAtTheFirstZero)
+{
+    EXPECT_EQ(textUpToZero(Bytes{0x61, 0x00, 0x62}), "a");
+    EXPECT_EQ(textUpToZero(Bytes{0x61, 0x62}), "ab");
+    EXPECT_EQ(textUpToZero(Bytes{0x00}), "");
+    EXPECT_EQ(textUpToZero({}), "");
+}
