@@ -1,0 +1,58 @@
+#include "pages/pen_page.h"
+
+#include "support/value_tree.h"
+#include "sys/exceptions.h"
+
+#include <gtest/gtest.h>
+
+using namespace zel;
+using namespace zel::test;
+
+TEST(PenPage, IsMadeOfAListOfAddressAndSize)
+{
+    const PenPage page(*valueArray(Value::createLong(0x0000010002003004), Value::createInt(200)));
+    EXPECT_EQ(page.getAddress(), PageAddress("1.2.3.4"));
+    EXPECT_EQ(page.address(), PageAddress("1.2.3.4"));
+    EXPECT_EQ(page.getSize(), 200u);
+}
+
+TEST(PenPage, AnyKindOfArrayIsAList)
+{
+    const auto list = Value::createTerminatedArray(elements(Value::createLong(1), Value::createInt(2)));
+    EXPECT_EQ(PenPage(*list).getSize(), 2u);
+}
+
+TEST(PenPage, ListsOfOtherLengthsLeaveTheDefault)
+{
+    const auto none = valueArray();
+    const auto one = valueArray(Value::createLong(1));
+    const auto three = valueArray(Value::createLong(1), Value::createInt(2), Value::createInt(3));
+    for (const Value *list : {none.get(), one.get(), three.get()}) {
+        const PenPage page(*list);
+        EXPECT_EQ(page.getAddress().raw(), 0xFFFFFFFFFFFFFFFFu);
+        EXPECT_EQ(page.getSize(), 0u);
+    }
+}
+
+TEST(PenPage, OtherValuesAndItemsThrow)
+{
+    EXPECT_THROW(PenPage(*Value::createLong(1)), ZELException);
+    EXPECT_THROW(PenPage(*valueArray(Value::createInt(1), Value::createInt(2))), ZELException);
+    EXPECT_THROW(PenPage(*valueArray(Value::createLong(1), Value::createLong(2))), ZELException);
+    EXPECT_THROW(PenPage(*valueArray(nullptr, Value::createInt(2))), ZELException);
+    EXPECT_THROW(PenPage(*valueArray(Value::createLong(1), nullptr)), ZELException);
+}
+
+TEST(PenPage, AssignmentTakesAddressAndSize)
+{
+    PenPage page;
+    page = PenPage(PageAddress("1.2.3.4"), 7);
+    EXPECT_EQ(page.getAddress(), PageAddress("1.2.3.4"));
+    EXPECT_EQ(page.getSize(), 7u);
+}
+
+TEST(PenPage, IsOrderedByAddressAlone)
+{
+    EXPECT_TRUE(PenPage(PageAddress("1.2.3.4"), 9) < PenPage(PageAddress("1.2.3.5"), 1));
+    EXPECT_FALSE(PenPage(PageAddress("1.2.3.4"), 1) < PenPage(PageAddress("1.2.3.4"), 2));
+}
