@@ -46,6 +46,9 @@ void *run(void *argument)
 class OwnStack
 {
 public:
+    // Recycled heap memory holds what other tests left there.
+    OwnStack() { std::memset(m_bytes.get(), 0, kStackSize); }
+
     void runJob(Job &job)
     {
         pthread_attr_t attributes;
