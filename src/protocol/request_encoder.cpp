@@ -41,11 +41,13 @@ std::size_t entriesSize(const EntryMap &entries)
     return size;
 }
 
-std::uint8_t *writeEntries(std::uint8_t *at, const EntryMap &entries) noexcept
+std::uint8_t *writeEntries(std::uint8_t *at, const EntryMap &entries)
 {
     for (const auto &[key, value] : entries) {
+        ValueEncoder encoder;
+        encoder.encode(*value);
         at = storeBigEndian(at, key);
-        at = writeEncoded(at, *value);
+        at = std::ranges::copy(encoder.bytes(), at).out;
     }
     return at;
 }

@@ -239,9 +239,10 @@ void Value::takeFrom(Value &other) noexcept
 
 void Value::pack()
 {
-    std::uint32_t size = 0;
-    ByteBlock encoded = encodeToBlock(*this, size);
-    takeFrom(*createBinaryOwned(std::move(encoded), size));
+    ValueEncoder encoder;
+    encoder.encode(*this);
+    const std::span<const std::uint8_t> encoded = encoder.bytes();
+    takeFrom(*createBytes(ValueType::Binary, encoded.data(), encoded.size()));
 }
 
 void Value::unpack()

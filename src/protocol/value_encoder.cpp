@@ -5,14 +5,15 @@
 #include "sys/exceptions.h"
 #include "sys/log.h"
 
+#include <algorithm>
 #include <cstring>
-#include <limits>
 
 namespace zel {
 
 namespace {
 
 constexpr std::size_t kCountSize = 2;
+constexpr std::size_t kLengthSize = 4; // of a binary
 
 [[noreturn]] void refuse(ValueType type)
 {
@@ -20,87 +21,17 @@ constexpr std::size_t kCountSize = 2;
     throw ZELException();
 }
 
-std::size_t elementsSize(const Value &array, std::size_t (*sizeOf)(const Value &))
+std::size_t encodedBodySize(const Value &value);
+
+std::size_t elementsSize(const ValueList &elements, std::size_t headerSize)
 {
-    std::size_t size = 0;
-    for (const std::unique_ptr<Value> &element : array.getArray()) {
+    std::size_t size = elements.size() * headerSize;
+    for (const std::unique_ptr<Value> &element : elements) {
         if (!element)
             refuse(ValueType::AnyType);
-        size += sizeOf(*element);
+        size += encodedBodySize(*element);
     }
     return size;
-}
-
-std::uint8_t *writeElements(std::uint8_t *at, const Value &array,
-                            std::uint8_t *(*write)(std::uint8_t *, const Value &) noexcept) noexcept
-{
-    for (const std::unique_ptr<Value> &element : array.getArray())
-        at = write(at, *element);
-    return at;
-}
-
-// Counts beyond 16 bits are cut: the wire form has no room for them.
-std::uint8_t *writeCount(std::uint8_t *at, std::size_t count) noexcept
-{
-    return storeBigEndian(at, static_cast<std::uint16_t>(count));
-}
-
-std::uint8_t *writeBytes(std::uint8_t *at, const void *bytes, std::size_t count) noexcept
-{
-    if (count > 0)
-        std::memcpy(at, bytes, count);
-    return at + count;
-}
-
-std::uint8_t *writeString(std::uint8_t *at, std::string_view text) noexcept
-{
-    at = writeCount(at, text.size() + 1);
-    at = writeBytes(at, text.data(), text.size());
-    *at = 0;
-    return at + 1;
-}
-
-std::uint8_t *writeBinary(std::uint8_t *at, std::span<const std::uint8_t> bytes) noexcept
-{
-    at = storeBigEndian(at, static_cast<std::uint32_t>(bytes.size()));
-    return writeBytes(at, bytes.data(), bytes.size());
-}
-
-std::uint8_t *writeValueArray(std::uint8_t *at, const Value &array) noexcept
-{
-    at = writeCount(at, array.getArray().size());
-    return writeElements(at, array, writeEncoded);
-}
-
-// The first element's type goes for all; an element of another type keeps its own body.
-std::uint8_t *writeDataArray(std::uint8_t *at, const Value &array) noexcept
-{
-    const ValueList &elements = array.getArray();
-    const ValueType type = elements.empty() ? ValueType::Null : elements.front()->getType();
-    at = writeCount(at, elements.size());
-    *at++ = static_cast<std::uint8_t>(type);
-    return writeElements(at, array, writeEncodedBody);
-}
-
-std::uint8_t *writeTerminatedArray(std::uint8_t *at, const Value &array) noexcept
-{
-    at = writeElements(at, array, writeEncoded);
-    *at = static_cast<std::uint8_t>(ValueType::Terminator);
-    return at + 1;
-}
-
-std::uint8_t *writeEscapedBinary(std::uint8_t *at, std::span<const std::uint8_t> bytes) noexcept
-{
-    at = slip::writeStuffed(at, bytes);
-    *at = slip::kEnd;
-    return at + 1;
-}
-
-} // namespace
-
-std::size_t encodedSize(const Value &value)
-{
-    return 1 + encodedBodySize(value);
 }
 
 std::size_t encodedBodySize(const Value &value)
@@ -122,32 +53,69 @@ std::size_t encodedBodySize(const Value &value)
     case ValueType::String:
         return kCountSize + value.textView().size() + 1;
     case ValueType::Binary:
-        return 4 + value.bytesView().size();
+        return kLengthSize + value.bytesView().size();
     case ValueType::ValueArray:
-        return kCountSize + elementsSize(value, encodedSize);
+        return kCountSize + elementsSize(value.getArray(), 1);
     case ValueType::DataArray:
-        return kCountSize + 1 + elementsSize(value, encodedBodySize);
+        return kCountSize + 1 + elementsSize(value.getArray(), 0);
     case ValueType::TerminatedArray:
-        return elementsSize(value, encodedSize) + 1;
+        return elementsSize(value.getArray(), 1) + 1;
     case ValueType::EscapedBinary:
         return slip::stuffedSize(value.bytesView()) + 1;
     }
     refuse(value.getType());
 }
 
-std::uint8_t *writeEncoded(std::uint8_t *at, const Value &value) noexcept
+// Counts beyond 16 bits are cut: the wire form has no room for them.
+std::uint8_t *writeCount(std::uint8_t *at, std::size_t count) noexcept
 {
-    *at = static_cast<std::uint8_t>(value.getType());
-    return writeEncodedBody(at + 1, value);
+    return storeBigEndian(at, static_cast<std::uint16_t>(count));
 }
 
-std::uint8_t *writeEncodedBody(std::uint8_t *at, const Value &value) noexcept
+std::uint8_t *writeType(std::uint8_t *at, ValueType type) noexcept
+{
+    return storeBigEndian(at, static_cast<std::uint8_t>(type));
+}
+
+std::uint8_t *writeBytes(std::uint8_t *at, const void *bytes, std::size_t count) noexcept
+{
+    if (count > 0)
+        std::memcpy(at, bytes, count);
+    return at + count;
+}
+
+} // namespace
+
+std::size_t encodedSize(const Value &value)
+{
+    return 1 + encodedBodySize(value);
+}
+
+std::uint8_t *ValueEncoder::grow(std::uint8_t *at, std::size_t count)
+{
+    const auto written = static_cast<std::size_t>(at - m_begin);
+    const std::size_t capacity = std::max(2 * static_cast<std::size_t>(m_end - m_begin), written + count);
+    if (m_onHeap) {
+        resizeBlock(m_onHeap, capacity);
+    } else {
+        m_onHeap = allocateBlock(capacity);
+        std::memcpy(m_onHeap.get(), m_begin, written);
+    }
+    m_begin = m_onHeap.get();
+    m_end = m_begin + capacity;
+    return m_begin + written;
+}
+
+inline std::uint8_t *ValueEncoder::write(std::uint8_t *at, const Value &value)
+{
+    at = room(at, 1 + kBodyOfNumber);
+    return writeBody(writeType(at, value.getType()), value);
+}
+
+// There is room for the body of a number.
+inline std::uint8_t *ValueEncoder::writeBody(std::uint8_t *at, const Value &value)
 {
     switch (value.getType()) {
-    case ValueType::Null:
-    case ValueType::Terminator:
-    case ValueType::AnyType:
-        break;
     case ValueType::Bool:
         return storeBigEndian<std::uint8_t>(at, value.getBool() ? 1 : 0);
     case ValueType::Byte:
@@ -158,31 +126,101 @@ std::uint8_t *writeEncodedBody(std::uint8_t *at, const Value &value) noexcept
         return storeBigEndian(at, value.getInt());
     case ValueType::Long64:
         return storeBigEndian(at, value.getLong());
+    default:
+        return writeCompound(at, value);
+    }
+}
+
+std::uint8_t *ValueEncoder::writeCompound(std::uint8_t *at, const Value &value)
+{
+    switch (value.getType()) {
+    case ValueType::Null:
+    case ValueType::Terminator:
+    case ValueType::AnyType:
+        return at;
     case ValueType::String:
         return writeString(at, value.textView());
     case ValueType::Binary:
         return writeBinary(at, value.bytesView());
     case ValueType::ValueArray:
-        return writeValueArray(at, value);
+        return writeElements(writeCount(at, value.getArray().size()), value.getArray());
     case ValueType::DataArray:
-        return writeDataArray(at, value);
+        return writeDataArray(at, value.getArray());
     case ValueType::TerminatedArray:
-        return writeTerminatedArray(at, value);
+        return writeTerminator(writeElements(at, value.getArray()));
     case ValueType::EscapedBinary:
         return writeEscapedBinary(at, value.bytesView());
+    default:
+        refuse(value.getType());
+    }
+}
+
+std::uint8_t *ValueEncoder::writeString(std::uint8_t *at, std::string_view text)
+{
+    at = room(at, kCountSize + text.size() + 1);
+    at = writeCount(at, text.size() + 1);
+    at = writeBytes(at, text.data(), text.size());
+    *at = 0;
+    return at + 1;
+}
+
+std::uint8_t *ValueEncoder::writeBinary(std::uint8_t *at, std::span<const std::uint8_t> bytes)
+{
+    at = room(at, kLengthSize + bytes.size());
+    at = storeBigEndian(at, static_cast<std::uint32_t>(bytes.size()));
+    return writeBytes(at, bytes.data(), bytes.size());
+}
+
+std::uint8_t *ValueEncoder::writeEscapedBinary(std::uint8_t *at, std::span<const std::uint8_t> bytes)
+{
+    at = room(at, slip::stuffedSize(bytes) + 1);
+    at = slip::writeStuffed(at, bytes);
+    *at = slip::kEnd;
+    return at + 1;
+}
+
+std::uint8_t *ValueEncoder::writeElements(std::uint8_t *at, const ValueList &elements)
+{
+    for (const std::unique_ptr<Value> &element : elements) {
+        if (!element)
+            refuse(ValueType::AnyType);
+        at = write(at, *element);
     }
     return at;
 }
 
-ByteBlock encodeToBlock(const Value &value, std::uint32_t &size)
+std::uint8_t *ValueEncoder::writeElementBodies(std::uint8_t *at, const ValueList &elements)
 {
-    const std::size_t needed = encodedSize(value);
-    if (needed > std::numeric_limits<std::uint32_t>::max())
-        throw ZELException();
-    ByteBlock block = allocateBlock(needed);
-    writeEncoded(block.get(), value);
-    size = static_cast<std::uint32_t>(needed);
-    return block;
+    for (const std::unique_ptr<Value> &element : elements) {
+        if (!element)
+            refuse(ValueType::AnyType);
+        at = writeBody(room(at, kBodyOfNumber), *element);
+    }
+    return at;
+}
+
+// The first element's type goes for all; an element of another type keeps its own body.
+std::uint8_t *ValueEncoder::writeDataArray(std::uint8_t *at, const ValueList &elements)
+{
+    const bool absent = elements.empty() || !elements.front();
+    at = writeCount(at, elements.size());
+    at = writeType(at, absent ? ValueType::Null : elements.front()->getType());
+    return writeElementBodies(at, elements);
+}
+
+std::uint8_t *ValueEncoder::writeTerminator(std::uint8_t *at)
+{
+    return writeType(room(at, 1), ValueType::Terminator);
+}
+
+void ValueEncoder::encode(const Value &value)
+{
+    m_at = write(m_at, value);
+}
+
+void ValueEncoder::encodeBody(const Value &value)
+{
+    m_at = writeBody(room(m_at, kBodyOfNumber), value);
 }
 
 } // namespace zel

@@ -5,20 +5,58 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <span>
+#include <string_view>
 
 /** The wire form of values, written straight into memory. */
 namespace zel {
 
 /** Size of the wire form with its type code. Raises ZELException when the value has none: an unknown type
- *  or an absent element anywhere in it. What it accepts, the writers accept. */
+ *  or an absent element anywhere in it. */
 std::size_t encodedSize(const Value &value);
-std::size_t encodedBodySize(const Value &value);
 
-/** Write a value whose size was asked for; return the position behind it. */
-std::uint8_t *writeEncoded(std::uint8_t *at, const Value &value) noexcept;
-std::uint8_t *writeEncodedBody(std::uint8_t *at, const Value &value) noexcept;
+/** Writes values one behind the other. Raises ZELException on a value that has no wire form; what was
+ *  written before it is then of no use. Short encodings, such as those of most requests, cost no
+ *  allocation. One thread at a time. */
+class ValueEncoder
+{
+public:
+    ValueEncoder() noexcept : m_begin(m_short), m_at(m_short), m_end(m_short + sizeof m_short) {}
+    ValueEncoder(const ValueEncoder &) = delete;
+    ValueEncoder &operator=(const ValueEncoder &) = delete;
 
-/** Raises ZELException also when the wire form is too long for a binary. */
-ByteBlock encodeToBlock(const Value &value, std::uint32_t &size);
+    void encode(const Value &value);
+    /** Without the type code. */
+    void encodeBody(const Value &value);
+
+    std::span<const std::uint8_t> bytes() const noexcept { return {m_begin, m_at}; }
+
+private:
+    static constexpr std::size_t kShortEncoding = 512;
+    static constexpr std::size_t kBodyOfNumber = sizeof(std::uint64_t);
+
+    // All of these are given the position to write at and return the one behind what they wrote.
+    std::uint8_t *room(std::uint8_t *at, std::size_t count)
+    {
+        return static_cast<std::size_t>(m_end - at) < count ? grow(at, count) : at;
+    }
+    std::uint8_t *grow(std::uint8_t *at, std::size_t count);
+    std::uint8_t *write(std::uint8_t *at, const Value &value);
+    std::uint8_t *writeBody(std::uint8_t *at, const Value &value);
+    std::uint8_t *writeCompound(std::uint8_t *at, const Value &value);
+    std::uint8_t *writeString(std::uint8_t *at, std::string_view text);
+    std::uint8_t *writeBinary(std::uint8_t *at, std::span<const std::uint8_t> bytes);
+    std::uint8_t *writeEscapedBinary(std::uint8_t *at, std::span<const std::uint8_t> bytes);
+    std::uint8_t *writeElements(std::uint8_t *at, const ValueList &elements);
+    std::uint8_t *writeElementBodies(std::uint8_t *at, const ValueList &elements);
+    std::uint8_t *writeDataArray(std::uint8_t *at, const ValueList &elements);
+    std::uint8_t *writeTerminator(std::uint8_t *at);
+
+    std::uint8_t *m_begin;
+    std::uint8_t *m_at;
+    std::uint8_t *m_end;
+    ByteBlock m_onHeap;
+    std::uint8_t m_short[kShortEncoding];
+};
 
 } // namespace zel

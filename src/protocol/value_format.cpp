@@ -14,20 +14,12 @@ namespace zel {
 
 namespace {
 
-// Requests are mostly this short: they cost no allocation.
-constexpr std::size_t kShortEncoding = 512;
-
-using Writer = std::uint8_t *(*)(std::uint8_t *, const Value &) noexcept;
-
-void write(ProtocolOutputStream &out, const Value &value, std::size_t size, Writer writer)
+void write(ProtocolOutputStream &out, const ValueEncoder &encoder)
 {
-    if (size > std::numeric_limits<std::uint32_t>::max())
+    const std::span<const std::uint8_t> bytes = encoder.bytes();
+    if (bytes.size() > std::numeric_limits<std::uint32_t>::max())
         throw ZELException();
-    std::uint8_t onStack[kShortEncoding];
-    const ByteBlock onHeap = size > sizeof onStack ? allocateBlock(size) : nullptr;
-    std::uint8_t *const bytes = onHeap ? onHeap.get() : onStack;
-    writer(bytes, value);
-    out.write(bytes, static_cast<std::uint32_t>(size));
+    out.write(bytes.data(), static_cast<std::uint32_t>(bytes.size()));
 }
 
 std::span<const std::uint8_t> memory(const std::uint8_t *data, std::int32_t length) noexcept
@@ -76,7 +68,9 @@ std::unique_ptr<Value> ValueFormatV1_0::decode(ProtocolInputStream &in)
 
 void ValueFormatV1_0::encode(ProtocolOutputStream &out, const Value &value)
 {
-    write(out, value, encodedSize(value), writeEncoded);
+    ValueEncoder encoder;
+    encoder.encode(value);
+    write(out, encoder);
 }
 
 bool ValueFormatV1_0::decodeAndCountBytes(const std::uint8_t *data, std::int32_t length,
@@ -107,7 +101,9 @@ std::unique_ptr<Value> ValueFormatV1_0::decodeBody(ProtocolInputStream &in, std:
 
 void ValueFormatV1_0::encodeBody(ProtocolOutputStream &out, const Value &value)
 {
-    write(out, value, encodedBodySize(value), writeEncodedBody);
+    ValueEncoder encoder;
+    encoder.encodeBody(value);
+    write(out, encoder);
 }
 
 std::unique_ptr<Value> ValueFormatV1_0::decodeValueArray(ProtocolInputStream &in, std::uint16_t count)
