@@ -44,6 +44,6 @@ need_rendezvous_port() {
 build() {
     local preset=$1
     shift
-    cmake --preset "$preset"
+    cmake --preset "$preset" -DZEL_UNITY=ON
     cmake --build --preset "$preset" ${1:+--target "$@"}
 }

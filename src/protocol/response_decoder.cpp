@@ -11,7 +11,7 @@ namespace zel {
 namespace {
 
 // Lengths count what this version reads; the rest of a longer header is skipped.
-constexpr int kHeaderLength = 10;
+constexpr int kResponseHeaderLength = 10;
 constexpr int kInstructionHeaderLength = 3;
 constexpr int kArgumentHeaderLength = 1;
 
@@ -38,7 +38,7 @@ void ResponseDecoderV1_0::parseHeader()
     m_argumentHeaderLength = m_in.readShort();
     m_valueHeaderLength = m_in.readShort();
     m_instructionCount = static_cast<std::int16_t>(m_in.readShort());
-    m_in.skipBytes(headerLength - kHeaderLength);
+    m_in.skipBytes(headerLength - kResponseHeaderLength);
 }
 
 void ResponseDecoderV1_0::parseBody()

@@ -1,0 +1,17 @@
+# zel_unite(TARGET): with ZEL_UNITY, the sources of each folder of a target are compiled together,
+# which saves most of the time that goes into headers. The scripts use it; for work on the sources
+# the ordinary build is handier. Names in the anonymous namespaces of one folder must differ.
+option(ZEL_UNITY "Compile the sources of each folder together" OFF)
+
+function(zel_unite TARGET)
+    if(NOT ZEL_UNITY)
+        return()
+    endif()
+    set_target_properties(${TARGET} PROPERTIES UNITY_BUILD ON UNITY_BUILD_MODE GROUP)
+    get_target_property(SOURCES ${TARGET} SOURCES)
+    foreach(SOURCE IN LISTS SOURCES)
+        cmake_path(GET SOURCE PARENT_PATH FOLDER)
+        cmake_path(GET FOLDER FILENAME GROUP)
+        set_source_files_properties(${SOURCE} TARGET_DIRECTORY ${TARGET} PROPERTIES UNITY_GROUP "${GROUP}")
+    endforeach()
+endfunction()
