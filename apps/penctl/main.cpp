@@ -28,6 +28,11 @@ std::string versionText()
     return "penctl, library " + version.str();
 }
 
+std::string complaint(const CLI::App *program, const CLI::Error &error)
+{
+    return "penctl: " + CLI::FailureMessage::simple(program, error);
+}
+
 void addCommands(CLI::App &program)
 {
     addList(program);
@@ -49,6 +54,8 @@ int parseAndRun(CLI::App &program, std::vector<std::string> arguments)
     } catch (const CLI::ParseError &error) {
         return program.exit(error) == 0 ? 0 : kUsageError;
     }
+    if (program.get_subcommands().empty())
+        throw Failure(kUsageError, "say what to do; penctl --help lists the commands");
     finishOutput();
     return 0;
 }
@@ -57,7 +64,9 @@ int run(const std::vector<std::string> &arguments)
 {
     CLI::App program("Talks to digital pens through the pen service of this machine.", "penctl");
     program.footer(kExitCodes);
-    program.require_subcommand(1);
+    // A subcommand is required, but CLI11 would say so of one that is mistyped too.
+    program.require_subcommand(0, 1);
+    program.failure_message(complaint);
     program.set_version_flag("--version", versionText, "Print the version and leave");
     addCommands(program);
     return parseAndRun(program, arguments);

@@ -96,6 +96,7 @@ TEST(Units, TimesAreUtc)
     EXPECT_EQ(utcText(951'782'399'999), "2000-02-28 23:59:59.999 UTC");
     EXPECT_EQ(utcText(951'782'400'000), "2000-02-29 00:00:00.000 UTC");
     EXPECT_EQ(utcText(UINT64_MAX), "18446744073709551615 ms");
+    EXPECT_EQ(utcSecondsText(951'782'400'999), "2000-02-29 00:00:00Z");
 }
 
 TEST(Table, ColumnsAreAsWideAsTheirWidestText)

@@ -14,5 +14,15 @@ void addPages(CLI::App &program);
 void addFetch(CLI::App &program);
 void addRm(CLI::App &program);
 void addShow(CLI::App &program);
+void addGet(CLI::App &program);
+void addSet(CLI::App &program);
+void addLock(CLI::App &program);
+void addUnlock(CLI::App &program);
+void addPassword(CLI::App &program);
+void addCert(CLI::App &program);
+void addKey(CLI::App &program);
+void addEncrypted(CLI::App &program);
+void addUserData(CLI::App &program);
+void addDfu(CLI::App &program);
 
 } // namespace penctl

@@ -7,6 +7,7 @@
 #include "commands/options.h"
 #include "commands/pen_json.h"
 #include "host/library.h"
+#include "host/pen_clock.h"
 #include "ui/interrupt.h"
 #include "ui/output.h"
 #include "ui/printable.h"
@@ -22,9 +23,7 @@ struct WatchOptions {
 
 std::string now()
 {
-    const auto time = std::chrono::system_clock::now().time_since_epoch();
-    return utcText(
-        static_cast<uint64_t>(std::chrono::duration_cast<std::chrono::milliseconds>(time).count()));
+    return utcSecondsText(hostMillis());
 }
 
 void printEvent(const DiscoveryHandle &record, bool json)

@@ -4,6 +4,8 @@
 
 #include "exit_code.h"
 #include "failure.h"
+#include "host/interruptible.h"
+#include "ui/interrupt.h"
 #include "ui/terminal.h"
 
 namespace penctl {
@@ -14,7 +16,8 @@ bool confirm(const std::string &question)
         throw Failure(kUsageError, "there is no terminal to ask on; say --yes to go ahead");
     std::cerr << question << " [y/N] " << std::flush;
     std::string answer;
-    std::getline(std::cin, answer);
+    if (!finishesBeforeInterrupt([&] { std::getline(std::cin, answer); }))
+        leaveNow(kInterrupted);
     return answer == "y" || answer == "Y" || answer == "yes";
 }
 

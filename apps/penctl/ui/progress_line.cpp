@@ -4,6 +4,7 @@
 
 #include <fmt/color.h>
 
+#include "ui/bar.h"
 #include "ui/printable.h"
 #include "ui/units.h"
 
@@ -37,22 +38,13 @@ std::string unitsText(const Progress &progress, const std::string &unitName)
     return fmt::format("{}/{} {}", grouped(progress.units), grouped(progress.totalUnits), unitName);
 }
 
-std::string repeated(const char *piece, std::size_t count)
+std::string colouredBar(const Progress &progress, const ProgressLook &look, std::size_t width)
 {
-    std::string text;
-    for (std::size_t i = 0; i < count; ++i)
-        text += piece;
-    return text;
-}
-
-std::string bar(const Progress &progress, const ProgressLook &look, std::size_t width)
-{
-    const auto done = static_cast<std::size_t>(fraction(progress) * static_cast<double>(width));
-    std::string full = repeated(look.unicode ? "█" : "#", done);
-    if (look.colour)
-        full = fmt::format(fmt::fg(fmt::terminal_color::green), "{}", full);
-    const std::string rest = repeated(look.unicode ? "░" : "-", width - done);
-    return look.unicode ? full + rest : "[" + full + rest + "]";
+    if (!look.colour)
+        return plainBar(fraction(progress), width, look.unicode);
+    const Bar bar = makeBar(fraction(progress), width, look.unicode);
+    const std::string done = fmt::format(fmt::fg(fmt::terminal_color::green), "{}", bar.done);
+    return look.unicode ? done + bar.rest : "[" + done + bar.rest + "]";
 }
 
 } // namespace
@@ -71,7 +63,8 @@ std::string progressLine(const Progress &progress, const ProgressLook &look)
     const std::size_t frame = look.unicode ? 0 : 2;
     const std::size_t taken = displayWidth(look.label) + 1 + frame + 2 + figures.size();
     if (taken + kNarrowestBar <= room)
-        return look.label + " " + bar(progress, look, std::min(room - taken, kWidestBar)) + "  " + figures;
+        return look.label + " " + colouredBar(progress, look, std::min(room - taken, kWidestBar)) + "  " +
+               figures;
     if (displayWidth(look.label) + 2 + figures.size() <= room)
         return look.label + "  " + figures;
     return figures.substr(0, room);

@@ -1,6 +1,7 @@
 #include "ui/terminal.h"
 
 #include <clocale>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -31,33 +32,55 @@ struct CloseFile {
     void operator()(std::FILE *file) const { std::fclose(file); }
 };
 
-/** Keeps the terminal from showing what is typed, and puts it back as it was on every way out. */
+/** The terminal whose echo is off, for the signal handler. */
+int s_silentTerminal = -1;
+termios s_echoing{};
+
+/** Ends the process as the signal would have, with the echo back. */
+void restoreEchoAndEnd(int signal)
+{
+    tcsetattr(s_silentTerminal, TCSANOW, &s_echoing);
+    std::signal(signal, SIG_DFL);
+    std::raise(signal);
+}
+
+/** Keeps the terminal from showing what is typed, and puts it back as it was on every way out, Ctrl-C among
+ * them; one at a time. */
 class EchoOff
 {
 public:
-    explicit EchoOff(int terminal) : m_terminal(terminal)
+    explicit EchoOff(int terminal)
     {
-        m_changed = tcgetattr(m_terminal, &m_before) == 0;
-        if (!m_changed)
+        termios silent{};
+        if (tcgetattr(terminal, &s_echoing) != 0)
             return;
-        termios silent = m_before;
+        silent = s_echoing;
         silent.c_lflag &= ~static_cast<tcflag_t>(ECHO);
-        m_changed = tcsetattr(m_terminal, TCSAFLUSH, &silent) == 0;
+        s_silentTerminal = terminal;
+        m_beforeInterrupt = std::signal(SIGINT, restoreEchoAndEnd);
+        m_beforeTerminate = std::signal(SIGTERM, restoreEchoAndEnd);
+        m_works = tcsetattr(terminal, TCSAFLUSH, &silent) == 0;
     }
     ~EchoOff()
     {
-        if (m_changed)
-            tcsetattr(m_terminal, TCSAFLUSH, &m_before);
+        if (s_silentTerminal < 0)
+            return;
+        tcsetattr(s_silentTerminal, TCSAFLUSH, &s_echoing);
+        std::signal(SIGINT, m_beforeInterrupt);
+        std::signal(SIGTERM, m_beforeTerminate);
+        s_silentTerminal = -1;
     }
     EchoOff(const EchoOff &) = delete;
     EchoOff &operator=(const EchoOff &) = delete;
 
-    bool works() const { return m_changed; }
+    bool works() const { return m_works; }
 
 private:
-    int m_terminal;
-    termios m_before{};
-    bool m_changed = false;
+    using Handler = void (*)(int);
+
+    Handler m_beforeInterrupt = SIG_DFL;
+    Handler m_beforeTerminate = SIG_DFL;
+    bool m_works = false;
 };
 
 std::optional<std::string> readLine(std::FILE *file)

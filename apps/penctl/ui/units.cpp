@@ -7,6 +7,30 @@
 
 namespace penctl {
 
+namespace {
+
+using namespace std::chrono;
+
+constexpr uint64_t kMillisPerDay = 86'400'000;
+
+/** The calendar of the standard library ends with the year 32767. */
+bool endsCalendar(uint64_t millis)
+{
+    constexpr auto kLastDay = sys_days(year::max() / December / 31).time_since_epoch().count();
+    return millis / kMillisPerDay > static_cast<uint64_t>(kLastDay);
+}
+
+std::string dateAndTime(uint64_t millis)
+{
+    const year_month_day date{sys_days(days(static_cast<int>(millis / kMillisPerDay)))};
+    const uint64_t inDay = millis % kMillisPerDay;
+    return fmt::format("{:04}-{:02}-{:02} {:02}:{:02}:{:02}", static_cast<int>(date.year()),
+                       static_cast<unsigned>(date.month()), static_cast<unsigned>(date.day()),
+                       inDay / 3'600'000, inDay / 60'000 % 60, inDay / 1000 % 60);
+}
+
+} // namespace
+
 std::string grouped(uint64_t number)
 {
     std::string digits = std::to_string(number);
@@ -33,20 +57,15 @@ std::string counted(uint64_t number, std::string_view singular, std::string_view
     return fmt::format("{} {}", grouped(number), number == 1 ? singular : plural);
 }
 
+std::string utcSecondsText(uint64_t millis)
+{
+    return endsCalendar(millis) ? fmt::format("{} ms", millis) : dateAndTime(millis) + "Z";
+}
+
 std::string utcText(uint64_t millis)
 {
-    using namespace std::chrono;
-    constexpr uint64_t kMillisPerDay = 86'400'000;
-    // The calendar of the standard library ends with the year 32767.
-    constexpr uint64_t kLastDay =
-        static_cast<uint64_t>(sys_days(year::max() / December / 31).time_since_epoch().count());
-    if (millis / kMillisPerDay > kLastDay)
-        return fmt::format("{} ms", millis);
-    const year_month_day date{sys_days(days(static_cast<int>(millis / kMillisPerDay)))};
-    const uint64_t inDay = millis % kMillisPerDay;
-    return fmt::format("{:04}-{:02}-{:02} {:02}:{:02}:{:02}.{:03} UTC", static_cast<int>(date.year()),
-                       static_cast<unsigned>(date.month()), static_cast<unsigned>(date.day()),
-                       inDay / 3'600'000, inDay / 60'000 % 60, inDay / 1000 % 60, inDay % 1000);
+    return endsCalendar(millis) ? fmt::format("{} ms", millis)
+                                : fmt::format("{}.{:03} UTC", dateAndTime(millis), millis % 1000);
 }
 
 } // namespace penctl

@@ -1,0 +1,53 @@
+#include "commands/commands.h"
+
+#include <fmt/format.h>
+
+#include "commands/options.h"
+#include "exit_code.h"
+#include "failure.h"
+#include "host/pen_session.h"
+#include "host/result.h"
+#include "host/settings.h"
+#include "ui/output.h"
+#include "ui/printable.h"
+
+namespace penctl {
+
+namespace {
+
+struct SetOptions {
+    PenChoice choice;
+    std::string name;
+    std::string value;
+};
+
+void set(const SetOptions &options)
+{
+    const Setting &setting = findSetting(options.name);
+    if (!setting.set)
+        throw Failure(kUsageError, fmt::format("{} can only be read", setting.name));
+    const PenSession pen(options.choice);
+    check(setting.set(pen.handle(), options.value), fmt::format("cannot set {}", setting.name));
+    const Reading now = setting.get(pen.handle());
+    print(
+        fmt::format("{} of pen {}: {}\n", setting.name, printable(pen.identity().serial), readingText(now)));
+}
+
+} // namespace
+
+void addSet(CLI::App &program)
+{
+    CLI::App *command = program.add_subcommand("set", "Change a setting of a pen");
+    auto options = std::make_shared<SetOptions>();
+    addPenBeforeOthers(*command, options->choice);
+    command->add_option("SETTING", options->name, "The setting's name")->type_name("")->required();
+    command->add_option("VALUE", options->value, "Its new value")->type_name("")->required();
+    std::string values = "Settings and their values:\n";
+    for (const Setting &setting : allSettings())
+        if (setting.set)
+            values += fmt::format("  {:<15} {}\n", setting.name, setting.values);
+    command->footer(values);
+    command->callback([options] { set(*options); });
+}
+
+} // namespace penctl

@@ -1,0 +1,36 @@
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "host/secret.h"
+
+namespace penctl {
+
+/** Where passwords come from: the lines of a file, or of standard input for "-", or else the terminal. They
+ * are never arguments, which other users of the machine could see. */
+class PasswordSource
+{
+public:
+    /** file  empty to ask on the terminal */
+    explicit PasswordSource(const std::string &file);
+    ~PasswordSource();
+    PasswordSource(const PasswordSource &) = delete;
+    PasswordSource &operator=(const PasswordSource &) = delete;
+
+    /** The next line, or the answer to the prompt. Failure (66) when there is none. */
+    std::unique_ptr<Secret> next(const std::string &prompt);
+
+    /** As next(), but on the terminal it asks a second time, for a password that is to be set. */
+    std::unique_ptr<Secret> nextTwice(const std::string &prompt);
+
+private:
+    std::unique_ptr<Secret> nextLine();
+
+    std::string m_file;
+    std::vector<uint8_t> m_lines;
+    std::size_t m_used = 0;
+};
+
+} // namespace penctl
