@@ -1,6 +1,7 @@
 # Sanitizers and coverage act on the whole build, so that no object is left out.
 set(ZEL_SANITIZE "" CACHE STRING "Sanitizers to build with, as in -fsanitize=")
 option(ZEL_COVERAGE "Record line and branch coverage" OFF)
+option(ZEL_LIBFUZZER "Build the fuzz targets as libFuzzer programs" OFF)
 
 if(ZEL_SANITIZE)
     # Stacks with lines are all that is looked at: less debug information builds faster.
