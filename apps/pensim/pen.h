@@ -1,25 +1,18 @@
 #pragma once
 
 #include "pen_spec.h"
-#include "reply.h"
-#include "request.h"
-
-#include <functional>
-#include <memory>
+#include "rule_book.h"
 
 namespace pensim
 {
-
-class PspServer;
 
 // A simulated pen as tests and commands see it. Any thread may call any operation; none waits for the
 // network. The object lives as long as its service, docked or not, and keeps its state across connections.
 class Pen
 {
 public:
-    // Asked on the service's thread when a rule's turn comes; it may call the pen.
-    using Responder = std::function<Reply(const Request &)>;
-
+    struct Impl;
+    explicit Pen(std::unique_ptr<Impl> impl);
     ~Pen();
     Pen(const Pen &) = delete;
     Pen &operator=(const Pen &) = delete;
@@ -57,7 +50,9 @@ public:
 
     // Rules for what a request gets. `occurrence` counts from 1 the requests that the rule applies to; 0 is
     // every one. The youngest rule that applies wins.
+    void addRule(const RuleSpec &rule);
     void onInstruction(std::uint32_t code, Reply reply, std::size_t occurrence = 0);
+    // The responder is asked on the service's thread when the rule's turn comes; it may call the pen.
     void onInstruction(std::uint32_t code, Responder responder, std::size_t occurrence = 0);
     void onPropertyRead(std::uint16_t id, Reply reply, std::size_t occurrence = 0);
     void onPropertyWrite(std::uint16_t id, Reply reply, std::size_t occurrence = 0);
@@ -74,12 +69,6 @@ public:
     bool waitForRequests(std::uint32_t code, std::size_t count, std::chrono::milliseconds timeout) const;
 
 private:
-    friend class PspServer;
-    friend class Service;
-    struct Impl;
-
-    explicit Pen(std::unique_ptr<Impl> impl);
-
     std::unique_ptr<Impl> m_impl;
 };
 

@@ -1,11 +1,10 @@
 #pragma once
 
-#include "value.h"
+#include "digest.h"
+#include "reply.h"
 
-#include <chrono>
 #include <filesystem>
 #include <map>
-#include <optional>
 #include <string>
 
 namespace pensim
@@ -21,6 +20,8 @@ constexpr std::uint64_t pageAddress(std::uint64_t field1, std::uint64_t field2, 
 // "1.2.3.4" or "1.2.3.4.5"; throws std::invalid_argument.
 std::uint64_t parsePageAddress(const std::string &text);
 std::string pageAddressText(std::uint64_t address);
+// Whether the address is the pattern's, whose missing fields stand for any.
+bool pageAddressMatches(std::uint64_t address, std::uint64_t pattern);
 
 struct PageSpec {
     std::uint64_t address = 0;
@@ -34,17 +35,17 @@ struct PageSpec {
 // 1442695040888963407 modulo 2^64, byte n the high 8 bits of x(n+1).
 Bytes generatedStrokes(std::size_t size, std::uint64_t seed);
 
-// The chaining value that the password digest starts from; pens and hosts must agree on it.
-using ChainingValue = std::vector<std::uint8_t>; // 32 bytes
-ChainingValue defaultChainingValue();
-
+// How a pen presents itself and behaves in firmware-upgrade mode.
 struct DfuSpec {
+    std::vector<std::string> protocols = {"DFUPSP10"};
+    std::uint64_t softwareVersion = 0x0100;
     bool manifestationTolerant = true;
-    std::uint16_t detachTimeout = 1000; // milliseconds
-    std::uint16_t transferSize = 4096;  // largest download block
-    std::chrono::milliseconds blockTime{1};
+    std::uint16_t detachTimeout = 1000;     // milliseconds
+    std::uint16_t transferSize = 4096;      // largest download block
+    std::chrono::milliseconds blockTime{1}; // for which the pen is busy with a block
     std::chrono::milliseconds manifestTime{20};
-    std::filesystem::path imageFile; // where a downloaded image is written; empty for nowhere
+    std::optional<std::size_t> failAtBlock; // the block, counted from 0, that cannot be written
+    std::filesystem::path imageFile;        // where a finished download is written; empty for nowhere
 };
 
 // Everything that a pen is when it is first docked.
@@ -65,7 +66,9 @@ struct PenSpec {
     std::string hint;
     std::optional<bool> locked; // unless given, a pen with a password is locked
     std::optional<Bytes> encryptedData;
-    ChainingValue chainingValue = defaultChainingValue();
+    std::vector<RuleSpec> rules; // for the answers to its requests
+    std::vector<RuleSpec> connectionRules;
+    DigestBlock chainingValue = kDefaultChainingValue; // of the password digest
     DfuSpec dfu;
 };
 

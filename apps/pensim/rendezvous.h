@@ -25,6 +25,8 @@ struct RendezvousMessage {
 class Rendezvous
 {
 public:
+    struct Impl;
+    explicit Rendezvous(std::unique_ptr<Impl> impl);
     ~Rendezvous();
     Rendezvous(const Rendezvous &) = delete;
     Rendezvous &operator=(const Rendezvous &) = delete;
@@ -50,6 +52,7 @@ public:
     void setFragments(std::size_t size, std::chrono::milliseconds pause);
 
     std::size_t subscriberCount(Subscription kind) const;
+    // Waits until there are exactly so many.
     bool waitForSubscribers(Subscription kind, std::size_t count, std::chrono::milliseconds timeout) const;
     std::size_t connectionCount() const; // since the start
 
@@ -58,11 +61,6 @@ public:
     void clearMessages();
 
 private:
-    friend class Service;
-    struct Impl;
-
-    explicit Rendezvous(std::unique_ptr<Impl> impl);
-
     std::unique_ptr<Impl> m_impl;
 };
 

@@ -39,8 +39,16 @@ struct Reply {
     static Reply closing();
     static Reply resetting();
 
-    Reply after(std::chrono::milliseconds pause) const;
-    Reply then(Ending end) const;
+    [[nodiscard]] Reply after(std::chrono::milliseconds pause) const;
+    [[nodiscard]] Reply then(Ending end) const;
+};
+
+// A rule as a scenario states it: which requests it applies to, and what they get.
+struct RuleSpec {
+    std::uint32_t code = 0;
+    std::optional<std::uint64_t> argument; // the number that argument 0 must be
+    std::size_t occurrence = 0;            // counted from 1; 0 is every one
+    Reply reply;
 };
 
 } // namespace pensim

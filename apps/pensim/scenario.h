@@ -7,8 +7,17 @@
 namespace pensim
 {
 
+// How the rendezvous server departs from its ways.
+struct RendezvousSpec {
+    std::vector<RuleSpec> listRules;
+    std::vector<RuleSpec> connectionRules;
+    std::size_t fragment = 0; // see Rendezvous::setFragments()
+    std::chrono::milliseconds fragmentPause{0};
+};
+
 struct Scenario {
     std::vector<PenSpec> pens; // listed in this order
+    RendezvousSpec rendezvous;
 };
 
 // Three ordinary pens (PSP 4.1 with pages up to 1 MiB; PSP 4.0 of software version 0x0502; a locked one) and

@@ -1,0 +1,54 @@
+#pragma once
+
+#include "reply.h"
+
+#include <asio.hpp>
+#include <atomic>
+#include <future>
+#include <thread>
+
+namespace pensim
+{
+
+// The one thread on which everything that touches the network runs.
+class IoThread
+{
+public:
+    IoThread() = default;
+    ~IoThread() { stop(); }
+    IoThread(const IoThread &) = delete;
+    IoThread &operator=(const IoThread &) = delete;
+
+    asio::io_context &context() { return m_context; }
+    void start();
+    void stop();
+
+    // Runs the operation on the thread and waits for it; its exceptions come back to the caller. While the
+    // thread does not run, and on the thread itself, the operation runs where it is called.
+    template <typename Operation>
+    decltype(auto) run(Operation operation)
+    {
+        std::packaged_task<decltype(operation())()> task(std::move(operation));
+        auto outcome = task.get_future();
+        if (!m_running || m_context.get_executor().running_in_this_thread())
+            task();
+        else
+            asio::post(m_context, std::move(task));
+        return outcome.get();
+    }
+
+private:
+    asio::io_context m_context{1};
+    std::optional<asio::executor_work_guard<asio::io_context::executor_type>> m_work;
+    std::thread m_thread;
+    std::atomic<bool> m_running = false;
+};
+
+using Acceptor = asio::ip::tcp::acceptor;
+using Socket = asio::ip::tcp::socket;
+
+// Listens on the loopback interface; throws std::system_error that names the port.
+Acceptor listenOnLoopback(asio::io_context &context, std::uint16_t port);
+void closeSocket(Socket &socket, Ending ending);
+
+} // namespace pensim
