@@ -1,0 +1,57 @@
+#include "pages/psp_sync_request.h"
+
+#include "pages/pidget_address.h"
+#include "protocol/protocol_driver_finder.h"
+#include "psp/property_ids.h"
+
+#include <utility>
+
+namespace zel {
+
+namespace {
+
+constexpr std::string_view kEveryPage = "*.*.*.*:549";
+
+} // namespace
+
+PspSyncRequest::PspSyncRequest()
+    : m_encoder(
+          protocolDriverFinder().find(kProtocolVersion1_0).createRequestEncoder(PidgetAddress(kEveryPage)))
+{
+}
+
+void PspSyncRequest::setPenId(std::uint64_t penId)
+{
+    addProperty(property::PEN_ID, Value::createLong(penId));
+}
+
+void PspSyncRequest::addProperty(std::uint16_t id, std::unique_ptr<Value> value)
+{
+    if (m_encoder != nullptr)
+        m_encoder->addEntry(id, std::move(value));
+}
+
+void PspSyncRequest::addPage(PenPageStrokes page)
+{
+    if (m_encoder != nullptr)
+        m_encoder->setPageData(page.address(), page.takeStrokes());
+}
+
+void PspSyncRequest::addPages(StrokesList pages)
+{
+    for (PenPageStrokes &page : pages)
+        addPage(std::move(page));
+}
+
+std::size_t PspSyncRequest::encodedSize() const
+{
+    return m_encoder != nullptr ? m_encoder->encodedSize() : 0;
+}
+
+void PspSyncRequest::encodeTo(std::span<std::uint8_t> block)
+{
+    if (m_encoder != nullptr)
+        m_encoder->encodeTo(block);
+}
+
+} // namespace zel
