@@ -3,8 +3,7 @@
 #include <cstdint>
 
 /** The pen properties that the library reads and writes. The numbers are fixed by the pens. */
-namespace zel::property
-{
+namespace zel::property {
 
 // Pen properties
 inline constexpr std::uint16_t PEN_ID = 0x0000;
