@@ -6,8 +6,7 @@
 #include <initializer_list>
 #include <limits>
 
-namespace zel
-{
+namespace zel {
 
 /** What has to exist before an export does anything; without it the answer is
  *  ZEL_ERR_NOT_INITIALIZED. */

@@ -3,8 +3,7 @@
 #include <initializer_list>
 #include <string_view>
 
-namespace zel
-{
+namespace zel {
 
 struct TextOutput {
     std::string_view text;
