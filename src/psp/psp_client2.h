@@ -7,8 +7,7 @@
 #include <span>
 #include <string>
 
-namespace zel
-{
+namespace zel {
 
 class PageAddress;
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "net/socket.h"
+#include "net/owned_socket.h"
 #include "protocol/value.h"
 #include "sys/critical_section.h"
 
@@ -10,8 +10,7 @@
 #include <memory>
 #include <span>
 
-namespace zel
-{
+namespace zel {
 
 class PspInstruction;
 class SocketStream;
@@ -51,29 +50,15 @@ protected:
 private:
     std::unique_ptr<Value> exchange(std::uint32_t instructionCode,
                                     std::span<std::unique_ptr<Value>> arguments);
+    void createSocketAndStream();
     void sendRequest(const PspInstruction &instruction);
     std::unique_ptr<Value> receiveAndParseResponse();
     std::unique_ptr<Value> receive();
+    /** After half a request or half a response: what follows in the stream must never be taken for the
+     *  start of one. */
+    void failStream() noexcept;
 
-    /** The TCP socket, closed when the client lets go of it. */
-    class Socket
-    {
-    public:
-        Socket() = default;
-        ~Socket() { reset(); }
-        Socket(const Socket &) = delete;
-        Socket &operator=(const Socket &) = delete;
-
-        void create();
-        void reset() noexcept;
-        net::SocketHandle get() const noexcept { return m_handle; }
-        bool exists() const noexcept { return m_handle != net::kNoSocket; }
-
-    private:
-        net::SocketHandle m_handle = net::kNoSocket;
-    };
-
-    Socket m_socket;
+    net::OwnedSocket m_socket;
     std::unique_ptr<SocketStream> m_stream;
     std::atomic<bool> m_penConnected{false};
     std::uint32_t m_address;
