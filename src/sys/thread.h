@@ -17,21 +17,25 @@ public:
     virtual void run() = 0;
 };
 
-/** A thread of the system that runs run() once.
- *  An exception of any kind that leaves run() ends there: the thread ends, the process lives. */
+/** A thread of the system that runs run() once. An exception of any kind that leaves run() ends there:
+ *  the thread ends, the process lives. One thread owns the object; with autoDelete it is the new
+ *  thread, from the moment its body has returned. */
 class LThread : public LThreadImpl
 {
 public:
     explicit LThread(bool autoDelete);
+    /** A thread whose body has returned is gone when the destructor returns, so that the library can be
+     *  unloaded; one that still runs goes on without its object. */
     ~LThread() override;
     LThread(const LThread &) = delete;
     LThread &operator=(const LThread &) = delete;
 
     /** Throws ZELException "Unable to create new thread". */
     void start();
+    /** Whether there is a thread, running or ended. */
     bool isRunning() const noexcept;
-    /** Stops the thread where it stands: nothing is unwound, no lock it holds is released. When kill
-     *  returns the thread touches nothing any more and the object may be deleted. */
+    /** Stops the thread where it stands: nothing is unwound, no lock it holds is released, its stack stays
+     *  allocated. When kill returns the thread touches nothing any more and the object may be deleted. */
     void kill();
     /** Set when the body has returned. */
     LEvent &finished() noexcept { return m_finished; }
@@ -39,9 +43,13 @@ public:
 private:
     struct Native;
 
+    static void enter(LThread *thread) noexcept;
+    void create();
+    void stop();
+
     std::unique_ptr<Native> m_native;
     LEvent m_finished{true, false};
-    bool m_autoDelete;
+    const bool m_autoDelete;
 };
 
 } // namespace zel

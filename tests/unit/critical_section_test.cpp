@@ -1,0 +1,65 @@
+#include "sys/critical_section.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <thread>
+
+using zel::threadsynch::CriticalSection;
+using zel::threadsynch::CriticalSectionGuard;
+
+TEST(CriticalSection, MayBeLockedAgainByTheSameThread)
+{
+    CriticalSection section;
+    section.lock();
+    section.lock();
+    EXPECT_EQ(section.lockCount(), 2);
+    section.unlock();
+    section.unlock();
+    EXPECT_EQ(section.lockCount(), 0);
+}
+
+// A host's stray unlock must not undo what the system holds: the count goes negative, no more.
+TEST(CriticalSection, UnlockWithoutLockLeavesTheSystemsLockAlone)
+{
+    CriticalSection section;
+    section.unlock();
+    EXPECT_EQ(section.lockCount(), -1);
+}
+
+TEST(CriticalSection, GuardUnlocksOnceAtItsEnd)
+{
+    CriticalSection section;
+    {
+        const CriticalSectionGuard guard(section);
+        EXPECT_EQ(section.lockCount(), 1);
+    }
+    EXPECT_EQ(section.lockCount(), 0);
+}
+
+TEST(CriticalSection, GuardThatWasUnlockedDoesNotUnlockAgain)
+{
+    CriticalSection section;
+    {
+        CriticalSectionGuard guard(section);
+        guard.unlock();
+        EXPECT_EQ(section.lockCount(), 0);
+    }
+    EXPECT_EQ(section.lockCount(), 0);
+}
+
+TEST(CriticalSection, KeepsOtherThreadsOut)
+{
+    CriticalSection section;
+    int counter = 0; // no atomic: the section guards it
+    const auto count = [&] {
+        for (int i = 0; i < 20000; ++i) {
+            const CriticalSectionGuard guard(section);
+            ++counter;
+        }
+    };
+    std::thread other(count);
+    count();
+    other.join();
+    EXPECT_EQ(counter, 40000);
+}

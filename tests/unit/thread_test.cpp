@@ -1,0 +1,123 @@
+#include "sys/thread.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <functional>
+#include <stdexcept>
+#include <utility>
+
+namespace {
+
+using zel::kInfinite;
+using zel::LEvent;
+using zel::LThread;
+
+constexpr std::uint32_t kLongEnough = 10000;
+
+class FunctionThread : public LThread
+{
+public:
+    explicit FunctionThread(std::function<void()> body, bool autoDelete = false)
+        : LThread(autoDelete), m_body(std::move(body))
+    {
+    }
+
+    void run() override { m_body(); }
+
+private:
+    std::function<void()> m_body;
+};
+
+} // namespace
+
+TEST(Thread, FinishedIsSetWhenTheBodyHasReturned)
+{
+    LEvent mayEnd(true, false);
+    FunctionThread thread([&] { mayEnd.wait(kInfinite); });
+    EXPECT_FALSE(thread.isRunning());
+    thread.start();
+    EXPECT_TRUE(thread.isRunning());
+    EXPECT_FALSE(thread.finished().wait(0));
+    mayEnd.set();
+    EXPECT_TRUE(thread.finished().wait(kLongEnough));
+}
+
+TEST(Thread, WithAutoDeleteItDeletesItselfAfterFinishedIsSet)
+{
+    // The object is destroyed by its own thread: what it links tells that finished came first.
+    static std::atomic<bool> s_finishedBeforeDestruction;
+    static LEvent s_destroyed(true, false);
+    s_destroyed.reset();
+    class SelfDeleting : public LThread
+    {
+    public:
+        SelfDeleting() : LThread(true) {}
+        ~SelfDeleting() override
+        {
+            s_finishedBeforeDestruction = finished().wait(0);
+            s_destroyed.set();
+        }
+        void run() override {}
+    };
+    (new SelfDeleting)->start();
+    ASSERT_TRUE(s_destroyed.wait(kLongEnough));
+    EXPECT_TRUE(s_finishedBeforeDestruction);
+}
+
+TEST(Thread, ExceptionEndsTheThreadAndNotTheProcess)
+{
+    FunctionThread standard([] { throw std::runtime_error("from the host"); });
+    standard.start();
+    EXPECT_TRUE(standard.finished().wait(kLongEnough));
+
+    FunctionThread odd([] { throw 7; });
+    odd.start();
+    EXPECT_TRUE(odd.finished().wait(kLongEnough));
+}
+
+TEST(Thread, KilledThreadStopsWhereItStands)
+{
+    // It never comes out of the wait, although the event is set afterwards, and unwinds nothing.
+    static std::atomic<bool> s_wentOn;
+    static LEvent s_entered(false, false);
+    static LEvent s_never(true, false);
+    s_wentOn = false;
+    s_never.reset();
+    {
+        struct Unwound {
+            ~Unwound() { s_wentOn = true; }
+        };
+        FunctionThread thread([] {
+            const Unwound unwound;
+            s_entered.set();
+            s_never.wait(kInfinite);
+        });
+        thread.start();
+        ASSERT_TRUE(s_entered.wait(kLongEnough));
+        thread.kill();
+        EXPECT_FALSE(thread.isRunning());
+        EXPECT_FALSE(thread.finished().wait(0));
+    }
+    LEvent other(true, false);
+    other.set(); // the lock that all events share is free
+    EXPECT_TRUE(other.wait(0));
+    zel::sleepMilliseconds(50);
+    EXPECT_FALSE(s_wentOn);
+}
+
+TEST(Thread, KillOfAnEndedThreadDoesNothing)
+{
+    FunctionThread thread([] {});
+    thread.start();
+    ASSERT_TRUE(thread.finished().wait(kLongEnough));
+    thread.kill();
+    EXPECT_TRUE(thread.isRunning()) << "its handle is still there";
+}
+
+TEST(Thread, KillBeforeTheStartDoesNothing)
+{
+    FunctionThread thread([] {});
+    thread.kill();
+    EXPECT_FALSE(thread.isRunning());
+}
