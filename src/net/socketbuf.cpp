@@ -2,6 +2,7 @@
 
 #include "sys/exceptions.h"
 #include "sys/log.h"
+#include "sys/secure_wipe.h"
 
 namespace zel {
 
@@ -26,7 +27,11 @@ socketbuf::socketbuf(net::SocketHandle socket, std::int32_t size)
     setp(m_sendBuffer.get(), m_sendBuffer.get() + size);
 }
 
-socketbuf::~socketbuf() = default;
+socketbuf::~socketbuf()
+{
+    // What could not be sent is still there.
+    secureWipe(pbase(), static_cast<std::size_t>(pptr() - pbase()));
+}
 
 socketbuf::int_type socketbuf::overflow(int_type character)
 {
@@ -75,6 +80,8 @@ int socketbuf::sync()
     const auto pending = static_cast<std::size_t>(pptr() - pbase());
     if (net::send(m_socket, pbase(), pending) != static_cast<int>(pending))
         throwFailure("send", m_socket);
+    // Requests carry passwords, and this block serves as long as the connection.
+    secureWipe(pbase(), pending);
     setp(pbase(), epptr());
     return 0;
 }

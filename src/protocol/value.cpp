@@ -6,6 +6,7 @@
 #include "protocol/value_text.h"
 #include "sys/exceptions.h"
 #include "sys/log.h"
+#include "sys/secure_wipe.h"
 
 #include <array>
 #include <cstring>
@@ -51,17 +52,22 @@ void Value::throwTypeMismatch()
     throw ZELException();
 }
 
-std::unique_ptr<Value> Value::createBytes(ValueType type, const void *data, std::size_t size)
+void Value::setBytes(const void *data, std::size_t size)
 {
     if (size > std::numeric_limits<std::uint32_t>::max())
         throw ZELException();
-    std::unique_ptr<Value> value = createBare(type);
-    std::uint8_t *target = value->m_payload.inlineBytes;
+    std::uint8_t *target = m_payload.inlineBytes;
     if (size >= kInlineSize)
-        target = value->m_payload.block = allocateBlock(size).release();
+        target = m_payload.block = allocateBlock(size).release();
     if (size > 0)
         std::memcpy(target, data, size);
-    value->m_length = static_cast<std::uint32_t>(size);
+    m_length = static_cast<std::uint32_t>(size);
+}
+
+std::unique_ptr<Value> Value::createBytes(ValueType type, const void *data, std::size_t size)
+{
+    std::unique_ptr<Value> value = createBare(type);
+    value->setBytes(data, size);
     return value;
 }
 
@@ -78,6 +84,20 @@ std::unique_ptr<Value> Value::createBytesOwned(ValueType type, ByteBlock data, s
 std::unique_ptr<Value> Value::createString(std::string_view text)
 {
     return createBytes(ValueType::String, text.data(), text.size());
+}
+
+class Value::SecretString : public Value
+{
+public:
+    SecretString() noexcept : Value(ValueType::String, 0) {}
+    ~SecretString() override { secureWipe(const_cast<std::uint8_t *>(bytes()), m_length); }
+};
+
+std::unique_ptr<Value> Value::createSecretString(std::string_view text)
+{
+    auto value = std::make_unique<SecretString>();
+    value->setBytes(text.data(), text.size());
+    return value;
 }
 
 std::unique_ptr<Value> Value::createBinary(const std::uint8_t *data, std::uint32_t size)

@@ -66,6 +66,8 @@ public:
         return createScalar(ValueType::Long64, value);
     }
     static std::unique_ptr<Value> createString(std::string_view text);
+    /** A string that is wiped from memory when it ends; a copy of it is an ordinary one. */
+    static std::unique_ptr<Value> createSecretString(std::string_view text);
     static std::unique_ptr<Value> createBinary(const std::uint8_t *data, std::uint32_t size);
     /** Takes over the block without copying (short contents move into the value). */
     static std::unique_ptr<Value> createBinaryOwned(ByteBlock data, std::uint32_t size);
@@ -119,6 +121,8 @@ public:
     void appendTo(std::string &out, std::int32_t indent = 0) const;
 
 private:
+    class SecretString;
+
     union Payload {
         Payload() noexcept : scalar(0) {}
         ~Payload() {}
@@ -156,6 +160,8 @@ private:
         return type == ValueType::String || type == ValueType::Binary || type == ValueType::EscapedBinary;
     }
     [[noreturn]] static void throwTypeMismatch();
+    /** For a value that has none yet. */
+    void setBytes(const void *data, std::size_t size);
 
     std::uint64_t scalarOf(ValueType type) const
     {

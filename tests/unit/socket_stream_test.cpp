@@ -35,6 +35,7 @@ public:
     std::ptrdiff_t pending() const { return pptr() - pbase(); }
     std::ptrdiff_t room() const { return epptr() - pptr(); }
     char nextPut() const { return *pptr(); }
+    const char *sentRoom() const { return pbase(); }
 };
 
 const auto kEof = std::char_traits<char>::eof();
@@ -117,6 +118,17 @@ TEST_F(SocketStreamSends, LineFeedDoesNotFlush)
 {
     m_stream << "line\n";
     EXPECT_TRUE(nothingArrives(m_peer));
+}
+
+// Requests carry passwords.
+TEST(Socketbuf, WhatWasSentIsWiped)
+{
+    const auto [socket, peer] = loopback::datagramPair();
+    OpenSocketbuf buffer(socket);
+    buffer.sputn("secret", 6);
+    buffer.sync();
+    EXPECT_EQ(loopback::receiveOnce(peer), "secret");
+    EXPECT_EQ(std::string(buffer.sentRoom(), 6), std::string(6, '\0'));
 }
 
 TEST(SocketStream, FlushOfEmptyStreamSucceedsOnTcp)

@@ -109,6 +109,17 @@ TEST(Value, TextsOfAnyLengthAreKeptWhole)
     EXPECT_EQ(Value::createString(std::string_view("a\0b", 3))->textView(), std::string_view("a\0b", 3));
 }
 
+TEST(Value, SecretStringIsAString)
+{
+    for (const std::uint32_t size : kSizes) {
+        const std::string text(size, 'x');
+        const auto secret = Value::createSecretString(text);
+        EXPECT_EQ(secret->getType(), ValueType::String);
+        EXPECT_EQ(secret->textView(), text);
+        EXPECT_EQ(secret->copy()->textView(), text);
+    }
+}
+
 TEST(Value, TextThatIsAbsentReadsAsEmpty)
 {
     std::string out = "before";
