@@ -1,0 +1,143 @@
+#include "psp/psp_client2.h"
+
+#include "pages/page_address.h"
+#include "sys/log.h"
+
+namespace zel {
+
+namespace {
+
+/** An instruction code from its four characters, the first in the highest byte. */
+consteval std::uint32_t instruction(const char (&characters)[5])
+{
+    std::uint32_t code = 0;
+    for (int i = 0; i < 4; ++i)
+        code = code << 8 | static_cast<unsigned char>(characters[i]);
+    return code;
+}
+
+std::unique_ptr<Value> binary(std::span<const std::uint8_t> bytes)
+{
+    return Value::createBinary(bytes.data(), static_cast<std::uint32_t>(bytes.size()));
+}
+
+} // namespace
+
+std::unique_ptr<Value> PspClient2::getValueProperty(std::uint16_t id)
+{
+    // The log shows the id as a signed number; the request carries it unsigned.
+    LogDebug(FormatLogText("[PspClient2::getValueProperty] %d", static_cast<std::int16_t>(id)));
+    return execute(instruction("R1GP"), Value::createShort(id));
+}
+
+std::unique_ptr<Value> PspClient2::setValueProperty(std::uint16_t id, const Value &value)
+{
+    LogDebug(FormatLogText("[PspClient2::setValueProperty] %d", static_cast<std::int16_t>(id)));
+    return execute(instruction("R1SP"), Value::createShort(id), value.copy());
+}
+
+std::unique_ptr<Value> PspClient2::listPages()
+{
+    return execute(instruction("U0PI"));
+}
+
+std::unique_ptr<Value> PspClient2::beginSyncSession()
+{
+    LogDebug("[PspClient2::beginSyncSession]");
+    return execute(instruction("U0YB"));
+}
+
+std::unique_ptr<Value> PspClient2::getPageStf(const PageAddress &page, std::uint64_t format,
+                                              std::uint64_t limit)
+{
+    std::string text("[PspClient2::getPageStf] PageAddress: ");
+    page.appendTo(text);
+    LogDebug(text);
+    return execute(instruction("U0PG"), Value::createLong(page.raw()), Value::createLong(format),
+                   Value::createLong(limit));
+}
+
+std::unique_ptr<Value> PspClient2::getStyloStf()
+{
+    LogDebug("[PspClient2::getStyloStf]");
+    return execute(instruction("U0PY"));
+}
+
+void PspClient2::endSyncSession()
+{
+    LogDebug("[PspClient2::endSyncSession]");
+    execute(instruction("U0YE"));
+}
+
+std::unique_ptr<Value> PspClient2::setMmiState(std::uint16_t state)
+{
+    LogDebug(FormatLogText("[PspClient2::setMmiState] %d", state));
+    return execute(instruction("R2SM"), Value::createShort(state));
+}
+
+std::unique_ptr<Value> PspClient2::removePage(const PageAddress &page, std::uint64_t format,
+                                              std::uint64_t limit)
+{
+    LogDebug(page.toString()); // the address alone, unlike the other operations
+    return execute(instruction("U0PR"), Value::createLong(page.raw()), Value::createLong(format),
+                   Value::createLong(limit));
+}
+
+std::unique_ptr<Value> PspClient2::clearStrokes(std::uint32_t mode)
+{
+    LogDebug("[PspClient2::clearStrokes]");
+    return execute(instruction("R1DS"), Value::createInt(mode));
+}
+
+std::unique_ptr<Value> PspClient2::penLocked()
+{
+    LogDebug("[PspClient2::penLocked]");
+    return execute(instruction("R1GL"));
+}
+
+std::unique_ptr<Value> PspClient2::unlock(std::span<const std::uint8_t> hash)
+{
+    LogDebug("[PspClient2::unlock]");
+    return execute(instruction("R1UL"), binary(hash));
+}
+
+std::unique_ptr<Value> PspClient2::setPassword(std::span<const std::uint8_t> hash,
+                                               const std::string &newPassword)
+{
+    LogDebug("[PspClient2::setPassword]");
+    return execute(instruction("R1PS"), binary(hash), Value::createString(newPassword));
+}
+
+std::unique_ptr<Value> PspClient2::getPasswordHint()
+{
+    LogDebug("[PspClient2::getPasswordHint]");
+    return execute(instruction("R1GT"));
+}
+
+std::unique_ptr<Value> PspClient2::setPasswordHint(const std::string &hint)
+{
+    LogDebug("[PspClient2::setPasswordHint]");
+    return execute(instruction("R1ST"), Value::createString(hint));
+}
+
+// The trailing blanks of the three texts below are theirs.
+
+std::unique_ptr<Value> PspClient2::hasEncryptedData()
+{
+    LogDebug("[PspClient2::hasEncryptedData] ");
+    return execute(instruction("U0HE"));
+}
+
+std::unique_ptr<Value> PspClient2::getEncryptedData()
+{
+    LogDebug("[PspClient2::getEncryptedData] ");
+    return execute(instruction("U0PE"));
+}
+
+std::unique_ptr<Value> PspClient2::clearEncryptedData()
+{
+    LogDebug("[PspClient2::clearEncryptedData] ");
+    return execute(instruction("U0DE"));
+}
+
+} // namespace zel
