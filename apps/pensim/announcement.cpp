@@ -2,11 +2,9 @@
 
 #include <fmt/format.h>
 
-namespace pensim
-{
+namespace pensim {
 
-namespace
-{
+namespace {
 
 const char *header(Subscription subscription)
 {

@@ -4,8 +4,7 @@
 
 #include <vector>
 
-namespace pensim
-{
+namespace pensim {
 
 // What the rendezvous server tells of a docked pen.
 struct Announcement {

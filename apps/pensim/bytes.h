@@ -4,8 +4,7 @@
 #include <memory>
 #include <vector>
 
-namespace pensim
-{
+namespace pensim {
 
 using Bytes = std::vector<std::uint8_t>;
 

@@ -1,10 +1,8 @@
 #include "scenario.h"
 
-namespace pensim
-{
+namespace pensim {
 
-namespace
-{
+namespace {
 
 PageSpec generatedPage(std::uint64_t address, std::size_t size)
 {

@@ -3,11 +3,9 @@
 #include <algorithm>
 #include <fstream>
 
-namespace pensim
-{
+namespace pensim {
 
-namespace
-{
+namespace {
 
 using std::chrono::milliseconds;
 

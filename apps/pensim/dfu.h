@@ -5,8 +5,7 @@
 #include <array>
 #include <span>
 
-namespace pensim
-{
+namespace pensim {
 
 enum class DfuState : std::uint8_t {
     appIdle = 0,

@@ -4,11 +4,9 @@
 #include <bit>
 #include <vector>
 
-namespace pensim
-{
+namespace pensim {
 
-namespace
-{
+namespace {
 
 constexpr int kColumns = 8; // of four bytes, in the block and in the key
 constexpr int kRounds = 14;

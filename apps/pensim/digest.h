@@ -4,8 +4,7 @@
 #include <cstdint>
 #include <string_view>
 
-namespace pensim
-{
+namespace pensim {
 
 using DigestBlock = std::array<std::uint8_t, 32>;
 

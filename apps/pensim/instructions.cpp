@@ -4,17 +4,14 @@
 
 #include <algorithm>
 
-namespace pensim
-{
+namespace pensim {
 
-namespace
-{
+namespace {
 
 using Connection = std::uint64_t;
 
 constexpr std::uint64_t kStrokeFormat = 2;
 constexpr std::size_t kLongestPassword = 31;
-constexpr std::uint16_t kSecurityVersion = 0x0503;
 
 Answer done()
 {

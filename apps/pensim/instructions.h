@@ -2,8 +2,7 @@
 
 #include "pen_state.h"
 
-namespace pensim
-{
+namespace pensim {
 
 // One row of the table of everything that a pen can be asked.
 struct Instruction {

@@ -2,11 +2,9 @@
 
 #include <fmt/format.h>
 
-namespace pensim
-{
+namespace pensim {
 
-namespace
-{
+namespace {
 
 // On Linux a listener may take a port over from connections that linger; on Windows the same option would let
 // two services share the port.

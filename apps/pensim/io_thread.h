@@ -7,8 +7,7 @@
 #include <future>
 #include <thread>
 
-namespace pensim
-{
+namespace pensim {
 
 // The one thread on which everything that touches the network runs.
 class IoThread
@@ -33,7 +32,7 @@ public:
         if (!m_running || m_context.get_executor().running_in_this_thread())
             task();
         else
-            asio::post(m_context, std::move(task));
+            asio::post(m_context, [task = std::move(task)]() mutable { task(); });
         return outcome.get();
     }
 

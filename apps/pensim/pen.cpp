@@ -6,11 +6,9 @@
 
 #include <fmt/format.h>
 
-namespace pensim
-{
+namespace pensim {
 
-namespace
-{
+namespace {
 
 std::string replyText(const Reply &reply)
 {
@@ -176,6 +174,11 @@ void Pen::Impl::close()
 Pen::Pen(std::unique_ptr<Impl> impl) : m_impl(std::move(impl)) {}
 
 Pen::~Pen() = default;
+
+const PenSpec &Pen::spec() const
+{
+    return m_impl->spec;
+}
 
 std::uint64_t Pen::id() const
 {

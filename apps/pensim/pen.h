@@ -3,8 +3,7 @@
 #include "pen_spec.h"
 #include "rule_book.h"
 
-namespace pensim
-{
+namespace pensim {
 
 // A simulated pen as tests and commands see it. Any thread may call any operation; none waits for the
 // network. The object lives as long as its service, docked or not, and keeps its state across connections.
@@ -17,6 +16,8 @@ public:
     Pen(const Pen &) = delete;
     Pen &operator=(const Pen &) = delete;
 
+    // As it was first docked.
+    const PenSpec &spec() const;
     std::uint64_t id() const;
     std::uint16_t port() const; // of its own service; 0 while undocked
     bool docked() const;

@@ -8,8 +8,7 @@
 #include <condition_variable>
 #include <mutex>
 
-namespace pensim
-{
+namespace pensim {
 
 using Log = std::function<void(const std::string &line)>;
 

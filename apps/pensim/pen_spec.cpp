@@ -3,11 +3,9 @@
 #include <fmt/format.h>
 #include <stdexcept>
 
-namespace pensim
-{
+namespace pensim {
 
-namespace
-{
+namespace {
 
 struct Field {
     int shift;

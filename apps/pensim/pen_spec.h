@@ -7,8 +7,7 @@
 #include <map>
 #include <string>
 
-namespace pensim
-{
+namespace pensim {
 
 // A page's address from its five fields; 0xfff (third field: 0xffff) stands for a missing one.
 constexpr std::uint64_t pageAddress(std::uint64_t field1, std::uint64_t field2, std::uint64_t field3,

@@ -5,8 +5,7 @@
 
 #include <algorithm>
 
-namespace pensim
-{
+namespace pensim {
 
 void PageStore::add(PageSpec page)
 {

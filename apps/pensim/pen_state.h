@@ -7,8 +7,7 @@
 #include <deque>
 #include <unordered_map>
 
-namespace pensim
-{
+namespace pensim {
 
 // What a pen answers: a status and, unless the status says it all, a result.
 struct Answer {

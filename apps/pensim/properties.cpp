@@ -5,16 +5,12 @@
 #include <algorithm>
 #include <span>
 
-namespace pensim
-{
+namespace pensim {
 
-namespace
-{
+namespace {
 
 constexpr std::uint64_t kMemoryBytes = 64u << 20;
 constexpr std::size_t kOwnerCardItems = 18;
-constexpr std::uint16_t kWakeUpVersion = 0x0502; // pens before it know neither wake-up time nor secure delete
-constexpr std::uint16_t kSecurityVersion = 0x0503; // pens before it know no certificates and keys
 
 bool isType(const Value &value, Type type)
 {

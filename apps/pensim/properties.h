@@ -2,12 +2,10 @@
 
 #include "pen_spec.h"
 
-namespace pensim
-{
+namespace pensim {
 
 // Property ids that the service itself gives a meaning to; a scenario may add any other.
-namespace property
-{
+namespace property {
 inline constexpr std::uint16_t penId = 0x0000;
 inline constexpr std::uint16_t softwareVersion = 0x0001;
 inline constexpr std::uint16_t freeMemory = 0x0003;
@@ -35,6 +33,11 @@ inline constexpr std::uint16_t certificateAuthenticator = 0x2208;
 inline constexpr std::uint16_t certificate = 0x2209;
 inline constexpr std::uint16_t signingKey = 0x220a;
 } // namespace property
+
+// Software versions from which pens know wake-up time and secure delete, and from which they know
+// certificates, keys and encrypted data.
+inline constexpr std::uint16_t kWakeUpVersion = 0x0502;
+inline constexpr std::uint16_t kSecurityVersion = 0x0503;
 
 // A pen's properties: what a host reads, and which writes the pen accepts.
 class Properties

@@ -2,8 +2,7 @@
 
 #include "wire_codec.h"
 
-namespace pensim
-{
+namespace pensim {
 
 // One host's connection. Reading never pauses, so that the session sees at once that its host is gone.
 class PspSession : public std::enable_shared_from_this<PspSession>

@@ -5,8 +5,7 @@
 
 #include <set>
 
-namespace pensim
-{
+namespace pensim {
 
 class PspSession;
 

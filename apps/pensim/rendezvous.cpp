@@ -3,11 +3,9 @@
 #include <algorithm>
 #include <fmt/format.h>
 
-namespace pensim
-{
+namespace pensim {
 
-namespace
-{
+namespace {
 
 std::string oneLine(const std::string &message)
 {
@@ -29,7 +27,10 @@ Bytes toBytes(const std::string &text)
 
 Rendezvous::Impl::Impl(IoThread &ioThread, bool recordMessages,
                        std::function<void(const std::string &)> logLine)
-    : io(ioThread), record(recordMessages), log(std::move(logLine))
+    : io(ioThread),
+      record(recordMessages),
+      log(std::move(logLine)),
+      server(std::make_shared<RendezvousServer>(io.context(), *this))
 {
 }
 

@@ -6,8 +6,7 @@
 #include <string>
 #include <string_view>
 
-namespace pensim
-{
+namespace pensim {
 
 enum class Subscription {
     none,     // connected, not subscribed yet

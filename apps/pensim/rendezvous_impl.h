@@ -6,8 +6,7 @@
 #include <condition_variable>
 #include <mutex>
 
-namespace pensim
-{
+namespace pensim {
 
 // The rendezvous server behind its public face: what was seen under a lock, the server on the service's
 // thread.

@@ -3,11 +3,9 @@
 #include <algorithm>
 #include <deque>
 
-namespace pensim
-{
+namespace pensim {
 
-namespace
-{
+namespace {
 
 // A client's messages are short; one that never ends is no client.
 constexpr std::size_t kLongestMessage = 4096;

@@ -6,8 +6,7 @@
 
 #include <set>
 
-namespace pensim
-{
+namespace pensim {
 
 class RendezvousSession;
 

@@ -1,7 +1,6 @@
 #include "reply.h"
 
-namespace pensim
-{
+namespace pensim {
 
 Reply Reply::withStatus(std::int32_t status)
 {

@@ -5,8 +5,7 @@
 #include <chrono>
 #include <optional>
 
-namespace pensim
-{
+namespace pensim {
 
 // What becomes of the connection after an answer.
 enum class Ending {

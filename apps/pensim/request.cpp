@@ -1,7 +1,6 @@
 #include "request.h"
 
-namespace pensim
-{
+namespace pensim {
 
 Value Request::argument(std::uint8_t index) const
 {

@@ -4,8 +4,7 @@
 
 #include <string_view>
 
-namespace pensim
-{
+namespace pensim {
 
 // An instruction code from its four characters: fourCc("R1GP").
 constexpr std::uint32_t fourCc(std::string_view text)
@@ -32,8 +31,7 @@ struct Request {
     Value argument(std::uint8_t index) const;
 };
 
-namespace instruction
-{
+namespace instruction {
 inline constexpr std::uint32_t getProperty = fourCc("R1GP");
 inline constexpr std::uint32_t setProperty = fourCc("R1SP");
 inline constexpr std::uint32_t listPages = fourCc("U0PI");

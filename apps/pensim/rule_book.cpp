@@ -1,7 +1,6 @@
 #include "rule_book.h"
 
-namespace pensim
-{
+namespace pensim {
 
 void RuleBook::add(const RuleSpec &rule)
 {

@@ -5,8 +5,7 @@
 
 #include <functional>
 
-namespace pensim
-{
+namespace pensim {
 
 using Responder = std::function<Reply(const Request &)>;
 

@@ -4,8 +4,7 @@
 
 #include <string_view>
 
-namespace pensim
-{
+namespace pensim {
 
 // How the rendezvous server departs from its ways.
 struct RendezvousSpec {
@@ -27,5 +26,7 @@ Scenario defaultScenario();
 // Reads the JSON text of a scenario; throws std::runtime_error that names the place.
 Scenario parseScenario(std::string_view json);
 Scenario loadScenario(const std::filesystem::path &file);
+// One pen as in a scenario's list of them.
+PenSpec parsePen(std::string_view json);
 
 } // namespace pensim

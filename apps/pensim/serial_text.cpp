@@ -2,11 +2,9 @@
 
 #include <string_view>
 
-namespace pensim
-{
+namespace pensim {
 
-namespace
-{
+namespace {
 
 constexpr std::string_view kAlphabet = "ABCDEFGHJKMNPQRSTUWXYZ23456789";
 

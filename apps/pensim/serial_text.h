@@ -3,8 +3,7 @@
 #include <cstdint>
 #include <string>
 
-namespace pensim
-{
+namespace pensim {
 
 // The serial number that people know a pen by, of the form XXX-XXX-XXX-XX.
 std::string serialText(std::uint64_t penId);

@@ -6,8 +6,7 @@
 #include <algorithm>
 #include <fmt/format.h>
 
-namespace pensim
-{
+namespace pensim {
 
 // All of it is touched on the service's thread, or by the owner's while that does not run.
 struct Service::Impl {

@@ -4,8 +4,7 @@
 #include "rendezvous.h"
 #include "scenario.h"
 
-namespace pensim
-{
+namespace pensim {
 
 struct Options {
     std::uint16_t rendezvousPort = 3715;              // 0: any free one

@@ -2,8 +2,7 @@
 
 #include <cstdint>
 
-namespace pensim::status
-{
+namespace pensim::status {
 
 // Fixed by the protocol.
 inline constexpr std::int32_t unknownInstruction = -9001;

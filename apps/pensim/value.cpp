@@ -3,8 +3,7 @@
 #include <algorithm>
 #include <fmt/format.h>
 
-namespace pensim
-{
+namespace pensim {
 
 Value::Value(Type type, std::uint64_t number) : m_type(type), m_number(number) {}
 
@@ -93,8 +92,7 @@ const Bytes &Value::bytes() const
     return m_bytes ? *m_bytes : nothing;
 }
 
-namespace
-{
+namespace {
 
 const char *typeText(Type type)
 {

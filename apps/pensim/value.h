@@ -4,8 +4,7 @@
 
 #include <string>
 
-namespace pensim
-{
+namespace pensim {
 
 // Type codes as they stand on the wire.
 enum class Type : std::uint8_t {

@@ -2,11 +2,9 @@
 
 #include <algorithm>
 
-namespace pensim
-{
+namespace pensim {
 
-namespace
-{
+namespace {
 
 constexpr std::uint8_t kSlipEnd = 0xc0;
 constexpr std::uint8_t kSlipEscape = 0xdb;

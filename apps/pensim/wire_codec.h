@@ -6,8 +6,7 @@
 #include <span>
 #include <stdexcept>
 
-namespace pensim
-{
+namespace pensim {
 
 // The bytes so far end within a value: at least `missing` more are needed.
 class TruncatedInput : public std::runtime_error
