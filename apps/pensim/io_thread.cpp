@@ -45,7 +45,9 @@ Acceptor listenOnLoopback(asio::io_context &context, std::uint16_t port)
         acceptor.listen();
         return acceptor;
     } catch (const std::system_error &error) {
-        throw std::system_error(error.code(), fmt::format("cannot listen on port {} of 127.0.0.1", port));
+        const bool taken = error.code() == asio::error::address_in_use;
+        throw std::system_error(error.code(), fmt::format("cannot listen on port {} of 127.0.0.1{}", port,
+                                                          taken ? ", which is in use" : ""));
     }
 }
 
