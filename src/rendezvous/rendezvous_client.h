@@ -58,21 +58,22 @@ private:
 
     void initSocket();
     void openSocket();
+    bool connectSocket();
     bool isDisconnecting() const noexcept { return m_disconnecting; }
     Received receiveMessage();
-    RendezvousEvent eventOfMessage() const;
+    void closeLostSocket();
 
-    mutable std::mutex m_socketLock; ///< held to change or shut down the socket, never while blocked
+    std::mutex m_socketLock; ///< held to change or shut down the socket, never while blocked
     net::OwnedSocket m_socket;
     const net::Endpoint *m_serverAddress;
     LEvent m_shutdownEvent{false, false};
     bool m_dfuMode;
     std::atomic<bool> m_disconnecting{false};
+    bool m_wasConnected = false;
     /** The connection that wait() made stays open beside the one that replaces it. */
     bool m_socketIsOfWait = false;
     net::OwnedSocket m_socketOfWait;
-    std::size_t m_messageLength = 0;
-    char m_message[kLongestMessage + 1];
+    std::string m_message;
 };
 
 } // namespace zel

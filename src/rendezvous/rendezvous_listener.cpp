@@ -1,0 +1,217 @@
+#include "rendezvous/rendezvous_listener.h"
+
+#include "session/discovery_record.h"
+#include "session/supported_pens.h"
+#include "sys/exceptions.h"
+#include "sys/log.h"
+#include "sys/thread.h"
+
+#include <new>
+#include <string>
+
+namespace zel {
+
+namespace {
+
+enum class PenChange : std::uint32_t { Arrived = ZEL_PEN_ARRIVED, Departed = ZEL_PEN_DEPARTED };
+
+/** The record that the host owns from its callback on. */
+DiscoveryRecord *makeRecord(const RendezvousEvent &event, PenChange change, std::uint32_t address)
+{
+    auto record = std::make_unique<DiscoveryRecord>();
+    record->kind = static_cast<std::uint32_t>(change);
+    record->penId = event.penId.number();
+    record->serial = event.penId.serialText();
+    record->brand = event.penBrand;
+    record->swVersion = event.penSwVersion;
+    record->serviceAddress = change == PenChange::Arrived ? address : 0;
+    record->servicePort = change == PenChange::Arrived ? event.servicePort : std::uint16_t{0};
+    record->vendorId = event.vendorId;
+    record->productId = event.productId;
+    record->dfu = event.dfu ? 1 : 0;
+    return record.release();
+}
+
+} // namespace
+
+RendezvousListener::RendezvousListener(const ListenerProfile &profile, const net::Endpoint &server)
+    : m_profile(profile), m_server(server)
+{
+    m_pRVClient = std::make_unique<RendezvousClient>(m_server, profile.dfuMode);
+}
+
+RendezvousListener::~RendezvousListener() = default;
+
+void RendezvousListener::setCallbacks(PenArrivedCallback arrived, PenDepartedCallback departed,
+                                      void *callbackContext) noexcept
+{
+    m_arrived = arrived;
+    m_departed = departed;
+    m_callbackContext = callbackContext;
+}
+
+bool RendezvousListener::StartRendezvous()
+{
+    if (m_thread) {
+        m_thread->kill();
+        m_thread.reset();
+    }
+    m_stopRequested = false;
+    if (m_pRVClient)
+        m_pRVClient->rearm();
+    try {
+        m_thread = makeThread();
+    } catch (const std::bad_alloc &) {
+        return false;
+    }
+    m_thread->start();
+    return true;
+}
+
+bool RendezvousListener::StopRendezvous()
+{
+    m_stopRequested = true;
+    if (m_pRVClient)
+        m_pRVClient->disconnectFromRendezvousServer();
+    else
+        LogDebug("CZELManager::StopRendezvous: m_pRVClient == NULL");
+    if (!m_thread)
+        return true;
+    if (m_thread->isRunning() && !m_thread->finished().wait(kStopTimeoutMilliseconds)) {
+        m_thread->kill();
+        LogDebug(FormatLogText("*** %s refused to stop and was killed ***", m_profile.threadName));
+    }
+    m_thread.reset();
+    return true;
+}
+
+void RendezvousListener::serve()
+{
+    connectWithWait();
+    announcePresentPens();
+    while (!isStopRequested()) {
+        handleNotifications();
+        sleepMilliseconds(kPauseMilliseconds);
+    }
+}
+
+void RendezvousListener::connectWithWait()
+{
+    // A wait that succeeded is followed by a fresh connection and subscription all the same.
+    while (!m_pRVClient->connectToRendezvousServer())
+        m_pRVClient->waitForRendezvousServer();
+}
+
+void RendezvousListener::announcePresentPens()
+{
+    for (const RendezvousEvent &event : presentPens()) {
+        if (event.command != RendezvousCommand::Connect)
+            continue;
+        if (!IsSupportedPen(event.pspVersions, event.penSwVersion)) {
+            // Those behind it are not announced either: hosts rely on the order of the list.
+            LogInfo("Unsuported pen enumerated.");
+            return;
+        }
+        announceArrival(event);
+    }
+}
+
+std::vector<RendezvousEvent> RendezvousListener::presentPens()
+{
+    try {
+        return m_pRVClient->enumerate();
+    } catch (const ZELException &failure) {
+        logFailure("processing rendezvous event", failure);
+        return {};
+    }
+}
+
+void RendezvousListener::handleNotifications()
+{
+    LogDebug(FormatLogText("%s::handleNotifications()", m_profile.listenerName));
+    if (!isStopRequested())
+        handleEvent(nextEvent());
+}
+
+RendezvousEvent RendezvousListener::nextEvent()
+{
+    try {
+        return m_pRVClient->waitForRendezvousEvent();
+    } catch (const ZELRendezvousShutDownException &) {
+        throw ZELRendezvousShutDownException();
+    } catch (const ZELException &failure) {
+        logFailure("processing rendezvous event", failure);
+        return {};
+    }
+}
+
+void RendezvousListener::handleEvent(const RendezvousEvent &event)
+{
+    switch (event.command) {
+    case RendezvousCommand::Connect:
+        penArrived(event);
+        return;
+    case RendezvousCommand::Disconnect:
+        penDeparted(event);
+        return;
+    case RendezvousCommand::ServerGone:
+        LogWarning("Rendezvous server port was closed.");
+        throw ZELRendezvousShutDownException();
+    case RendezvousCommand::SocketShutDown:
+        LogWarning("Rendezvous socket shutdown signalled.");
+        return;
+    case RendezvousCommand::Unknown:
+        break;
+    }
+    LogError("Commmand not known");
+}
+
+void RendezvousListener::penArrived(const RendezvousEvent &event)
+{
+    LogDebug("New AbstractPen object created, but not added to PenManager");
+    try {
+        if (!IsSupportedPen(event.pspVersions, event.penSwVersion)) {
+            LogInfo("Unsuported pen docked.");
+            return;
+        }
+        announceArrival(event);
+        LogInfo(FormatLogText("Pen connected %d", event.servicePort));
+    } catch (const ZELException &failure) {
+        logFailure("creating pen", failure);
+    }
+}
+
+void RendezvousListener::penDeparted(const RendezvousEvent &event)
+{
+    try {
+        if (!IsSupportedPen(event.pspVersions, event.penSwVersion)) {
+            LogInfo("Unsuported pen undocked.");
+            return;
+        }
+        announceDeparture(event);
+    } catch (const PenNotConnectedException &failure) {
+        logFailure("pen undocked", failure);
+    }
+    LogInfo(FormatLogText("Pen disconnected %d", event.servicePort));
+}
+
+void RendezvousListener::announceArrival(const RendezvousEvent &event)
+{
+    if (m_arrived != nullptr)
+        m_arrived(makeRecord(event, PenChange::Arrived, m_server.address), m_callbackContext);
+}
+
+void RendezvousListener::announceDeparture(const RendezvousEvent &event)
+{
+    // Asks for the one callback and calls the other: a host that takes no arrivals hears of no
+    // departure either.
+    if (m_arrived != nullptr)
+        m_departed(makeRecord(event, PenChange::Departed, 0), m_callbackContext);
+}
+
+void RendezvousListener::logFailure(const char *what, const std::exception &failure) const
+{
+    LogError(FormatLogText("[%s] %s failed (%s)", m_profile.listenerName, what, failure.what()));
+}
+
+} // namespace zel

@@ -1,0 +1,57 @@
+#include "session/manager.h"
+
+#include "psp/psp_client2.h"
+#include "rendezvous/rendezvous_thread.h"
+#include "session/pen_handle.h"
+
+#include <utility>
+
+namespace zel {
+
+namespace {
+
+constexpr ListenerProfile kProfile{"RendezvousListener", "RendezvousThread", false};
+
+std::unique_ptr<CZELManager> s_manager;
+
+} // namespace
+
+CZELManager::CZELManager(const net::Endpoint &rendezvousServer)
+    : RendezvousListener(kProfile, rendezvousServer)
+{
+}
+
+std::unique_ptr<LThread> CZELManager::makeThread()
+{
+    return std::make_unique<RendezvousThread>(*this);
+}
+
+std::unique_ptr<PspClient2> CZELManager::connectPen(std::uint32_t address, std::uint16_t port)
+{
+    auto client = std::make_unique<PspClient2>(address, port);
+    client->setPenConnected(true);
+    client->connect();
+    return client;
+}
+
+bool CZELManager::disconnectPen(::PenHandle &pen)
+{
+    if (!pen.client)
+        return false;
+    pen.client->setPenConnected(false);
+    pen.client->disconnect();
+    pen.client.reset();
+    return true;
+}
+
+CZELManager *manager() noexcept
+{
+    return s_manager.get();
+}
+
+void setManager(std::unique_ptr<CZELManager> manager) noexcept
+{
+    s_manager = std::move(manager);
+}
+
+} // namespace zel
