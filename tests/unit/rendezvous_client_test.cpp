@@ -1,0 +1,271 @@
+#include "rendezvous/rendezvous_client.h"
+
+#include "support/log_capture.h"
+#include "support/rendezvous_server.h"
+#include "sys/exceptions.h"
+#include "sys/thread.h"
+
+#include <gtest/gtest.h>
+
+#include <thread>
+
+using zel::RendezvousClient;
+using zel::RendezvousCommand;
+using zel::RendezvousEvent;
+namespace wire = rendezvous_wire;
+
+namespace {
+
+template <class Exception, class Call>
+std::string messageOf(Call call)
+{
+    try {
+        call();
+    } catch (const Exception &failure) {
+        return failure.what();
+    }
+    return "(no exception)";
+}
+
+} // namespace
+
+TEST(RendezvousClient, ConnectsSubscribesAndListsInThisOrder)
+{
+    std::string received;
+    RendezvousServer server([&](const loopback::OwnedSocket &client) {
+        received = loopback::receiveExactly(client, wire::kSubscribe.size() + wire::kList.size());
+        loopback::sendAll(client, wire::pen("", "1") + wire::message("ENDLIST"));
+        wire::untilClosed(client);
+    });
+    {
+        RendezvousClient client(server.endpoint(), false);
+        ASSERT_TRUE(client.connectToRendezvousServer());
+        const auto pens = client.enumerate();
+        ASSERT_EQ(pens.size(), 1u);
+        EXPECT_EQ(pens[0].penId.number(), 1u);
+        EXPECT_EQ(pens[0].command, RendezvousCommand::Connect) << "a listed pen needs no command word";
+        client.disconnectFromRendezvousServer();
+    }
+    EXPECT_EQ(received, std::string("RVA1\r\nsubscribe=RVP\r\n\0LIST\0", 27));
+}
+
+TEST(RendezvousClient, FirmwareUpgradeModeSubscribesWithItsOwnWords)
+{
+    std::string received;
+    RendezvousServer server(
+        [&](const loopback::OwnedSocket &client) { received = loopback::receiveExactly(client, 22); });
+    {
+        RendezvousClient client(server.endpoint(), true);
+        ASSERT_TRUE(client.connectToRendezvousServer());
+        EXPECT_EQ(client.waitForRendezvousEvent().command, RendezvousCommand::ServerGone);
+    }
+    EXPECT_EQ(received, std::string("DVA1\r\nsubscribe=DVP\r\n\0", 22));
+}
+
+TEST(RendezvousClient, LogsWhatItDoes)
+{
+    RendezvousServer server([](const loopback::OwnedSocket &client) {
+        wire::enumerate(client, {});
+        loopback::sendAll(client, wire::pen("CONNECT", "1"));
+        wire::untilClosed(client);
+    });
+    LogCapture log;
+    {
+        RendezvousClient client(server.endpoint(), false);
+        client.connectToRendezvousServer();
+        client.enumerate();
+        client.waitForRendezvousEvent();
+        client.disconnectFromRendezvousServer();
+    }
+    std::vector<std::string> texts;
+    for (const auto &[level, text] : log.entries())
+        texts.push_back(text);
+    EXPECT_EQ(texts, (std::vector<std::string>{
+                         "RendezvousClient::initSocket()",
+                         "[RendezvousClient] exiting initSocket",
+                         "RendezvousClient - Created",
+                         "RendezvousClient::connectToRendezvousServer()",
+                         "RendezvousClient::connect()",
+                         "[RendezvousClient] connected to rendezvous server",
+                         "RendezvousClient::subscribe()",
+                         "[RendezvousClient] subscribed to rendezvous notifications",
+                         "[RendezvousClient] exiting subscribe",
+                         "RendezvousClient::enumerate()",
+                         "[RendezvousClient] exiting enumerate",
+                         "RendezvousClient::waitForRendezvousEvent()",
+                         "Pen connected 49153",
+                         "[RendezvousClient] exiting waitForRendezvousEvent",
+                         "RendezvousClient::disconnectFromRendezvousServer()",
+                         "RendezvousClient - Destructed",
+                     }));
+}
+
+TEST(RendezvousClient, EndOfListAloneIsAnEmptyList)
+{
+    RendezvousServer server([](const loopback::OwnedSocket &client) {
+        wire::enumerate(client, {});
+        wire::untilClosed(client);
+    });
+    RendezvousClient client(server.endpoint(), false);
+    ASSERT_TRUE(client.connectToRendezvousServer());
+    EXPECT_TRUE(client.enumerate().empty());
+    client.disconnectFromRendezvousServer();
+}
+
+TEST(RendezvousClient, ListedMessagesOfNoPenAreSkippedSilently)
+{
+    RendezvousServer server([](const loopback::OwnedSocket &client) {
+        wire::enumerate(client, {wire::message("RVX1\r\npen-id=5\r\n"), wire::pen("", "2")});
+        wire::untilClosed(client);
+    });
+    RendezvousClient client(server.endpoint(), false);
+    ASSERT_TRUE(client.connectToRendezvousServer());
+    LogCapture log;
+    const auto pens = client.enumerate();
+    ASSERT_EQ(pens.size(), 1u);
+    EXPECT_EQ(pens[0].penId.number(), 2u);
+    EXPECT_EQ(log.entries().size(), 2u) << "only the two marks of the operation";
+    client.disconnectFromRendezvousServer();
+}
+
+TEST(RendezvousClient, ServerThatClosesWhileListingGivesWhatWasGathered)
+{
+    RendezvousServer server([](const loopback::OwnedSocket &client) {
+        loopback::receiveExactly(client, 27);
+        loopback::sendAll(client, wire::pen("", "1") + wire::pen("", "2") + "RVP1\r\npen-id");
+    });
+    RendezvousClient client(server.endpoint(), false);
+    ASSERT_TRUE(client.connectToRendezvousServer());
+    EXPECT_EQ(client.enumerate().size(), 2u);
+    // No closed handle is used again: the next wait tells that the server is gone.
+    EXPECT_EQ(client.waitForRendezvousEvent().command, RendezvousCommand::ServerGone);
+}
+
+TEST(RendezvousClient, ResetWhileListingRaises)
+{
+    RendezvousServer server([](const loopback::OwnedSocket &client) {
+        loopback::receiveExactly(client, 27);
+        loopback::reset(loopback::OwnedSocket(const_cast<loopback::OwnedSocket &>(client).release()));
+    });
+    RendezvousClient client(server.endpoint(), false);
+    ASSERT_TRUE(client.connectToRendezvousServer());
+    EXPECT_EQ(messageOf<zel::ZELRendezvousException>([&] { client.enumerate(); }),
+              "RendezvousClient::enumerate() - enumerating pens failed 10054");
+    EXPECT_EQ(client.waitForRendezvousEvent().command, RendezvousCommand::ServerGone);
+}
+
+TEST(RendezvousClient, CallsWithoutAConnectionRaise)
+{
+    const zel::net::Endpoint nobody = loopback::deadEndpoint();
+    RendezvousClient client(nobody, false);
+    LogCapture log;
+    EXPECT_FALSE(client.connectToRendezvousServer());
+    EXPECT_TRUE(
+        log.contains(zel::LogLevel::Error, "[RendezvousClient] failed to connect to rendezvous server"));
+    const std::string unconnected = messageOf<zel::ZELRendezvousException>([&] { client.subscribe(); });
+    EXPECT_TRUE(unconnected.starts_with(
+        "RendezvousClient::subscribe() - subscribing to rendezvous notifications failed: 10"))
+        << unconnected;
+    const std::string unlisted = messageOf<zel::ZELRendezvousException>([&] { client.enumerate(); });
+    EXPECT_TRUE(
+        unlisted.starts_with("RendezvousClient::enumerate() - enummeration of connected pens failed 10"))
+        << unlisted;
+}
+
+TEST(RendezvousClient, CloseOfNoSocketRaises)
+{
+    const zel::net::Endpoint nobody = loopback::deadEndpoint();
+    RendezvousClient client(nobody, false);
+    EXPECT_EQ(messageOf<zel::ZELRendezvousException>([&] { client.closeSocket(); }),
+              "RendezvousClient::disconnectFromRendezvousServer() - shutdown socket failed 10038");
+}
+
+TEST(RendezvousClient, MessageBeyondTheBufferIsCutAndTheNextOneIsWhole)
+{
+    RendezvousServer server([](const loopback::OwnedSocket &client) {
+        wire::enumerate(client, {});
+        // The command stands within the first 1,023 bytes, the id beyond them.
+        loopback::sendAll(client,
+                          wire::message("RVP1\r\nCONNECT\r\n" + std::string(5000, 'x') + "\r\npen-id=7\r\n"));
+        loopback::sendAll(client, wire::pen("DISCONNECT", "8"));
+        wire::untilClosed(client);
+    });
+    RendezvousClient client(server.endpoint(), false);
+    ASSERT_TRUE(client.connectToRendezvousServer());
+    client.enumerate();
+    const RendezvousEvent cut = client.waitForRendezvousEvent();
+    EXPECT_EQ(cut.command, RendezvousCommand::Connect);
+    EXPECT_EQ(cut.penId.number(), 0u);
+    const RendezvousEvent next = client.waitForRendezvousEvent();
+    EXPECT_EQ(next.command, RendezvousCommand::Disconnect);
+    EXPECT_EQ(next.penId.number(), 8u);
+    client.disconnectFromRendezvousServer();
+}
+
+TEST(RendezvousClient, MessageInPiecesIsPutTogether)
+{
+    RendezvousServer server([](const loopback::OwnedSocket &client) {
+        wire::enumerate(client, {});
+        for (const char byte : wire::pen("CONNECT", "9"))
+            loopback::sendAll(client, std::string_view(&byte, 1));
+        wire::untilClosed(client);
+    });
+    RendezvousClient client(server.endpoint(), false);
+    ASSERT_TRUE(client.connectToRendezvousServer());
+    client.enumerate();
+    EXPECT_EQ(client.waitForRendezvousEvent().penId.number(), 9u);
+    client.disconnectFromRendezvousServer();
+}
+
+TEST(RendezvousClient, ServerThatResetsGivesTheEventServerGone)
+{
+    RendezvousServer server([](const loopback::OwnedSocket &client) {
+        loopback::receiveExactly(client, 22);
+        loopback::reset(loopback::OwnedSocket(const_cast<loopback::OwnedSocket &>(client).release()));
+    });
+    RendezvousClient client(server.endpoint(), false);
+    ASSERT_TRUE(client.connectToRendezvousServer());
+    EXPECT_EQ(client.waitForRendezvousEvent().command, RendezvousCommand::ServerGone);
+}
+
+TEST(RendezvousClient, WaitEndsAtOnceWhenToldToDisconnect)
+{
+    const zel::net::Endpoint nobody = loopback::deadEndpoint();
+    RendezvousClient client(nobody, false);
+    std::thread stopping([&] {
+        zel::sleepMilliseconds(50);
+        client.disconnectFromRendezvousServer();
+    });
+    EXPECT_EQ(messageOf<zel::ZELRendezvousShutDownException>([&] { client.waitForRendezvousServer(); }),
+              "Process is being shut down.");
+    stopping.join();
+}
+
+TEST(RendezvousClient, StopBeforeAConnectionIsNotLost)
+{
+    RendezvousServer server([](const loopback::OwnedSocket &client) { wire::untilClosed(client); });
+    RendezvousClient client(server.endpoint(), false);
+    client.disconnectFromRendezvousServer();
+    EXPECT_FALSE(client.connect());
+    EXPECT_THROW(client.wait(), zel::ZELRendezvousShutDownException);
+    // Armed again it forgets the old stop, also the event that nobody waited for.
+    client.rearm();
+    EXPECT_TRUE(client.connectToRendezvousServer());
+    client.disconnectFromRendezvousServer();
+}
+
+// The connection that the wait made stays open while the one that replaces it is used: servers see two.
+TEST(RendezvousClient, ConnectionOfTheWaitStaysOpenBesideItsSuccessor)
+{
+    loopback::Listener listener;
+    const zel::net::Endpoint endpoint = listener.endpoint();
+    RendezvousClient client(endpoint, false);
+    client.waitForRendezvousServer();
+    const loopback::OwnedSocket first = listener.accept();
+    ASSERT_TRUE(client.connectToRendezvousServer());
+    const loopback::OwnedSocket second = listener.accept();
+    EXPECT_EQ(loopback::receiveExactly(first, 22), wire::kSubscribe);
+    EXPECT_EQ(loopback::receiveExactly(second, 22), wire::kSubscribe);
+    EXPECT_FALSE(loopback::isReadable(first, 50)) << "neither data nor an end";
+    client.disconnectFromRendezvousServer();
+}

@@ -1,0 +1,362 @@
+#include "session/manager.h"
+
+#include "session/discovery_record.h"
+#include "support/log_capture.h"
+#include "support/rendezvous_server.h"
+#include "sys/thread.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <condition_variable>
+#include <functional>
+#include <mutex>
+#include <thread>
+
+using zel::CZELManager;
+using zel::DiscoveryRecord;
+using zel::LogLevel;
+namespace wire = rendezvous_wire;
+
+namespace {
+
+constexpr std::string_view kKilled = "*** RendezvousThread refused to stop and was killed ***";
+constexpr std::string_view kStopped = "*** RendezvousThread stopped normally ***";
+
+/** The host's side: keeps what the callbacks are given. */
+class Host
+{
+public:
+    std::function<void()> onArrival = [] {};
+
+    static void arrived(DiscoveryHandle *record, void *context)
+    {
+        static_cast<Host *>(context)->keep(record);
+        static_cast<Host *>(context)->onArrival();
+    }
+    static void departed(DiscoveryHandle *record, void *context)
+    {
+        static_cast<Host *>(context)->keep(record);
+    }
+
+    bool waitForRecords(std::size_t count)
+    {
+        std::unique_lock guard(m_lock);
+        return m_changed.wait_for(guard, std::chrono::seconds(20), [&] { return m_records.size() >= count; });
+    }
+    std::vector<DiscoveryRecord> records()
+    {
+        const std::lock_guard guard(m_lock);
+        return m_records;
+    }
+
+private:
+    void keep(DiscoveryHandle *record)
+    {
+        const std::unique_ptr<DiscoveryRecord> owned(static_cast<DiscoveryRecord *>(record));
+        const std::lock_guard guard(m_lock);
+        m_records.push_back(*owned);
+        m_changed.notify_all();
+    }
+
+    std::mutex m_lock;
+    std::condition_variable m_changed;
+    std::vector<DiscoveryRecord> m_records;
+};
+
+/** A manager that listens to a server of the test. */
+class Listening
+{
+public:
+    Listening(const zel::net::Endpoint &server, Host &host) : manager(server)
+    {
+        manager.setCallbacks(Host::arrived, Host::departed, &host);
+        EXPECT_TRUE(manager.StartRendezvous());
+    }
+    ~Listening() { manager.StopRendezvous(); }
+
+    CZELManager manager;
+};
+
+RendezvousServer::Conversation announcing(std::vector<std::string> listed,
+                                          std::vector<std::string> notified = {})
+{
+    return [=](const loopback::OwnedSocket &client) {
+        wire::enumerate(client, listed);
+        for (const std::string &each : notified)
+            loopback::sendAll(client, each);
+        wire::untilClosed(client);
+    };
+}
+
+std::string unsupportedPen(const std::string &command)
+{
+    return wire::message("RVP1\r\n" + command + "\r\npen-id=5\r\nservice-port=1\r\nacc-prot=PSP10\r\n");
+}
+
+bool eventually(const std::function<bool()> &condition)
+{
+    for (int i = 0; i < 2000; ++i) {
+        if (condition())
+            return true;
+        zel::sleepMilliseconds(10);
+    }
+    return false;
+}
+
+} // namespace
+
+TEST(RendezvousListener, PresentPensAreAnnouncedWithEveryField)
+{
+    RendezvousServer server(announcing({wire::pen("", "12300abcdef", "49160")}));
+    Host host;
+    const Listening listening(server.endpoint(), host);
+    ASSERT_TRUE(host.waitForRecords(1));
+    const DiscoveryRecord record = host.records()[0];
+    EXPECT_EQ(record.kind, 0u);
+    EXPECT_EQ(record.penId, 0x12300ABCDEFu);
+    EXPECT_EQ(record.serial, "AKZ-AQ7-APS-AC");
+    EXPECT_EQ(record.brand, "Inkwell");
+    EXPECT_EQ(record.swVersion, 0x0503);
+    EXPECT_EQ(record.serviceAddress, server.endpoint().address);
+    EXPECT_EQ(record.servicePort, 49160);
+    EXPECT_EQ(record.vendorId, 0x1209);
+    EXPECT_EQ(record.productId, 0x0001);
+    EXPECT_EQ(record.dfu, 0);
+}
+
+// Hosts rely on the server's order; behind a pen that is not supported nothing is announced.
+TEST(RendezvousListener, UnsupportedPenHidesThoseBehindItInTheList)
+{
+    RendezvousServer server(announcing({wire::pen("", "1"), unsupportedPen(""), wire::pen("", "2")},
+                                       {wire::pen("CONNECT", "3")}));
+    LogCapture log;
+    Host host;
+    const Listening listening(server.endpoint(), host);
+    ASSERT_TRUE(host.waitForRecords(2));
+    EXPECT_EQ(host.records()[0].penId, 1u);
+    EXPECT_EQ(host.records()[1].penId, 3u);
+    EXPECT_TRUE(log.contains(LogLevel::Info, "Unsuported pen enumerated."));
+}
+
+TEST(RendezvousListener, ArrivalAndDepartureReachTheirCallbacks)
+{
+    LogCapture log;
+    RendezvousServer server(announcing({}, {wire::pen("CONNECT", "1"), wire::pen("DISCONNECT", "1")}));
+    Host host;
+    const Listening listening(server.endpoint(), host);
+    ASSERT_TRUE(host.waitForRecords(2));
+    const DiscoveryRecord departure = host.records()[1];
+    EXPECT_EQ(host.records()[0].kind, 0u);
+    EXPECT_EQ(departure.kind, 1u);
+    EXPECT_EQ(departure.serviceAddress, 0u);
+    EXPECT_EQ(departure.servicePort, 0);
+    EXPECT_EQ(departure.brand, "Inkwell");
+    EXPECT_EQ(departure.vendorId, 0x1209);
+    EXPECT_TRUE(log.contains(LogLevel::Debug, "RendezvousListener::handleNotifications()"));
+    EXPECT_TRUE(log.contains(LogLevel::Debug, "New AbstractPen object created, but not added to PenManager"));
+    EXPECT_TRUE(eventually([&] { return log.count("Pen disconnected 49153") == 2; }))
+        << "once where it is parsed, once where it is handled";
+}
+
+TEST(RendezvousListener, UnsupportedPensAndOddMessagesAreOnlyLogged)
+{
+    RendezvousServer server(announcing(
+        {}, {unsupportedPen("CONNECT"), unsupportedPen("DISCONNECT"), wire::message("RVP1\r\nHELLO\r\n"),
+             wire::message("RVP1\r\nCONNECT\r\npen-id=697800000000\r\n"), wire::pen("CONNECT", "4")}));
+    LogCapture log;
+    Host host;
+    const Listening listening(server.endpoint(), host);
+    ASSERT_TRUE(host.waitForRecords(1));
+    EXPECT_EQ(host.records()[0].penId, 4u);
+    EXPECT_TRUE(log.contains(LogLevel::Info, "Unsuported pen docked."));
+    EXPECT_TRUE(log.contains(LogLevel::Info, "Unsuported pen undocked."));
+    EXPECT_TRUE(log.contains(LogLevel::Error, "Commmand not known"));
+    EXPECT_TRUE(log.contains(LogLevel::Error,
+                             "[RendezvousListener] processing rendezvous event failed (0x0000697800000000)"));
+}
+
+TEST(RendezvousListener, ListWithAnIdThatIsNoneAnnouncesNothingAndGoesOn)
+{
+    RendezvousServer server(
+        announcing({wire::pen("", "1"), wire::pen("", "697800000000")}, {wire::pen("CONNECT", "2")}));
+    LogCapture log;
+    Host host;
+    const Listening listening(server.endpoint(), host);
+    ASSERT_TRUE(host.waitForRecords(1));
+    EXPECT_EQ(host.records()[0].penId, 2u);
+    EXPECT_TRUE(log.contains(LogLevel::Error,
+                             "[RendezvousListener] processing rendezvous event failed (0x0000697800000000)"));
+}
+
+// The test is made on the one callback, the call goes to the other.
+TEST(RendezvousListener, WithoutArrivalCallbackDeparturesAreNotToldEither)
+{
+    RendezvousServer server(announcing({}, {wire::pen("DISCONNECT", "1")}));
+    LogCapture log;
+    Host host;
+    CZELManager manager(server.endpoint());
+    manager.setCallbacks(nullptr, Host::departed, &host);
+    ASSERT_TRUE(manager.StartRendezvous());
+    EXPECT_TRUE(eventually([&] { return log.count("Pen disconnected 49153") == 2; }));
+    manager.StopRendezvous();
+    EXPECT_TRUE(host.records().empty());
+}
+
+TEST(RendezvousListener, ConnectsAgainWhenTheServerWentAway)
+{
+    std::atomic<int> round{0};
+    RendezvousServer server([&](const loopback::OwnedSocket &client) {
+        wire::enumerate(client, {wire::pen("", std::to_string(++round))});
+        if (round >= 3)
+            wire::untilClosed(client);
+    });
+    LogCapture log;
+    Host host;
+    const Listening listening(server.endpoint(), host);
+    ASSERT_TRUE(host.waitForRecords(3));
+    EXPECT_EQ(host.records()[2].penId, 3u);
+    EXPECT_GE(log.count("Rendezvous server port was closed."), 2u);
+    EXPECT_GE(log.count("RendezvousListener terminating because: Process is being shut down."), 2u);
+}
+
+TEST(RendezvousListener, RestartAnnouncesThePensAgain)
+{
+    RendezvousServer server(announcing({wire::pen("", "1")}));
+    Host host;
+    Listening listening(server.endpoint(), host);
+    ASSERT_TRUE(host.waitForRecords(1));
+    EXPECT_TRUE(listening.manager.StopRendezvous());
+    EXPECT_TRUE(listening.manager.StartRendezvous());
+    EXPECT_TRUE(host.waitForRecords(2));
+}
+
+TEST(RendezvousListener, StopWithoutAStartReturns)
+{
+    CZELManager manager(loopback::deadEndpoint());
+    EXPECT_TRUE(manager.StopRendezvous());
+}
+
+// A second start finds a thread object: it is killed outright, as documented.
+TEST(RendezvousListener, StartOverARunningThreadReplacesIt)
+{
+    RendezvousServer server(announcing({wire::pen("", "1")}));
+    Host host;
+    Listening listening(server.endpoint(), host);
+    ASSERT_TRUE(server.waitForConnections(1));
+    listening.manager.StopRendezvous();
+    EXPECT_TRUE(listening.manager.StartRendezvous());
+    EXPECT_TRUE(host.waitForRecords(1));
+}
+
+TEST(RendezvousListener, CallbackThatThrowsEndsTheThreadAndNotTheProcess)
+{
+    RendezvousServer server(announcing({wire::pen("", "1")}));
+    LogCapture log;
+    Host host;
+    host.onArrival = [] { throw 42; };
+    {
+        const Listening listening(server.endpoint(), host);
+        ASSERT_TRUE(host.waitForRecords(1));
+    }
+    EXPECT_EQ(log.count(kKilled), 0u);
+    EXPECT_EQ(log.count(kStopped), 0u) << "it ended by the exception";
+}
+
+// ---- a stop is never lost ------------------------------------------------------------------------
+
+namespace {
+
+struct StopCase {
+    const char *name;
+    RendezvousServer::Conversation conversation;
+};
+
+void silent(const loopback::OwnedSocket &client)
+{
+    wire::untilClosed(client);
+}
+
+void silentAfterHalfAMessage(const loopback::OwnedSocket &client)
+{
+    loopback::receiveExactly(client, 27);
+    loopback::sendAll(client, "RVP1\r\npen-id=");
+    wire::untilClosed(client);
+}
+
+void closingAtOnce(const loopback::OwnedSocket &) {}
+
+void flooding(const loopback::OwnedSocket &client)
+{
+    wire::enumerate(client, {});
+    for (int i = 0; i < 50; ++i)
+        loopback::sendAll(client, wire::pen("CONNECT", "1"));
+    wire::untilClosed(client);
+}
+
+const StopCase kStopCases[] = {
+    {"Enumerating", silent},
+    {"InTheMiddleOfAMessage", silentAfterHalfAMessage},
+    {"WaitingForANotification", announcing({})},
+    {"ServerThatClosesAtOnce", closingAtOnce},
+    {"Flooded", flooding},
+};
+
+class RendezvousStop : public testing::TestWithParam<StopCase>
+{
+};
+
+void stopRepeatedly(const zel::net::Endpoint &endpoint, int rounds)
+{
+    const LogCapture log;
+    Host host;
+    CZELManager manager(endpoint);
+    manager.setCallbacks(Host::arrived, Host::departed, &host);
+    for (int round = 0; round < rounds; ++round) {
+        ASSERT_TRUE(manager.StartRendezvous());
+        // Every delay hits another place, from before the first socket to the pause between messages.
+        if (round % 4 != 0)
+            std::this_thread::sleep_for(std::chrono::microseconds(round % 40 * 350));
+        ASSERT_TRUE(manager.StopRendezvous());
+    }
+    EXPECT_EQ(log.count(kKilled), 0u);
+    EXPECT_EQ(log.count(kStopped), static_cast<std::size_t>(rounds));
+}
+
+} // namespace
+
+TEST_P(RendezvousStop, ReturnsWithoutTheKillAtEveryMoment)
+{
+    RendezvousServer server(GetParam().conversation);
+    stopRepeatedly(server.endpoint(), 120);
+}
+
+INSTANTIATE_TEST_SUITE_P(While, RendezvousStop, testing::ValuesIn(kStopCases),
+                         [](const auto &stop) { return std::string(stop.param.name); });
+
+TEST(RendezvousStop, ReturnsWithoutTheKillWhileTheServerIsAbsent)
+{
+    stopRepeatedly(loopback::deadEndpoint(), 120);
+}
+
+TEST(RendezvousStop, CallbackThatDoesNotReturnIsKilled)
+{
+    static std::atomic<bool> s_wentOn;
+    s_wentOn = false;
+    RendezvousServer server(announcing({wire::pen("", "1")}));
+    LogCapture log;
+    // What a killed thread stood in is never released: the host lives on.
+    static Host s_host;
+    s_host.onArrival = [] {
+        zel::LEvent never(true, false);
+        never.wait(zel::kInfinite);
+        s_wentOn = true;
+    };
+    CZELManager manager(server.endpoint());
+    manager.setCallbacks(Host::arrived, Host::departed, &s_host);
+    ASSERT_TRUE(manager.StartRendezvous());
+    ASSERT_TRUE(s_host.waitForRecords(1));
+    EXPECT_TRUE(manager.StopRendezvous());
+    EXPECT_TRUE(log.contains(LogLevel::Debug, kKilled));
+    EXPECT_FALSE(s_wentOn);
+}
