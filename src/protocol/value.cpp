@@ -44,7 +44,7 @@ void Value::release() noexcept
     if (isArray())
         std::destroy_at(&m_payload.elements);
     else if (ownsBlock())
-        std::free(m_payload.block);
+        FreeBlock()(m_payload.block);
 }
 
 void Value::throwTypeMismatch()

@@ -79,13 +79,3 @@ TEST(ByteArray, AdoptTakesTheBlockOver)
     EXPECT_EQ(array.data(), given);
     EXPECT_EQ(array.size(), 2u);
 }
-
-TEST(ByteBlock, ResizingKeepsTheContents)
-{
-    zel::ByteBlock block = zel::allocateBlock(2);
-    block[0] = 1;
-    block[1] = 2;
-    zel::resizeBlock(block, 1000000);
-    EXPECT_EQ(block[0], 1);
-    EXPECT_EQ(block[1], 2);
-}

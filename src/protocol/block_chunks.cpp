@@ -1,0 +1,57 @@
+#include "protocol/block_chunks.h"
+
+#include "sys/pages.h"
+
+#include <mutex>
+#include <new>
+
+namespace zel {
+
+/** Opens a chunk; the parts follow. */
+struct alignas(std::max_align_t) BlockChunk {
+    std::size_t used;  // bytes from the chunk's start
+    std::size_t parts; // in use
+};
+
+namespace {
+
+constexpr std::size_t kChunkSize = 256 * 1024;
+
+std::mutex s_lock;
+BlockChunk *s_current = nullptr; // parts are taken from here
+
+constexpr std::size_t aligned(std::size_t size) noexcept
+{
+    return (size + alignof(std::max_align_t) - 1) & ~(alignof(std::max_align_t) - 1);
+}
+
+BlockChunk *newChunk()
+{
+    return new (mapPages(kChunkSize)) BlockChunk{sizeof(BlockChunk), 0};
+}
+
+} // namespace
+
+ChunkPart takeFromChunk(std::size_t size)
+{
+    const std::size_t needed = aligned(size);
+    const std::scoped_lock lock(s_lock);
+    if (s_current == nullptr || kChunkSize - s_current->used < needed)
+        s_current = newChunk(); // the old one goes with the last of its parts
+    std::uint8_t *const memory = reinterpret_cast<std::uint8_t *>(s_current) + s_current->used;
+    s_current->used += needed;
+    ++s_current->parts;
+    return {memory, s_current};
+}
+
+void giveBackToChunk(BlockChunk *chunk) noexcept
+{
+    const std::scoped_lock lock(s_lock);
+    if (--chunk->parts > 0)
+        return;
+    if (chunk == s_current)
+        s_current = nullptr;
+    unmapPages(reinterpret_cast<std::uint8_t *>(chunk), kChunkSize);
+}
+
+} // namespace zel
