@@ -105,7 +105,7 @@ std::unique_ptr<Value> PspClient2::setPassword(std::span<const std::uint8_t> has
                                                const std::string &newPassword)
 {
     LogDebug("[PspClient2::setPassword]");
-    return execute(instruction("R1PS"), binary(hash), Value::createString(newPassword));
+    return execute(instruction("R1PS"), binary(hash), Value::createSecretString(newPassword));
 }
 
 std::unique_ptr<Value> PspClient2::getPasswordHint()
