@@ -23,18 +23,31 @@ TEST(DfuDevice, ErrorStateOrErrorStatusIsAFailure)
     EXPECT_TRUE(parseDfuStatus({1, 0, 0, 0, 5, 0}).failed());
 }
 
-TEST(DfuDevice, DescriptorIsLittleEndian)
+TEST(DfuDevice, DescriptorEndsWithTheVersion)
 {
-    const DfuDescriptor descriptor = parseDfuDescriptor({0x07,         // length
-                                                         0x21,         // type: DFU functional
-                                                         0x05,         // download, manifestation tolerant
+    const DfuDescriptor descriptor = parseDfuDescriptor({0x05,         // download, manifestation tolerant
                                                          0xE8, 0x03,   // detach timeout 1000 ms
-                                                         0x00, 0x04}); // transfer size 1024
+                                                         0x00, 0x04,   // transfer size 1024
+                                                         0x10, 0x01}); // DFU 1.1
     EXPECT_TRUE(descriptor.canDownload());
     EXPECT_FALSE(descriptor.canUpload());
     EXPECT_TRUE(descriptor.manifestationTolerant());
     EXPECT_EQ(descriptor.detachTimeoutMillis, 1000);
     EXPECT_EQ(descriptor.transferSize, 1024);
+}
+
+TEST(DfuDevice, DescriptorMayBeginWithLengthAndType)
+{
+    const DfuDescriptor descriptor = parseDfuDescriptor({0x07,         // length
+                                                         0x21,         // type: DFU functional
+                                                         0x02,         // upload
+                                                         0xFF, 0x00,   // detach timeout 255 ms
+                                                         0x40, 0x00}); // transfer size 64
+    EXPECT_FALSE(descriptor.canDownload());
+    EXPECT_TRUE(descriptor.canUpload());
+    EXPECT_FALSE(descriptor.manifestationTolerant());
+    EXPECT_EQ(descriptor.detachTimeoutMillis, 255);
+    EXPECT_EQ(descriptor.transferSize, 64);
 }
 
 TEST(DfuDevice, BlockIsNumberLengthData)

@@ -8,6 +8,7 @@
 #include "host/pen_session.h"
 #include "host/result.h"
 #include "ui/confirm.h"
+#include "ui/json.h"
 #include "ui/output.h"
 #include "ui/printable.h"
 

@@ -11,6 +11,7 @@
 #include "host/result.h"
 #include "ui/confirm.h"
 #include "ui/interrupt.h"
+#include "ui/json.h"
 #include "ui/output.h"
 #include "ui/printable.h"
 #include "ui/progress_display.h"

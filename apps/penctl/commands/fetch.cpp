@@ -12,6 +12,7 @@
 #include "host/pen_session.h"
 #include "host/result.h"
 #include "ui/interrupt.h"
+#include "ui/json.h"
 #include "ui/output.h"
 #include "ui/printable.h"
 #include "ui/progress_display.h"

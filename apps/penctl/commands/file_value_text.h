@@ -4,7 +4,7 @@
 
 #include "pagedata/file_value.h"
 #include "pagedata/property_names.h"
-#include "ui/output.h"
+#include "ui/json.h"
 
 namespace penctl {
 

@@ -7,6 +7,7 @@
 #include "host/pen_session.h"
 #include "host/result.h"
 #include "host/settings.h"
+#include "ui/json.h"
 #include "ui/output.h"
 #include "ui/style.h"
 #include "ui/table.h"

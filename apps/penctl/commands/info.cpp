@@ -7,6 +7,7 @@
 #include "host/page_list.h"
 #include "host/pen_session.h"
 #include "host/result.h"
+#include "ui/json.h"
 #include "ui/output.h"
 #include "ui/printable.h"
 #include "ui/units.h"

@@ -6,6 +6,7 @@
 #include "commands/pen_json.h"
 #include "host/library.h"
 #include "host/pen_finder.h"
+#include "ui/json.h"
 #include "ui/output.h"
 #include "ui/printable.h"
 #include "ui/style.h"

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "host/pen_identity.h"
-#include "ui/output.h"
+#include "ui/json.h"
 
 namespace penctl {
 

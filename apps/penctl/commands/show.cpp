@@ -13,6 +13,7 @@
 #include "pagedata/format_error.h"
 #include "pagedata/page_address_text.h"
 #include "pagedata/page_transaction.h"
+#include "ui/json.h"
 #include "ui/output.h"
 #include "ui/printable.h"
 #include "ui/style.h"

@@ -9,6 +9,7 @@
 #include "host/library.h"
 #include "host/pen_clock.h"
 #include "ui/interrupt.h"
+#include "ui/json.h"
 #include "ui/output.h"
 #include "ui/printable.h"
 #include "ui/units.h"

@@ -9,6 +9,8 @@ namespace penctl {
 
 namespace {
 
+constexpr uint8_t kFunctionalDescriptor = 0x21;
+
 constexpr std::array kStates = {
     "appIDLE",        "appDETACH",        "dfuIDLE",     "dfuDNLOAD-SYNC",         "dfuDNBUSY",
     "dfuDNLOAD-IDLE", "dfuMANIFEST-SYNC", "dfuMANIFEST", "dfuMANIFEST-WAIT-RESET", "dfuUPLOAD-IDLE",
@@ -53,10 +55,13 @@ DfuStatus parseDfuStatus(const DfuStatusRecord &record)
 
 DfuDescriptor parseDfuDescriptor(const DfuDescriptorRecord &record)
 {
+    // With length and type in front it ends before the version, without them it has it at its end.
+    const bool headed = record[0] == record.size() && record[1] == kFunctionalDescriptor;
+    const std::size_t at = headed ? 2 : 0;
     DfuDescriptor descriptor;
-    descriptor.attributes = record[2];
-    descriptor.detachTimeoutMillis = littleEndian16(record[3], record[4]);
-    descriptor.transferSize = littleEndian16(record[5], record[6]);
+    descriptor.attributes = record.at(at);
+    descriptor.detachTimeoutMillis = littleEndian16(record.at(at + 1), record.at(at + 2));
+    descriptor.transferSize = littleEndian16(record.at(at + 3), record.at(at + 4));
     return descriptor;
 }
 

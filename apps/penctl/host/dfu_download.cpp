@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <thread>
 
 #include <fmt/format.h>
 #include <zel/zel.h>
@@ -33,17 +34,16 @@ std::size_t blockSize(const DfuDescriptor &descriptor)
                               dfuStateName(status.state)));
 }
 
-/** States in which the pen is at work and the status has to be asked for again. */
-bool isBusy(const DfuStatus &status)
+/** A pen that asks for no pause must not be asked again without one. */
+void pause(const DfuStatus &status)
 {
-    return status.isIn(DfuState::DownloadSync) || status.isIn(DfuState::DownloadBusy) ||
-           status.isIn(DfuState::ManifestSync) || status.isIn(DfuState::Manifest);
+    std::this_thread::sleep_for(std::chrono::milliseconds(std::max(status.pollTimeoutMillis, 1u)));
 }
 
 } // namespace
 
 DfuDownload::DfuDownload(DfuConnection &pen, std::span<const uint8_t> image)
-    : m_pen(pen), m_image(image), m_blockSize(blockSize(pen.descriptor()))
+    : m_pen(pen), m_image(image), m_descriptor(pen.descriptor()), m_blockSize(blockSize(m_descriptor))
 {
 }
 
@@ -93,10 +93,12 @@ void DfuDownload::manifest()
 {
     m_pen.download(m_number, {});
     const DfuStatus status = settledStatus();
-    if (status.isIn(DfuState::ManifestWaitReset))
+    if (status.isIn(DfuState::Manifest) || status.isIn(DfuState::ManifestWaitReset)) {
+        pause(status);
         resetPort();
-    else if (!status.isIn(DfuState::Idle))
+    } else if (!status.isIn(DfuState::Idle)) {
         failWith(status, m_sent);
+    }
 }
 
 /** The pen has the whole image by now. One that restarts at once may not answer any more. */
@@ -110,7 +112,8 @@ void DfuDownload::resetPort()
     }
 }
 
-/** Asks until the pen has done what it is at, waiting in between as long as it says. */
+/** Asks until the pen has done what it is at, waiting in between as long as it says: asked too early it would
+ * take that for a fault. */
 DfuStatus DfuDownload::settledStatus()
 {
     for (;;) {
@@ -119,24 +122,31 @@ DfuStatus DfuDownload::settledStatus()
             failWith(status, m_sent);
         if (!isBusy(status))
             return status;
-        // A pen that asks for no pause must not be asked without one.
-        if (Interrupt::waitFor(std::chrono::milliseconds(std::max(status.pollTimeoutMillis, 1u))))
-            interrupted();
+        pause(status);
     }
 }
 
-void DfuDownload::stopIfInterrupted()
+/** A pen that is not tolerant of manifestation cannot be asked after it, only be reset. */
+bool DfuDownload::isBusy(const DfuStatus &status) const
 {
-    if (Interrupt::requested())
-        interrupted();
+    return status.isIn(DfuState::DownloadSync) || status.isIn(DfuState::DownloadBusy) ||
+           status.isIn(DfuState::ManifestSync) ||
+           (status.isIn(DfuState::Manifest) && m_descriptor.manifestationTolerant());
 }
 
-void DfuDownload::interrupted()
+/** Between two blocks: there the pen can be told to give up the image. */
+void DfuDownload::stopIfInterrupted()
 {
-    m_pen.abort();
-    throw Failure(kInterrupted,
-                  fmt::format("interrupted after {} of {}; the pen was told to give up the image",
-                              grouped(m_sent), counted(m_image.size(), "byte", "bytes")));
+    if (!Interrupt::requested())
+        return;
+    std::string told = "; the pen was told to give up the image";
+    try {
+        m_pen.abort();
+    } catch (const Failure &failure) {
+        told = fmt::format("; {}", failure.what());
+    }
+    throw Failure(kInterrupted, fmt::format("interrupted after {} of {}{}", grouped(m_sent),
+                                            counted(m_image.size(), "byte", "bytes"), told));
 }
 
 } // namespace penctl

@@ -32,11 +32,12 @@ private:
     void manifest();
     void resetPort();
     DfuStatus settledStatus();
+    bool isBusy(const DfuStatus &status) const;
     void stopIfInterrupted();
-    [[noreturn]] void interrupted();
 
     DfuConnection &m_pen;
     std::span<const uint8_t> m_image;
+    DfuDescriptor m_descriptor;
     std::size_t m_blockSize;
     uint64_t m_sent = 0;
     uint16_t m_number = 0;

@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <string>
 
-#include "ui/output.h"
+#include "ui/json.h"
 
 namespace penctl {
 

@@ -11,15 +11,6 @@
 
 namespace penctl {
 
-namespace {
-
-std::string dumped(const Json &value, int indent)
-{
-    return value.dump(indent, ' ', false, Json::error_handler_t::replace) + "\n";
-}
-
-} // namespace
-
 void print(std::string_view text)
 {
     // In one piece, so that lines of several threads or programs do not mix.
@@ -30,17 +21,6 @@ void note(std::string_view text)
 {
     const std::string line = fmt::format("{}\n", text);
     std::fwrite(line.data(), 1, line.size(), stderr);
-}
-
-void printJson(const Json &value)
-{
-    print(dumped(value, 2));
-}
-
-void printJsonLine(const Json &value)
-{
-    print(dumped(value, -1));
-    finishOutput();
 }
 
 void finishOutput()

@@ -57,8 +57,10 @@ void ProgressDisplay::update(uint64_t bytes, uint64_t totalBytes, uint64_t units
 void ProgressDisplay::stop()
 {
     const std::lock_guard lock(m_mutex);
-    if (m_drawn && m_shown && !m_stopped)
+    if (m_drawn && m_shown && !m_stopped) {
+        show();
         std::fputc('\n', stderr);
+    }
     m_stopped = true;
 }
 

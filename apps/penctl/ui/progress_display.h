@@ -26,7 +26,7 @@ public:
     void setTotalUnits(uint64_t totalUnits);
     void update(uint64_t bytes, uint64_t totalBytes, uint64_t units);
 
-    /** Leaves the line as it is and begins a new one; later updates are ignored. */
+    /** Draws the last state and begins a new line; later updates are ignored. */
     void stop();
 
 private:
