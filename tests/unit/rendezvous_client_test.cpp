@@ -32,13 +32,13 @@ std::string messageOf(Call call)
 TEST(RendezvousClient, ConnectsSubscribesAndListsInThisOrder)
 {
     std::string received;
-    RendezvousServer server([&](const loopback::OwnedSocket &client) {
+    auto server = std::make_unique<RendezvousServer>([&](const loopback::OwnedSocket &client) {
         received = loopback::receiveExactly(client, wire::kSubscribe.size() + wire::kList.size());
         loopback::sendAll(client, wire::pen("", "1") + wire::message("ENDLIST"));
         wire::untilClosed(client);
     });
     {
-        RendezvousClient client(server.endpoint(), false);
+        RendezvousClient client(server->endpoint(), false);
         ASSERT_TRUE(client.connectToRendezvousServer());
         const auto pens = client.enumerate();
         ASSERT_EQ(pens.size(), 1u);
@@ -46,6 +46,7 @@ TEST(RendezvousClient, ConnectsSubscribesAndListsInThisOrder)
         EXPECT_EQ(pens[0].command, RendezvousCommand::Connect) << "a listed pen needs no command word";
         client.disconnectFromRendezvousServer();
     }
+    server.reset(); // ends the thread that received
     EXPECT_EQ(received, std::string("RVA1\r\nsubscribe=RVP\r\n\0LIST\0", 27));
 }
 
@@ -55,10 +56,11 @@ TEST(RendezvousClient, FirmwareUpgradeModeSubscribesWithItsOwnWords)
     RendezvousServer server(
         [&](const loopback::OwnedSocket &client) { received = loopback::receiveExactly(client, 22); });
     {
-        RendezvousClient client(server.endpoint(), true);
+        RendezvousClient client(server->endpoint(), true);
         ASSERT_TRUE(client.connectToRendezvousServer());
         EXPECT_EQ(client.waitForRendezvousEvent().command, RendezvousCommand::ServerGone);
     }
+    server.reset(); // ends the thread that received
     EXPECT_EQ(received, std::string("DVA1\r\nsubscribe=DVP\r\n\0", 22));
 }
 
