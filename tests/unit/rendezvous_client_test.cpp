@@ -53,7 +53,7 @@ TEST(RendezvousClient, ConnectsSubscribesAndListsInThisOrder)
 TEST(RendezvousClient, FirmwareUpgradeModeSubscribesWithItsOwnWords)
 {
     std::string received;
-    RendezvousServer server(
+    auto server = std::make_unique<RendezvousServer>(
         [&](const loopback::OwnedSocket &client) { received = loopback::receiveExactly(client, 22); });
     {
         RendezvousClient client(server->endpoint(), true);
