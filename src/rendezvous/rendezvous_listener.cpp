@@ -105,6 +105,9 @@ void RendezvousListener::connectWithWait()
 void RendezvousListener::announcePresentPens()
 {
     for (const RendezvousEvent &event : presentPens()) {
+        // However many pens there are, a stop waits for one callback only.
+        if (isStopRequested())
+            return;
         if (event.command != RendezvousCommand::Connect)
             continue;
         if (!IsSupportedPen(event.pspVersions, event.penSwVersion)) {

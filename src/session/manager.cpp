@@ -12,7 +12,12 @@ namespace {
 
 constexpr ListenerProfile kProfile{"RendezvousListener", "RendezvousThread", false};
 
-std::unique_ptr<CZELManager> s_manager;
+/** Never destroyed: the listener of a host that ends without zelExit still runs while it does. */
+std::unique_ptr<CZELManager> &theManager() noexcept
+{
+    static auto &s_manager = *new std::unique_ptr<CZELManager>;
+    return s_manager;
+}
 
 } // namespace
 
@@ -46,12 +51,12 @@ bool CZELManager::disconnectPen(::PenHandle &pen)
 
 CZELManager *manager() noexcept
 {
-    return s_manager.get();
+    return theManager().get();
 }
 
 void setManager(std::unique_ptr<CZELManager> manager) noexcept
 {
-    s_manager = std::move(manager);
+    theManager() = std::move(manager);
 }
 
 } // namespace zel

@@ -16,6 +16,7 @@ inline constexpr std::uint32_t kInfinite = 0xFFFFFFFF;
 class LEvent
 {
 public:
+    /** Throws ZELException when the system gives no event. */
     LEvent(bool manualReset, bool initiallySignalled);
     ~LEvent();
     LEvent(const LEvent &) = delete;

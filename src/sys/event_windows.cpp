@@ -1,5 +1,7 @@
 #include "sys/event.h"
 
+#include "sys/exceptions.h"
+
 #include <windows.h>
 
 namespace zel {
@@ -11,13 +13,14 @@ struct LEvent::Native {
 LEvent::LEvent(bool manualReset, bool initiallySignalled)
     : m_native(std::make_unique<Native>(CreateEventW(nullptr, manualReset, initiallySignalled, nullptr)))
 {
+    if (m_native->handle == nullptr)
+        throw ZELException("Unable to create new event");
 }
 
 LEvent::~LEvent()
 {
     const threadsynch::CriticalSectionGuard guard(lock());
-    if (m_native->handle != nullptr)
-        CloseHandle(m_native->handle);
+    CloseHandle(m_native->handle);
 }
 
 void LEvent::signal()

@@ -4,6 +4,26 @@
 
 namespace zel {
 
+/** What follows the body, however it ended. */
+class LThread::Finish
+{
+public:
+    explicit Finish(LThread *thread) : m_thread(thread), m_autoDelete(thread->m_autoDelete) {}
+    Finish(const Finish &) = delete;
+    Finish &operator=(const Finish &) = delete;
+    ~Finish()
+    {
+        m_thread->m_finished.set();
+        // From here on the object may be gone, unless it is the thread's own.
+        if (m_autoDelete)
+            delete m_thread;
+    }
+
+private:
+    LThread *m_thread;
+    const bool m_autoDelete;
+};
+
 void LThread::start()
 {
     // A thread that ends at once and deletes this object has to wait until it is written down.
@@ -17,21 +37,18 @@ void LThread::kill()
 {
     // With the events' lock in hand the thread cannot be stopped while it holds that lock itself,
     // which would block every event of the process from then on.
-    const threadsynch::CriticalSectionGuard guard(LEvent::lock());
-    if (isRunning() && !m_finished.wait(0))
-        stop();
+    threadsynch::CriticalSectionGuard guard(LEvent::lock());
+    if (!isRunning() || m_finished.wait(0))
+        return;
+    if (isCurrent())
+        guard.unlock();
+    stop();
 }
 
-void LThread::enter(LThread *thread) noexcept
+void LThread::enter(LThread *thread)
 {
-    const bool autoDelete = thread->m_autoDelete;
-    try {
-        thread->run();
-    } catch (...) { // NOLINT(bugprone-empty-catch): nobody is left to tell
-    }
-    thread->m_finished.set();
-    if (autoDelete)
-        delete thread;
+    const Finish finish(thread);
+    thread->run();
 }
 
 } // namespace zel

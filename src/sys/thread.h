@@ -35,7 +35,8 @@ public:
     /** Whether there is a thread, running or ended. */
     bool isRunning() const noexcept;
     /** Stops the thread where it stands: nothing is unwound, no lock it holds is released, its stack stays
-     *  allocated. When kill returns the thread touches nothing any more and the object may be deleted. */
+     *  allocated. When kill returns the thread touches nothing any more and the object may be deleted.
+     *  Called by the thread itself it does not return. */
     void kill();
     /** Set when the body has returned. */
     LEvent &finished() noexcept { return m_finished; }
@@ -43,8 +44,11 @@ public:
 private:
     struct Native;
 
-    static void enter(LThread *thread) noexcept;
+    class Finish;
+
+    static void enter(LThread *thread);
     void create();
+    bool isCurrent() const noexcept;
     void stop();
 
     std::unique_ptr<Native> m_native;

@@ -1,14 +1,12 @@
 #include "sys/thread.h"
 
 #include <atomic>
-#include <cerrno>
 #include <chrono>
 #include <csignal>
 #include <thread>
 
+#include <cxxabi.h>
 #include <pthread.h>
-#include <semaphore.h>
-#include <time.h>
 
 namespace zel {
 
@@ -16,66 +14,61 @@ namespace {
 
 // The one signal that a thread of the library takes; ignored by default, so one too many does no harm.
 constexpr int kParkSignal = SIGURG;
-constexpr time_t kParkSeconds = 5;
+constexpr int kLongestParkMilliseconds = 1000;
 
-/** What the handler needs to know of the thread that is to be parked. One at a time. */
-struct ParkRequest {
-    pthread_t target;
-    sem_t parked;
-    struct sigaction previous;
-};
+// What the handler has to know of the thread that is to be parked. One at a time; static, because a
+// handler on another thread may still look at it when the parking is over.
+std::atomic<pthread_t> s_target;
+std::atomic<bool> s_parked;
+struct sigaction s_previous;
 
-std::atomic<ParkRequest *> s_request{nullptr};
+static_assert(std::atomic<pthread_t>::is_always_lock_free && std::atomic<bool>::is_always_lock_free);
 
-void forward(const struct sigaction &previous, int signal, siginfo_t *info, void *context)
+void forward(int signal, siginfo_t *info, void *context)
 {
-    if ((previous.sa_flags & SA_SIGINFO) != 0)
-        previous.sa_sigaction(signal, info, context);
-    else if (previous.sa_handler != SIG_DFL && previous.sa_handler != SIG_IGN)
-        previous.sa_handler(signal);
+    if ((s_previous.sa_flags & SA_SIGINFO) != 0)
+        s_previous.sa_sigaction(signal, info, context);
+    else if (s_previous.sa_handler != SIG_DFL && s_previous.sa_handler != SIG_IGN)
+        s_previous.sa_handler(signal);
 }
 
 // Stays here for ever. glibc gives no other defined way to stop a thread where it stands: cancelling
 // unwinds it, and a thread that ends behind the C library's back leaves its books wrong.
-void park(int signal, siginfo_t *info, void *context)
+[[noreturn]] void parkForEver()
 {
-    const int savedErrno = errno;
-    ParkRequest *const request = s_request.load();
-    if (request != nullptr && pthread_equal(pthread_self(), request->target)) {
-        sem_post(&request->parked);
-        sigset_t everySignal;
-        sigfillset(&everySignal);
-        for (;;)
-            sigsuspend(&everySignal);
+    sigset_t everySignal;
+    sigfillset(&everySignal);
+    for (;;)
+        sigsuspend(&everySignal);
+}
+
+void onParkSignal(int signal, siginfo_t *info, void *context)
+{
+    if (!pthread_equal(pthread_self(), s_target)) {
+        forward(signal, info, context);
+        return;
     }
-    if (request != nullptr)
-        forward(request->previous, signal, info, context);
-    errno = savedErrno;
+    s_parked = true;
+    parkForEver();
 }
 
 void parkThread(pthread_t target)
 {
-    ParkRequest request{};
-    request.target = target;
-    sem_init(&request.parked, 0, 0);
-    s_request = &request;
-
+    s_parked = false;
+    s_target = target;
+    sigaction(kParkSignal, nullptr, &s_previous);
     struct sigaction action {
     };
-    action.sa_sigaction = park;
-    action.sa_flags = SA_SIGINFO;
+    action.sa_sigaction = onParkSignal;
+    action.sa_flags = SA_SIGINFO | SA_RESTART | SA_ONSTACK;
     sigemptyset(&action.sa_mask);
-    sigaction(kParkSignal, &action, &request.previous);
+    sigaction(kParkSignal, &action, nullptr);
     pthread_kill(target, kParkSignal);
-
-    timespec deadline{};
-    clock_gettime(CLOCK_REALTIME, &deadline);
-    deadline.tv_sec += kParkSeconds;
-    while (sem_timedwait(&request.parked, &deadline) != 0 && errno == EINTR) {
-    }
-    sigaction(kParkSignal, &request.previous, nullptr);
-    s_request = nullptr;
-    sem_destroy(&request.parked);
+    for (int waited = 0; !s_parked && waited < kLongestParkMilliseconds; ++waited)
+        sleepMilliseconds(1);
+    // A thread that a callback made block the signal parks when it lets it in: the handler waits for it.
+    if (s_parked)
+        sigaction(kParkSignal, &s_previous, nullptr);
 }
 
 // The host's signals are the host's business: a new thread blocks them. Faults of the thread itself
@@ -93,7 +86,24 @@ sigset_t hostSignals()
 
 struct LThread::Native {
     pthread_t thread{};
-    bool exists = false;
+    std::atomic<bool> exists{false};
+
+    static void *entry(void *thread)
+    {
+        try {
+            enter(static_cast<LThread *>(thread));
+        } catch (abi::__forced_unwind &) {
+            throw;      // somebody's pthread_exit(): the C library ends the process unless it is let through
+        } catch (...) { // NOLINT(bugprone-empty-catch): nobody is left to tell
+        }
+        return nullptr;
+    }
+
+    void letGo()
+    {
+        pthread_detach(thread);
+        exists = false;
+    }
 };
 
 void sleepMilliseconds(std::uint32_t milliseconds)
@@ -107,10 +117,10 @@ LThread::~LThread()
 {
     if (!m_native->exists)
         return;
-    if (!pthread_equal(m_native->thread, pthread_self()) && m_finished.wait(0))
+    if (!isCurrent() && m_finished.wait(0))
         pthread_join(m_native->thread, nullptr);
     else
-        pthread_detach(m_native->thread);
+        m_native->letGo();
 }
 
 void LThread::create()
@@ -118,11 +128,7 @@ void LThread::create()
     const sigset_t blocked = hostSignals();
     sigset_t previous;
     pthread_sigmask(SIG_SETMASK, &blocked, &previous);
-    const auto entry = [](void *thread) -> void * {
-        enter(static_cast<LThread *>(thread));
-        return nullptr;
-    };
-    m_native->exists = pthread_create(&m_native->thread, nullptr, entry, this) == 0;
+    m_native->exists = pthread_create(&m_native->thread, nullptr, Native::entry, this) == 0;
     pthread_sigmask(SIG_SETMASK, &previous, nullptr);
 }
 
@@ -131,11 +137,19 @@ bool LThread::isRunning() const noexcept
     return m_native->exists;
 }
 
+bool LThread::isCurrent() const noexcept
+{
+    return pthread_equal(m_native->thread, pthread_self()) != 0;
+}
+
 void LThread::stop()
 {
+    if (isCurrent()) {
+        m_native->letGo();
+        parkForEver();
+    }
     parkThread(m_native->thread);
-    pthread_detach(m_native->thread);
-    m_native->exists = false;
+    m_native->letGo();
 }
 
 } // namespace zel

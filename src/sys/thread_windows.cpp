@@ -2,11 +2,29 @@
 
 #include <windows.h>
 
+#include <atomic>
+
 namespace zel {
 
+namespace {
+
+/** A thread that ends needs the loader's lock, which the waiting thread might hold. */
+constexpr DWORD kLongestEndMilliseconds = 5000;
+
+} // namespace
+
 struct LThread::Native {
-    HANDLE handle = INVALID_HANDLE_VALUE;
+    std::atomic<HANDLE> handle{INVALID_HANDLE_VALUE};
     DWORD threadId = 0;
+
+    static DWORD WINAPI entry(void *thread)
+    {
+        try {
+            enter(static_cast<LThread *>(thread));
+        } catch (...) { // NOLINT(bugprone-empty-catch): nobody is left to tell
+        }
+        return 0;
+    }
 };
 
 void sleepMilliseconds(std::uint32_t milliseconds)
@@ -20,18 +38,14 @@ LThread::~LThread()
 {
     if (!isRunning())
         return;
-    if (m_native->threadId != GetCurrentThreadId() && m_finished.wait(0))
-        WaitForSingleObject(m_native->handle, INFINITE);
+    if (!isCurrent() && m_finished.wait(0))
+        WaitForSingleObject(m_native->handle, kLongestEndMilliseconds);
     CloseHandle(m_native->handle);
 }
 
 void LThread::create()
 {
-    const auto entry = [](void *thread) -> DWORD {
-        enter(static_cast<LThread *>(thread));
-        return 0;
-    };
-    const HANDLE created = CreateThread(nullptr, 0, entry, this, 0, &m_native->threadId);
+    const HANDLE created = CreateThread(nullptr, 0, Native::entry, this, 0, &m_native->threadId);
     if (created != nullptr)
         m_native->handle = created;
 }
@@ -41,13 +55,18 @@ bool LThread::isRunning() const noexcept
     return m_native->handle != INVALID_HANDLE_VALUE;
 }
 
+bool LThread::isCurrent() const noexcept
+{
+    return m_native->threadId == GetCurrentThreadId();
+}
+
 void LThread::stop()
 {
-    TerminateThread(m_native->handle, 0);
+    const HANDLE thread = m_native->handle.exchange(INVALID_HANDLE_VALUE);
+    TerminateThread(thread, 0);
     // Termination is only requested by the call above.
-    WaitForSingleObject(m_native->handle, INFINITE);
-    CloseHandle(m_native->handle);
-    m_native->handle = INVALID_HANDLE_VALUE;
+    WaitForSingleObject(thread, kLongestEndMilliseconds);
+    CloseHandle(thread);
 }
 
 } // namespace zel

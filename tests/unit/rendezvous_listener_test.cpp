@@ -360,3 +360,39 @@ TEST(RendezvousStop, CallbackThatDoesNotReturnIsKilled)
     EXPECT_TRUE(log.contains(LogLevel::Debug, kKilled));
     EXPECT_FALSE(s_wentOn);
 }
+
+// The enumeration of many pens must not outlast the limit of a stop.
+TEST(RendezvousStop, WaitsForOneCallbackOnlyHoweverManyPensThereAre)
+{
+    std::vector<std::string> pens;
+    for (int i = 1; i <= 100; ++i)
+        pens.push_back(wire::pen("", std::to_string(i)));
+    RendezvousServer server(announcing(pens));
+    const LogCapture log;
+    Host host;
+    host.onArrival = [] { zel::sleepMilliseconds(100); };
+    {
+        const Listening listening(server.endpoint(), host);
+        ASSERT_TRUE(host.waitForRecords(2));
+    }
+    EXPECT_EQ(log.count(kKilled), 0u);
+    EXPECT_LT(host.records().size(), 50u);
+}
+
+// A start that finds a thread at work kills it wherever it stands.
+TEST(RendezvousStop, StartOverAThreadAtWorkReplacesIt)
+{
+    RendezvousServer server(announcing({wire::pen("", "1")}));
+    for (const bool serverIsThere : {true, false}) {
+        Host host;
+        CZELManager manager(serverIsThere ? server.endpoint() : loopback::deadEndpoint());
+        manager.setCallbacks(Host::arrived, Host::departed, &host);
+        for (int round = 0; round < 5; ++round) {
+            ASSERT_TRUE(manager.StartRendezvous());
+            const std::size_t announced = serverIsThere ? static_cast<std::size_t>(round) + 1 : 0;
+            ASSERT_TRUE(host.waitForRecords(announced));
+            zel::sleepMilliseconds(20); // waiting for a notification, or for the server
+        }
+        EXPECT_TRUE(manager.StopRendezvous());
+    }
+}

@@ -4,6 +4,7 @@
 
 #include <atomic>
 #include <functional>
+#include <memory>
 #include <stdexcept>
 #include <utility>
 
@@ -120,4 +121,72 @@ TEST(Thread, KillBeforeTheStartDoesNothing)
     FunctionThread thread([] {});
     thread.kill();
     EXPECT_FALSE(thread.isRunning());
+}
+
+// A killed thread's wait leaves nothing behind over which the event's owner could hang.
+TEST(Thread, EventMayBeUsedAndDestroyedAfterItsWaitingThreadWasKilled)
+{
+    for (const bool manualReset : {false, true}) {
+        LEvent waiting(true, false);
+        auto event = std::make_unique<LEvent>(manualReset, false);
+        FunctionThread thread([&] {
+            waiting.set();
+            event->wait(kInfinite);
+        });
+        thread.start();
+        ASSERT_TRUE(waiting.wait(kLongEnough));
+        zel::sleepMilliseconds(20);
+        thread.kill();
+        event->set();
+        EXPECT_TRUE(event->wait(0));
+        event.reset();
+    }
+}
+
+// Whatever a thread is doing with the lock that all events share, a kill leaves it free.
+TEST(Thread, KillAtAnyMomentLeavesTheOthersWorking)
+{
+    for (int round = 0; round < 60; ++round) {
+        LEvent spinning(false, false);
+        FunctionThread thread([&] {
+            for (;;)
+                spinning.set();
+        });
+        thread.start();
+        for (int i = 0; i < round; ++i)
+            spinning.wait(1);
+        thread.kill();
+        spinning.set();
+        FunctionThread next([] {});
+        next.start();
+        ASSERT_TRUE(next.finished().wait(kLongEnough));
+    }
+}
+
+TEST(Thread, MayKillItself)
+{
+    class Suicidal : public LThread
+    {
+    public:
+        Suicidal() : LThread(false) {}
+        void run() override
+        {
+            m_reached.set();
+            kill();
+            m_returned = true;
+        }
+
+        LEvent m_reached{true, false};
+        std::atomic<bool> m_returned{false};
+    };
+    Suicidal thread;
+    thread.start();
+    ASSERT_TRUE(thread.m_reached.wait(kLongEnough));
+    EXPECT_FALSE(thread.finished().wait(50));
+    EXPECT_FALSE(thread.m_returned);
+    EXPECT_FALSE(thread.isRunning());
+    thread.kill(); // nothing is left to kill
+    FunctionThread next([] {});
+    next.start();
+    EXPECT_TRUE(next.finished().wait(kLongEnough));
 }

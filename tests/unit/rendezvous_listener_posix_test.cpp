@@ -1,0 +1,126 @@
+#include "session/discovery_record.h"
+#include "session/manager.h"
+#include "support/log_capture.h"
+#include "support/rendezvous_server.h"
+#include "sys/thread.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <iterator>
+#include <memory>
+
+using zel::CZELManager;
+namespace wire = rendezvous_wire;
+
+namespace {
+
+constexpr std::string_view kKilled = "*** RendezvousThread refused to stop and was killed ***";
+
+void takeRecord(DiscoveryHandle *record, void *)
+{
+    delete static_cast<zel::DiscoveryRecord *>(record);
+}
+
+std::size_t entriesOf(const char *directory)
+{
+    using Iterator = std::filesystem::directory_iterator;
+    return static_cast<std::size_t>(std::distance(Iterator(directory), Iterator()));
+}
+
+/** What a process holds of the system. */
+struct Holdings {
+    std::size_t descriptors = entriesOf("/proc/self/fd");
+    std::size_t threads = entriesOf("/proc/self/task");
+};
+
+std::unique_ptr<CZELManager> listeningTo(const zel::net::Endpoint &endpoint)
+{
+    auto manager = std::make_unique<CZELManager>(endpoint);
+    manager->setCallbacks(takeRecord, takeRecord, nullptr);
+    EXPECT_TRUE(manager->StartRendezvous());
+    return manager;
+}
+
+void startAndStop(const zel::net::Endpoint &endpoint, int rounds)
+{
+    const LogCapture log;
+    const Holdings before;
+    for (int round = 0; round < rounds; ++round) {
+        const auto manager = listeningTo(endpoint);
+        if (round % 10 == 0)
+            zel::sleepMilliseconds(5);
+        EXPECT_TRUE(manager->StopRendezvous());
+    }
+    const Holdings after;
+    EXPECT_LE(after.descriptors, before.descriptors + 1) << "but for the server's own connection";
+    EXPECT_EQ(after.threads, before.threads);
+    EXPECT_EQ(log.count(kKilled), 0u);
+}
+
+} // namespace
+
+TEST(RendezvousListenerOnPosix, ThousandRoundsWithAServerLeakNothing)
+{
+    RendezvousServer server([](const loopback::OwnedSocket &client) {
+        wire::enumerate(client, {wire::pen("", "1")});
+        wire::untilClosed(client);
+    });
+    startAndStop(server.endpoint(), 1000);
+}
+
+TEST(RendezvousListenerOnPosix, ThousandRoundsWithoutAServerLeakNothing)
+{
+    startAndStop(loopback::deadEndpoint(), 1000);
+}
+
+TEST(RendezvousListenerOnPosix, RestartsOfOneManagerLeakNothing)
+{
+    RendezvousServer server([](const loopback::OwnedSocket &client) { wire::untilClosed(client); });
+    const auto manager = listeningTo(server.endpoint());
+    ASSERT_TRUE(server.waitForConnections(1));
+    const Holdings before;
+    for (int round = 2; round < 100; ++round) {
+        EXPECT_TRUE(manager->StopRendezvous());
+        EXPECT_TRUE(manager->StartRendezvous());
+        ASSERT_TRUE(server.waitForConnections(round));
+    }
+    const Holdings after;
+    EXPECT_LE(after.descriptors, before.descriptors + 1);
+    EXPECT_EQ(after.threads, before.threads);
+    manager->StopRendezvous();
+}
+
+// Where nobody accepts, a connect hangs for minutes.
+TEST(RendezvousListenerOnPosix, StopEndsAConnectThatHangs)
+{
+    loopback::Listener full(0);
+    const loopback::OwnedSocket only(zel::net::createTcpSocket());
+    ASSERT_EQ(zel::net::connect(only.get(), full.endpoint()), 0);
+    const LogCapture log;
+    for (int round = 0; round < 5; ++round) {
+        const auto manager = listeningTo(full.endpoint());
+        zel::sleepMilliseconds(50);
+        EXPECT_TRUE(manager->StopRendezvous());
+    }
+    EXPECT_EQ(log.count(kKilled), 0u);
+}
+
+namespace {
+
+/** A host that ends with its listener running. */
+[[noreturn]] void endWithoutExit(const zel::net::Endpoint &endpoint)
+{
+    zel::setManager(listeningTo(endpoint));
+    zel::sleepMilliseconds(100);
+    std::exit(7);
+}
+
+} // namespace
+
+TEST(RendezvousListenerOnPosixDeathTest, HostThatForgetsToStopEndsAllTheSame)
+{
+    testing::FLAGS_gtest_death_test_style = "threadsafe";
+    EXPECT_EXIT(endWithoutExit(loopback::deadEndpoint()), testing::ExitedWithCode(7), "");
+}

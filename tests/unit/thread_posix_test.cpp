@@ -1,0 +1,171 @@
+#include "sys/exceptions.h"
+#include "sys/thread.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <csignal>
+#include <functional>
+#include <string>
+
+#include <pthread.h>
+
+using zel::LEvent;
+using zel::LThread;
+
+namespace {
+
+class BodyThread : public LThread
+{
+public:
+    explicit BodyThread(std::function<void()> body) : LThread(false), m_body(std::move(body)) {}
+    void run() override { m_body(); }
+
+private:
+    const std::function<void()> m_body;
+};
+
+void killOneThread()
+{
+    LEvent blocking(true, false);
+    BodyThread thread([&] {
+        blocking.set();
+        zel::sleepMilliseconds(60000);
+    });
+    thread.start();
+    EXPECT_TRUE(blocking.wait(20000));
+    thread.kill();
+}
+
+std::atomic<int> s_hostSignals{0};
+
+void hostHandler(int)
+{
+    ++s_hostSignals;
+}
+
+void hostHandlerWithInfo(int, siginfo_t *info, void *)
+{
+    s_hostSignals += info != nullptr ? 1 : 0;
+}
+
+struct sigaction currentHandler()
+{
+    struct sigaction current = {};
+    sigaction(SIGURG, nullptr, &current);
+    return current;
+}
+
+/** A host's own use of the signal, as it stands around a test. */
+class HostHandler
+{
+public:
+    explicit HostHandler(const struct sigaction &action) { sigaction(SIGURG, &action, &m_before); }
+    ~HostHandler() { sigaction(SIGURG, &m_before, nullptr); }
+
+private:
+    struct sigaction m_before = {};
+};
+
+} // namespace
+
+TEST(ThreadOnPosix, KillLeavesTheHostsHandlerInPlace)
+{
+    struct sigaction action = {};
+    action.sa_handler = hostHandler;
+    const HostHandler host(action);
+    killOneThread();
+    EXPECT_EQ(currentHandler().sa_handler, hostHandler);
+}
+
+// Other threads' signals reach the host's handler also while a thread is being killed. One that
+// keeps the signal blocked makes the kill last.
+TEST(ThreadOnPosix, SignalsOfOtherThreadsReachTheHostDuringAKill)
+{
+    for (const bool withInfo : {false, true}) {
+        struct sigaction action = {};
+        action.sa_flags = withInfo ? SA_SIGINFO : 0;
+        if (withInfo)
+            action.sa_sigaction = hostHandlerWithInfo;
+        else
+            action.sa_handler = hostHandler;
+        const HostHandler host(action);
+        s_hostSignals = 0;
+
+        LEvent deaf(true, false);
+        LEvent listen(true, false);
+        std::atomic<bool> wentOn{false};
+        BodyThread stubborn([&] {
+            sigset_t urgent;
+            sigemptyset(&urgent);
+            sigaddset(&urgent, SIGURG);
+            pthread_sigmask(SIG_BLOCK, &urgent, nullptr);
+            deaf.set();
+            listen.wait(zel::kInfinite);
+            pthread_sigmask(SIG_UNBLOCK, &urgent, nullptr);
+            zel::sleepMilliseconds(1);
+            wentOn = true;
+        });
+        stubborn.start();
+        EXPECT_TRUE(deaf.wait(20000));
+        std::atomic<bool> done{false};
+        BodyThread killer([&] {
+            stubborn.kill();
+            done = true;
+        });
+        killer.start();
+        while (!done && s_hostSignals == 0) {
+            pthread_kill(pthread_self(), SIGURG);
+            zel::sleepMilliseconds(1);
+        }
+        EXPECT_GE(s_hostSignals, 1);
+        EXPECT_TRUE(killer.finished().wait(20000)) << "the kill gives up waiting";
+        EXPECT_NE(currentHandler().sa_handler, hostHandler) << "the signal is still under way";
+        listen.set();
+        zel::sleepMilliseconds(50);
+        EXPECT_FALSE(wentOn) << "it stops as soon as it lets the signal in";
+    }
+}
+
+TEST(ThreadOnPosix, OnlyTheKillAndItsOwnFaultsInterruptAThread)
+{
+    sigset_t blocked;
+    BodyThread thread([&] { pthread_sigmask(SIG_SETMASK, nullptr, &blocked); });
+    thread.start();
+    EXPECT_TRUE(thread.finished().wait(20000));
+    for (const int kept : {SIGINT, SIGTERM, SIGHUP, SIGALRM, SIGCHLD, SIGUSR1, SIGPIPE, SIGPROF})
+        EXPECT_EQ(sigismember(&blocked, kept), 1) << kept;
+    for (const int open : {SIGURG, SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGTRAP, SIGABRT, SIGSYS})
+        EXPECT_EQ(sigismember(&blocked, open), 0) << open;
+    sigset_t ours;
+    pthread_sigmask(SIG_SETMASK, nullptr, &ours);
+    EXPECT_EQ(sigismember(&ours, SIGINT), 0) << "the starting thread has its own mask back";
+}
+
+// Swallowing the C library's unwinding would end the process.
+TEST(ThreadOnPosix, BodyThatExitsItsThreadEndsItOnly)
+{
+    BodyThread thread([] { pthread_exit(nullptr); });
+    thread.start();
+    EXPECT_TRUE(thread.finished().wait(20000));
+}
+
+TEST(ThreadOnPosix, SystemThatGivesNoThreadIsReported)
+{
+    pthread_attr_t normal;
+    pthread_attr_t absurd;
+    ASSERT_EQ(pthread_getattr_default_np(&normal), 0);
+    ASSERT_EQ(pthread_attr_init(&absurd), 0);
+    ASSERT_EQ(pthread_attr_setstacksize(&absurd, std::size_t{1} << 47), 0);
+    ASSERT_EQ(pthread_setattr_default_np(&absurd), 0);
+    BodyThread thread([] {});
+    std::string message;
+    try {
+        thread.start();
+    } catch (const zel::ZELException &e) {
+        message = e.what();
+    }
+    pthread_setattr_default_np(&normal);
+    EXPECT_EQ(message, "Unable to create new thread");
+    EXPECT_FALSE(thread.isRunning());
+}
