@@ -1,23 +1,15 @@
 #include "support/connected_pen.h"
 
 #include "net/socket.h"
+#include "session/manager.h"
 
 #include <gtest/gtest.h>
 
 namespace zel::test {
 
-namespace {
-
-void ignorePen(DiscoveryHandle *record, void *)
-{
-    zelFreeDiscoveryHandle(&record);
-}
-
-} // namespace
-
 InitializedLibrary::InitializedLibrary()
 {
-    EXPECT_EQ(zelInitialize(ignorePen, ignorePen, nullptr), ZEL_OK);
+    setManager(std::make_unique<CZELManager>());
 }
 
 InitializedLibrary::~InitializedLibrary()

@@ -10,7 +10,8 @@
 
 namespace zel::test {
 
-/** The library, initialised as long as this lives; nothing announces pens to it. */
+/** The library, initialised as long as this lives, with a listener that was never started: nothing
+ *  announces pens, and no thread mixes its log texts with those of the test. */
 class InitializedLibrary
 {
 public:

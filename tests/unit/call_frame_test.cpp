@@ -17,7 +17,11 @@ using namespace zel;
 class CallFrameTest : public testing::Test
 {
 protected:
-    CallFrameTest() { setManager(std::make_unique<CZELManager>()); }
+    CallFrameTest()
+    {
+        setManager(std::make_unique<CZELManager>());
+        m_log.clear();
+    }
     ~CallFrameTest() override { setManager(nullptr); }
 
     template <class Exception>
@@ -72,6 +76,7 @@ TEST_F(CallFrameTest, LogsNoEntryWithoutMark)
 TEST_F(CallFrameTest, MissingManagerComesBeforeMissingArguments)
 {
     setManager(nullptr);
+    m_log.clear();
     EXPECT_EQ(kFrame.run(nullptr, {false}, [] { return ZEL_OK; }), ZEL_ERR_NOT_INITIALIZED);
     EXPECT_TRUE(m_log.entries().empty());
 }
