@@ -1,5 +1,6 @@
 #include "api/call_frame.h"
 
+#include "dfu/dfu_listener.h"
 #include "session/manager.h"
 #include "session/pen_handle.h"
 #include "sys/exceptions.h"
@@ -19,10 +20,11 @@ bool exists(Needs needs) noexcept
     case Needs::Nothing:
         return true;
     case Needs::Manager:
-    case Needs::AnyManager:
         return manager() != nullptr;
     case Needs::DfuManager:
-        break; // no pen in firmware-upgrade mode is listened for yet
+        return dfuListener() != nullptr;
+    case Needs::AnyManager:
+        return manager() != nullptr || dfuListener() != nullptr;
     }
     return false;
 }

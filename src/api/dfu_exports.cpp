@@ -1,0 +1,223 @@
+#include "api/call_frame.h"
+#include "dfu/dfu_listener.h"
+#include "dfu/dfu_pen_handle.h"
+#include "protocol/value_convert.h"
+#include "session/discovery_record.h"
+#include "sys/log.h"
+
+#include "zel/zel.h"
+
+#include <cstring>
+#include <memory>
+
+using namespace zel;
+
+namespace {
+
+/** Neither logs its entry nor tells exceptions apart. */
+constexpr CallFrame plainDfuFrame(const char *logName, Needs needs)
+{
+    return {.logName = logName, .needs = needs, .entryMark = CallFrame::kNoMark, .catches = Catches::Nothing};
+}
+
+constexpr CallFrame requestFrame(const char *logName)
+{
+    return {.logName = logName, .needs = Needs::DfuManager};
+}
+
+/** A request whose answer only says whether it was done: any value that is not null. */
+using DfuRequest = std::unique_ptr<Value> (DfuClient::*)();
+
+uint32_t succeedUnlessNull(const Value *result, const char *succeeded, const char *failed)
+{
+    if (isNull(result)) {
+        LogError(failed);
+        return ZEL_ERR_INVALID_ARGUMENT;
+    }
+    LogDebug(succeeded);
+    return ZEL_OK;
+}
+
+uint32_t runCommand(const CallFrame &frame, DfuPenHandle *pen, DfuRequest request, const char *succeeded,
+                    const char *failed)
+{
+    return frame.run({required(pen)}, [&] {
+        const std::unique_ptr<Value> result = (pen->dfu().*request)();
+        return succeedUnlessNull(result.get(), succeeded, failed);
+    });
+}
+
+/** A request whose answer is a record of bytes of a fixed size; another size is refused silently. */
+uint32_t readRecord(const CallFrame &frame, DfuPenHandle *pen, DfuRequest request, uint8_t *output,
+                    std::uint32_t wanted, const char *wrongType)
+{
+    return frame.run({required(pen), required(output)}, [&] {
+        const std::unique_ptr<Value> result = (pen->dfu().*request)();
+        if (result->getType() != ValueType::Binary) {
+            LogError(wrongType);
+            return ZEL_ERR_INVALID_ARGUMENT;
+        }
+        std::uint32_t size = 0;
+        const std::uint8_t *const bytes = result->getBinary(&size);
+        if (size != wanted)
+            return ZEL_ERR_INVALID_ARGUMENT;
+        std::memcpy(output, bytes, wanted);
+        return ZEL_OK;
+    });
+}
+
+/** A block as the host lays it out: a number, the count of its data, the data. */
+std::uint32_t sizeOfBlock(const std::uint8_t *block)
+{
+    std::uint16_t header[2];
+    std::memcpy(header, block, sizeof header);
+    return static_cast<std::uint32_t>(sizeof header) + header[1];
+}
+
+} // namespace
+
+uint32_t zelDfuInit(void *callbackContext, PenArrivedCallback arrived, PenDepartedCallback departed)
+{
+    static constexpr CallFrame frame = plainDfuFrame("zelDfuInit", Needs::Nothing);
+    return frame.run({}, [&] {
+        if (dfuListener() != nullptr)
+            return ZEL_ERR_ALREADY_INITIALIZED;
+        if (arrived == nullptr || departed == nullptr)
+            return ZEL_ERR_INVALID_ARGUMENT;
+        setDfuListener(std::make_unique<DfuRendezvousListener>());
+        dfuListener()->setCallbacks(arrived, departed, callbackContext);
+        return dfuListener()->StartRendezvous() ? ZEL_OK : ZEL_ERR_INVALID_ARGUMENT;
+    });
+}
+
+// The texts of the next three name the exports of the ordinary mode; what reads the logs knows them so.
+
+uint32_t zelDfuExit(void)
+{
+    static constexpr CallFrame frame = plainDfuFrame("zelExit", Needs::Nothing);
+    return frame.run({}, [] {
+        if (dfuListener() != nullptr) {
+            dfuListener()->StopRendezvous();
+            setDfuListener(nullptr);
+        }
+        return ZEL_OK;
+    });
+}
+
+uint32_t zelDfuConnectPen(DfuPenHandle **pen, const DiscoveryHandle *record)
+{
+    static constexpr CallFrame frame = plainDfuFrame("zelConnectPen", Needs::DfuManager);
+    return frame.run({required(pen), required(record)}, [&] {
+        if (record->kind != ZEL_PEN_ARRIVED)
+            return ZEL_ERR_INVALID_ARGUMENT;
+        const DiscoveryRecord &announced = recordOf(*record);
+        auto handle = std::make_unique<DfuPenHandle>();
+        handle->penId = announced.penId;
+        *pen = handle.release(); // the host's from here on, also when connecting fails
+        auto client = std::make_unique<DfuClient>(announced.serviceAddress, announced.servicePort);
+        client->setPenConnected(true);
+        client->connect();
+        (*pen)->client = std::move(client);
+        return ZEL_OK;
+    });
+}
+
+uint32_t zelDfuDisconnectPen(DfuPenHandle **pen)
+{
+    static constexpr CallFrame frame = plainDfuFrame("zelDisconnectPen", Needs::DfuManager);
+    return frame.run({required(pen)}, [&] {
+        const std::unique_ptr<DfuPenHandle> handle(*pen);
+        *pen = nullptr;
+        if (handle != nullptr && handle->client != nullptr) {
+            handle->client->setPenConnected(false);
+            handle->client->disconnect();
+        }
+        return ZEL_OK;
+    });
+}
+
+uint32_t zelDfuGetMode(const DiscoveryHandle *record, uint8_t *mode)
+{
+    static constexpr CallFrame frame = plainDfuFrame("zelDfuGetMode", Needs::Nothing);
+    return frame.run({preset<uint8_t>(mode, 0), required(record)}, [&] {
+        *mode = recordOf(*record).dfu;
+        return ZEL_OK;
+    });
+}
+
+uint32_t zelDfuResetPort(DfuPenHandle *pen)
+{
+    static constexpr CallFrame frame = requestFrame("zelDfuResetPort");
+    return runCommand(frame, pen, &DfuClient::DfuResetPort, "zelDfuResetPort succeeded",
+                      "zelDfuResetPort returned: Value: null");
+}
+
+uint32_t zelDfuAbort(DfuPenHandle *pen)
+{
+    static constexpr CallFrame frame = requestFrame("zelDfuAbort");
+    return runCommand(frame, pen, &DfuClient::DfuAbort, "zelDfuAbort succeeded",
+                      "zelDfuAbort returned: Value: null");
+}
+
+uint32_t zelDfuClearStatus(DfuPenHandle *pen)
+{
+    static constexpr CallFrame frame = requestFrame("zelDfuClearStatus");
+    return runCommand(frame, pen, &DfuClient::DfuClearStatus, "zelDfuClearStatus succeeded",
+                      "zelDfuClearStatus returned: Value: null");
+}
+
+uint32_t zelDfuDetach(DfuPenHandle *pen)
+{
+    static constexpr CallFrame frame = requestFrame("zelDfuDetach");
+    return runCommand(frame, pen, &DfuClient::DfuDetach, "zelDfuDetach succeeded",
+                      "zelDfuDetach returned: Value: null");
+}
+
+uint32_t zelDfuDetachBoot(DfuPenHandle *pen)
+{
+    static constexpr CallFrame frame = requestFrame("zelDfuDetachBoot");
+    return runCommand(frame, pen, &DfuClient::DfuDetachBoot, "zelDfuDetachBoot succeeded",
+                      "zelDfuDetachBoot returned: Value: null");
+}
+
+uint32_t zelDfuGetState(DfuPenHandle *pen, int32_t *state)
+{
+    static constexpr CallFrame frame = requestFrame("zelDfuGetState");
+    return frame.run({required(pen), required(state)}, [&] {
+        const std::unique_ptr<Value> result = pen->dfu().DfuGetState();
+        if (result->getType() != ValueType::Int32) {
+            LogError("zelDfuGetState returned: wrong type");
+            return ZEL_ERR_INVALID_ARGUMENT;
+        }
+        *state = static_cast<int32_t>(result->getInt());
+        LogDebug("zelDfuGetState returned: Value: INT32");
+        return ZEL_OK;
+    });
+}
+
+uint32_t zelDfuGetStatus(DfuPenHandle *pen, uint8_t *status)
+{
+    static constexpr CallFrame frame = requestFrame("zelDfuGetStatus");
+    return readRecord(frame, pen, &DfuClient::DfuGetStatus, status, 6,
+                      "zelDfuGetStatus returned: wrong type");
+}
+
+uint32_t zelDfuGetFunctionalDescriptor(DfuPenHandle *pen, uint8_t *descriptor)
+{
+    static constexpr CallFrame frame{.logName = "zelDfuGetFunctionalDescriptor",
+                                     .needs = Needs::DfuManager,
+                                     .unexpectedText = "zelGetBTSettings caught an undefined exception."};
+    return readRecord(frame, pen, &DfuClient::DfuGetFunctionalDescriptor, descriptor, 7,
+                      "zelDfuGetFunctionalDescriptor returned: Value: null");
+}
+
+uint32_t zelDfuDownload(DfuPenHandle *pen, const void *block)
+{
+    static constexpr CallFrame frame = requestFrame("zelDfuDownload");
+    return frame.run({required(pen), required(block)}, [&] {
+        const auto *const bytes = static_cast<const std::uint8_t *>(block);
+        const std::unique_ptr<Value> result = pen->dfu().DfuDownload(bytes, sizeOfBlock(bytes));
+        return succeedUnlessNull(result.get(), "zelDfuDownload succeeded",
+                                 "zelDfuUpload returned: Value: null"); // named so ever since
+    });
+}
