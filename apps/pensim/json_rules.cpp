@@ -197,11 +197,15 @@ RuleSpec parseRule(const json &json, const std::string &place, const std::string
     return rule;
 }
 
-void readRules(JsonReader &reader, const std::string &trigger, std::vector<RuleSpec> &rules)
+void readRules(JsonReader &reader, const std::string &trigger, const std::string &otherTrigger,
+               std::vector<RuleSpec> &rules)
 {
     reader.readList("faults", rules, [&](const json &value, const std::string &place, auto &list) {
-        if (value.is_object() && value.contains(trigger))
+        if (value.contains(trigger))
             list.push_back(parseRule(value, place, trigger));
+        else if (!value.contains(otherTrigger))
+            JsonReader::fail(place,
+                             "is for none of the events \"" + trigger + "\", \"" + otherTrigger + "\"");
     });
 }
 

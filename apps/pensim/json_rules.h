@@ -11,7 +11,9 @@ Value parseValue(const nlohmann::json &json, const std::string &place);
 // A rule for an answer: {"instruction": "U0PG", "occurrence": 3, "status": -9002}.
 RuleSpec parseRule(const nlohmann::json &json, const std::string &place, const std::string &trigger);
 
-// Appends those of the object's "faults" whose trigger ("instruction", "connection" or "list") is this one.
-void readRules(JsonReader &reader, const std::string &trigger, std::vector<RuleSpec> &rules);
+// Appends those of the object's "faults" that the trigger ("instruction", "connection" or "list") names; the
+// others must have the other trigger.
+void readRules(JsonReader &reader, const std::string &trigger, const std::string &otherTrigger,
+               std::vector<RuleSpec> &rules);
 
 } // namespace pensim

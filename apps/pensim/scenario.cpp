@@ -156,9 +156,8 @@ PenSpec penOf(JsonReader reader, const DigestBlock &chainingValue)
     reader.readList("stylo_pages", pen.styloPages, readPage);
     if (reader.has("dfu"))
         pen.dfu = dfuOf(reader.object("dfu"));
-    readRules(reader, "instruction", pen.rules);
-    readRules(reader, "connection", pen.connectionRules);
-    reader.at("id");
+    readRules(reader, "instruction", "connection", pen.rules);
+    readRules(reader, "connection", "instruction", pen.connectionRules);
     reader.finish();
     return pen;
 }
@@ -168,8 +167,8 @@ RendezvousSpec rendezvousOf(JsonReader reader)
     RendezvousSpec spec;
     reader.read("fragment", spec.fragment);
     reader.read("fragment_pause_ms", spec.fragmentPause);
-    readRules(reader, "list", spec.listRules);
-    readRules(reader, "connection", spec.connectionRules);
+    readRules(reader, "list", "connection", spec.listRules);
+    readRules(reader, "connection", "list", spec.connectionRules);
     reader.finish();
     return spec;
 }
