@@ -1,6 +1,9 @@
 #include "io_thread.h"
 
+#include <condition_variable>
 #include <fmt/format.h>
+#include <mutex>
+#include <utility>
 
 namespace pensim {
 
@@ -33,6 +36,57 @@ void IoThread::stop()
     m_context.stop();
     m_thread.join();
     m_running = false;
+}
+
+namespace {
+
+// An operation that another thread waits for.
+class Errand
+{
+public:
+    explicit Errand(const std::function<void()> &operation) : m_operation(operation) {}
+
+    void carryOut()
+    {
+        std::exception_ptr error;
+        try {
+            m_operation();
+        } catch (...) {
+            error = std::current_exception();
+        }
+        const std::lock_guard guard(m_mutex);
+        m_error = std::move(error);
+        m_done = true;
+        m_changed.notify_one();
+    }
+
+    void wait()
+    {
+        std::unique_lock lock(m_mutex);
+        m_changed.wait(lock, [this] { return m_done; });
+        if (m_error)
+            std::rethrow_exception(std::exchange(m_error, nullptr));
+    }
+
+private:
+    const std::function<void()> &m_operation;
+    std::mutex m_mutex;
+    std::condition_variable m_changed;
+    bool m_done = false;
+    std::exception_ptr m_error;
+};
+
+} // namespace
+
+void IoThread::run(const std::function<void()> &operation)
+{
+    if (!m_running || m_context.get_executor().running_in_this_thread()) {
+        operation();
+        return;
+    }
+    Errand errand(operation);
+    asio::post(m_context, [&errand] { errand.carryOut(); });
+    errand.wait();
 }
 
 Acceptor listenOnLoopback(asio::io_context &context, std::uint16_t port)

@@ -4,7 +4,7 @@
 
 #include <asio.hpp>
 #include <atomic>
-#include <future>
+#include <functional>
 #include <thread>
 
 namespace pensim {
@@ -24,17 +24,7 @@ public:
 
     // Runs the operation on the thread and waits for it; its exceptions come back to the caller. While the
     // thread does not run, and on the thread itself, the operation runs where it is called.
-    template <typename Operation>
-    decltype(auto) run(Operation operation)
-    {
-        std::packaged_task<decltype(operation())()> task(std::move(operation));
-        auto outcome = task.get_future();
-        if (!m_running || m_context.get_executor().running_in_this_thread())
-            task();
-        else
-            asio::post(m_context, [task = std::move(task)]() mutable { task(); });
-        return outcome.get();
-    }
+    void run(const std::function<void()> &operation);
 
 private:
     asio::io_context m_context{1};

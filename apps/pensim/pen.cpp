@@ -165,10 +165,12 @@ void Pen::Impl::redock()
 
 void Pen::Impl::close()
 {
+    {
+        const std::lock_guard guard(mutex);
+        port = 0; // before the hosts can know
+    }
     server->close();
     server.reset();
-    const std::lock_guard guard(mutex);
-    port = 0;
 }
 
 Pen::Pen(std::unique_ptr<Impl> impl) : m_impl(std::move(impl)) {}

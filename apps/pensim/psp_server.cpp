@@ -58,9 +58,10 @@ void PspSession::close(Ending ending)
         return;
     m_open = false;
     m_timer.cancel();
+    const auto self = shared_from_this();
+    m_server->m_sessions.erase(self);
+    m_server->m_handler.disconnected(m_number); // before the host can know
     closeSocket(m_socket, ending);
-    m_server->m_handler.disconnected(m_number);
-    m_server->m_sessions.erase(shared_from_this());
 }
 
 void PspSession::read()

@@ -75,9 +75,10 @@ void RendezvousSession::close(Ending ending)
         return;
     m_open = false;
     m_timer.cancel();
+    const auto self = shared_from_this();
+    m_server->m_sessions.erase(self);
+    m_server->m_handler.subscriptionsChanged(); // before the client can know
     closeSocket(m_socket, ending);
-    m_server->m_sessions.erase(shared_from_this());
-    m_server->m_handler.subscriptionsChanged();
 }
 
 void RendezvousSession::read()

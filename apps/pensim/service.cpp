@@ -208,12 +208,16 @@ Rendezvous &Service::rendezvous()
 
 Pen &Service::dock(PenSpec spec)
 {
-    return m_impl->io.run([&]() -> Pen & { return m_impl->dockNew(std::move(spec)); });
+    Pen *pen = nullptr;
+    m_impl->io.run([&] { pen = &m_impl->dockNew(std::move(spec)); });
+    return *pen;
 }
 
 Pen &Service::redock(std::uint64_t id)
 {
-    return m_impl->io.run([&]() -> Pen & { return m_impl->redock(id); });
+    Pen *pen = nullptr;
+    m_impl->io.run([&] { pen = &m_impl->redock(id); });
+    return *pen;
 }
 
 void Service::undock(std::uint64_t id)
@@ -223,17 +227,19 @@ void Service::undock(std::uint64_t id)
 
 Pen &Service::pen(std::uint64_t id)
 {
-    return m_impl->io.run([&]() -> Pen & { return *m_impl->known(id).pen; });
+    Pen *pen = nullptr;
+    m_impl->io.run([&] { pen = m_impl->known(id).pen.get(); });
+    return *pen;
 }
 
 std::vector<Pen *> Service::pens()
 {
-    return m_impl->io.run([&] {
-        std::vector<Pen *> pens;
+    std::vector<Pen *> pens;
+    m_impl->io.run([&] {
         for (const auto &entry : m_impl->entries)
             pens.push_back(entry.pen.get());
-        return pens;
     });
+    return pens;
 }
 
 } // namespace pensim

@@ -190,6 +190,7 @@ TEST_F(PensimRendezvous, FragmentsMakeTheWholeMessage)
     const std::uint16_t port = m_service.dock(ordinaryPen()).port();
     auto client = subscriber(Subscription::ordinary);
     client->send(kList);
+    ASSERT_TRUE(m_service.rendezvous().waitForMessages("LIST", 1, 10s));
     m_service.undock(ordinaryPen().id); // told behind the list, never amid it
     EXPECT_EQ(client->receiveMessage(), ordinaryMessage("", port));
     EXPECT_EQ(client->receiveMessage(), "RVP1\r\nENDLIST\r\n");

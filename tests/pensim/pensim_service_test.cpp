@@ -3,6 +3,7 @@
 #include "tcp_client.h"
 
 #include <gtest/gtest.h>
+#include <thread>
 
 namespace {
 
@@ -307,6 +308,8 @@ TEST_F(PensimService, DfuPenIsResetIntoItsOtherModeAndBack)
         TcpClient client(pen.port());
         const Bytes answer = ask(client, wire::raw("V009") + Bytes{0x00}, 8);
         EXPECT_TRUE(client.ended()); // the pen leaves the bus
+        while (!pen.docked())        // and comes back
+            std::this_thread::sleep_for(1ms);
         return answer;
     };
     TcpClient host(pen.port());
