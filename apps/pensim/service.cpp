@@ -179,7 +179,7 @@ std::vector<Announcement> Service::Impl::dockedPens() const
     return docked;
 }
 
-Service::Service(Options options, Scenario scenario)
+Service::Service(Options options, const Scenario &scenario)
     : m_impl(std::make_unique<Impl>(std::move(options), scenario))
 {
 }

@@ -23,7 +23,7 @@ struct Options {
 class Service
 {
 public:
-    explicit Service(Options options = {}, Scenario scenario = {});
+    explicit Service(Options options = {}, const Scenario &scenario = {});
     ~Service(); // stops
     Service(const Service &) = delete;
     Service &operator=(const Service &) = delete;

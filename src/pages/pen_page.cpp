@@ -24,12 +24,7 @@ PenPage::PenPage(const Value &value)
     m_size = present(items[1]).getInt();
 }
 
-PenPage &PenPage::operator=(const PenPage &other)
-{
-    m_address = other.m_address;
-    m_size = other.m_size;
-    return *this;
-}
+PenPage &PenPage::operator=(const PenPage &other) = default;
 
 bool PenPage::operator<(const PenPage &other) const
 {

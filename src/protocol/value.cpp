@@ -90,6 +90,7 @@ class Value::SecretString : public Value
 {
 public:
     SecretString() noexcept : Value(ValueType::String, 0) {}
+    // NOLINTNEXTLINE(cppcoreguidelines-pro-type-const-cast): the bytes are this object's own
     ~SecretString() override { secureWipe(const_cast<std::uint8_t *>(bytes()), m_length); }
 };
 

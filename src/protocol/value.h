@@ -125,7 +125,7 @@ private:
 
     union Payload {
         Payload() noexcept : scalar(0) {}
-        ~Payload() {}
+        ~Payload() {} // NOLINT(modernize-use-equals-default): that would be deleted
         Payload(const Payload &) = delete;
         Payload &operator=(const Payload &) = delete;
 

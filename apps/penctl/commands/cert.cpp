@@ -26,7 +26,7 @@ struct CertOptions {
     bool json = false;
 };
 
-using Options = std::shared_ptr<CertOptions>;
+using SharedCertOptions = std::shared_ptr<CertOptions>;
 
 uint32_t lengthOf(const std::vector<uint8_t> &bytes)
 {
@@ -85,7 +85,7 @@ void clearCertificate(const CertOptions &options)
     print(fmt::format("removed the certificate from pen {}\n", serial));
 }
 
-void addShowCertificate(CLI::App &cert, const Options &options)
+void addShowCertificate(CLI::App &cert, const SharedCertOptions &options)
 {
     CLI::App *command = cert.add_subcommand("show", "Tell what certificate a pen holds");
     addPen(*command, options->choice);
@@ -93,7 +93,7 @@ void addShowCertificate(CLI::App &cert, const Options &options)
     command->callback([options] { showCertificate(*options); });
 }
 
-void addInstallCertificate(CLI::App &cert, const Options &options)
+void addInstallCertificate(CLI::App &cert, const SharedCertOptions &options)
 {
     CLI::App *command = cert.add_subcommand("install", "Install a certificate");
     addPenBeforeOthers(*command, options->choice);
@@ -101,7 +101,7 @@ void addInstallCertificate(CLI::App &cert, const Options &options)
     command->callback([options] { installCertificate(*options); });
 }
 
-void addInstallAuthenticator(CLI::App &cert, const Options &options)
+void addInstallAuthenticator(CLI::App &cert, const SharedCertOptions &options)
 {
     CLI::App *command = cert.add_subcommand("authenticator", "Install the certificate authenticator");
     addPenBeforeOthers(*command, options->choice);
@@ -110,7 +110,7 @@ void addInstallAuthenticator(CLI::App &cert, const Options &options)
     command->callback([options] { installAuthenticator(*options); });
 }
 
-void addClearCertificate(CLI::App &cert, const Options &options)
+void addClearCertificate(CLI::App &cert, const SharedCertOptions &options)
 {
     CLI::App *command = cert.add_subcommand("clear", "Remove the certificate");
     addPen(*command, options->choice);

@@ -33,7 +33,7 @@ struct DfuOptions {
     bool json = false;
 };
 
-using Options = std::shared_ptr<DfuOptions>;
+using SharedDfuOptions = std::shared_ptr<DfuOptions>;
 
 Json dfuPenJson(const PenIdentity &pen)
 {
@@ -146,7 +146,7 @@ void tell(const DfuOptions &options, void (DfuConnection::*operation)(), const c
     print(fmt::format("pen {}: {}\n", printable(pen.identity().serial), done));
 }
 
-void addListing(CLI::App &dfu, const Options &options)
+void addListing(CLI::App &dfu, const SharedDfuOptions &options)
 {
     CLI::App *command = dfu.add_subcommand("list", "List the pens announced in this mode");
     addWaiting(*command, options->choice);
@@ -154,7 +154,7 @@ void addListing(CLI::App &dfu, const Options &options)
     command->callback([options] { listDfuPens(*options); });
 }
 
-void addQuestion(CLI::App &dfu, const char *name, const char *help, const Options &options,
+void addQuestion(CLI::App &dfu, const char *name, const char *help, const SharedDfuOptions &options,
                  void (*ask)(const DfuOptions &))
 {
     CLI::App *command = dfu.add_subcommand(name, help);
@@ -163,7 +163,7 @@ void addQuestion(CLI::App &dfu, const char *name, const char *help, const Option
     command->callback([options, ask] { ask(*options); });
 }
 
-void addDownload(CLI::App &dfu, const Options &options)
+void addDownload(CLI::App &dfu, const SharedDfuOptions &options)
 {
     CLI::App *command = dfu.add_subcommand("download", "Send a firmware image to a pen");
     addPenBeforeOthers(*command, options->choice);
@@ -172,7 +172,7 @@ void addDownload(CLI::App &dfu, const Options &options)
     command->callback([options] { downloadImage(*options); });
 }
 
-void addRequest(CLI::App &dfu, const char *name, const char *help, const Options &options,
+void addRequest(CLI::App &dfu, const char *name, const char *help, const SharedDfuOptions &options,
                 void (DfuConnection::*operation)(), const char *done)
 {
     CLI::App *command = dfu.add_subcommand(name, help);
@@ -180,7 +180,7 @@ void addRequest(CLI::App &dfu, const char *name, const char *help, const Options
     command->callback([=] { tell(*options, operation, done); });
 }
 
-void addDetach(CLI::App &dfu, const Options &options)
+void addDetach(CLI::App &dfu, const SharedDfuOptions &options)
 {
     CLI::App *command = dfu.add_subcommand("detach", "Let the pen change between its firmware and this mode");
     addPen(*command, options->choice);

@@ -26,7 +26,7 @@ struct EncryptedOptions {
     bool json = false;
 };
 
-using Options = std::shared_ptr<EncryptedOptions>;
+using SharedEncryptedOptions = std::shared_ptr<EncryptedOptions>;
 
 void showEncrypted(const EncryptedOptions &options)
 {
@@ -62,7 +62,7 @@ void clearEncrypted(const EncryptedOptions &options)
     print(fmt::format("removed the encrypted data from pen {}\n", serial));
 }
 
-void addShowEncrypted(CLI::App &encrypted, const Options &options)
+void addShowEncrypted(CLI::App &encrypted, const SharedEncryptedOptions &options)
 {
     CLI::App *command = encrypted.add_subcommand("show", "Tell whether a pen holds encrypted data");
     addPen(*command, options->choice);
@@ -70,7 +70,7 @@ void addShowEncrypted(CLI::App &encrypted, const Options &options)
     command->callback([options] { showEncrypted(*options); });
 }
 
-void addFetchEncrypted(CLI::App &encrypted, const Options &options)
+void addFetchEncrypted(CLI::App &encrypted, const SharedEncryptedOptions &options)
 {
     CLI::App *command = encrypted.add_subcommand("fetch", "Write a pen's encrypted data to a file");
     addPen(*command, options->choice);
@@ -80,7 +80,7 @@ void addFetchEncrypted(CLI::App &encrypted, const Options &options)
     command->callback([options] { fetchEncrypted(*options); });
 }
 
-void addClearEncrypted(CLI::App &encrypted, const Options &options)
+void addClearEncrypted(CLI::App &encrypted, const SharedEncryptedOptions &options)
 {
     CLI::App *command = encrypted.add_subcommand("clear", "Remove the encrypted data");
     addPen(*command, options->choice);

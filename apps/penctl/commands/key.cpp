@@ -27,7 +27,7 @@ struct KeyOptions {
     bool json = false;
 };
 
-using Options = std::shared_ptr<KeyOptions>;
+using SharedKeyOptions = std::shared_ptr<KeyOptions>;
 
 /** One of the key's byte arrays, in the two arguments that the library takes it in. */
 struct Part {
@@ -73,7 +73,7 @@ void clearKey(const KeyOptions &options)
     print(fmt::format("removed the signing key from pen {}\n", serial));
 }
 
-void addShowKey(CLI::App &key, const Options &options)
+void addShowKey(CLI::App &key, const SharedKeyOptions &options)
 {
     CLI::App *command = key.add_subcommand("show", "Tell whether a pen holds a signing key");
     addPen(*command, options->choice);
@@ -81,7 +81,7 @@ void addShowKey(CLI::App &key, const Options &options)
     command->callback([options] { showKey(*options); });
 }
 
-void addInstallKey(CLI::App &key, const Options &options)
+void addInstallKey(CLI::App &key, const SharedKeyOptions &options)
 {
     CLI::App *command = key.add_subcommand("install", "Install a signing key");
     addPenBeforeOthers(*command, options->choice);
@@ -93,7 +93,7 @@ void addInstallKey(CLI::App &key, const Options &options)
     command->callback([options] { installKey(*options); });
 }
 
-void addClearKey(CLI::App &key, const Options &options)
+void addClearKey(CLI::App &key, const SharedKeyOptions &options)
 {
     CLI::App *command = key.add_subcommand("clear", "Remove the signing key");
     addPen(*command, options->choice);

@@ -24,7 +24,7 @@ struct UserDataOptions {
     bool json = false;
 };
 
-using Options = std::shared_ptr<UserDataOptions>;
+using SharedUserDataOptions = std::shared_ptr<UserDataOptions>;
 
 struct UserData {
     std::string a;
@@ -66,7 +66,7 @@ void setUserData(const UserDataOptions &options)
     print(fmt::format("set the user data of pen {}\n", printable(pen.identity().serial)));
 }
 
-void addShowUserData(CLI::App &userData, const Options &options)
+void addShowUserData(CLI::App &userData, const SharedUserDataOptions &options)
 {
     CLI::App *command = userData.add_subcommand("show", "Show the three texts");
     addPen(*command, options->choice);
@@ -74,7 +74,7 @@ void addShowUserData(CLI::App &userData, const Options &options)
     command->callback([options] { showUserData(*options); });
 }
 
-void addSetUserData(CLI::App &userData, const Options &options)
+void addSetUserData(CLI::App &userData, const SharedUserDataOptions &options)
 {
     CLI::App *command = userData.add_subcommand("set", "Change one or more of the texts");
     addPen(*command, options->choice);
