@@ -1,7 +1,5 @@
 #include "common/measured.h"
 
-#include "common/settings.h"
-
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <unistd.h>
@@ -34,6 +32,13 @@ void resetHighWaterMark()
     close(file);
 }
 
+std::chrono::duration<double> timeOf(clockid_t clock)
+{
+    timespec time{};
+    clock_gettime(clock, &time);
+    return std::chrono::seconds(time.tv_sec) + std::chrono::nanoseconds(time.tv_nsec);
+}
+
 using ReadCounts = void (*)(std::uint64_t *);
 
 ReadCounts counter()
@@ -52,20 +57,31 @@ Counts countsNow()
 
 } // namespace
 
-Measured::Measured()
+Measured::Measured(const Settings &settings)
 {
+    const auto server = static_cast<pid_t>(settings.number("server", 0));
+    m_hasServer = server != 0 && clock_getcpuclockid(server, &m_serverClock) == 0;
     resetHighWaterMark();
     m_residentBefore = statusBytes("VmRSS:");
     m_before = countsNow();
+    m_processorTime = processorTime();
     m_start = std::chrono::steady_clock::now();
+}
+
+std::chrono::duration<double> Measured::processorTime() const
+{
+    const std::chrono::duration<double> own = timeOf(CLOCK_PROCESS_CPUTIME_ID);
+    return m_hasServer ? own + timeOf(m_serverClock) : own;
 }
 
 void Measured::stop()
 {
     const std::chrono::duration<double> taken = std::chrono::steady_clock::now() - m_start;
+    const std::chrono::duration<double> processor = processorTime() - m_processorTime;
     const Counts after = countsNow();
     const std::size_t peak = statusBytes("VmHWM:");
     tell("seconds", taken.count());
+    tell("processor_seconds", processor.count());
     tell("peak", peak > m_residentBefore ? static_cast<double>(peak - m_residentBefore) : 0.0);
     if (counter() == nullptr)
         return;

@@ -1,9 +1,13 @@
 #pragma once
 
+#include "common/settings.h"
+
 #include <array>
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
+
+#include <time.h>
 
 namespace zel::bench {
 
@@ -11,18 +15,25 @@ namespace zel::bench {
 enum Count { kAllocations, kReceives, kSends, kEmptySends, kCounts };
 using Counts = std::array<std::uint64_t, kCounts>;
 
-/** The part of a run that counts: from construction to stop(). Takes the time, the growth of
- *  resident memory at its highest, and the counts when the program runs with the counter. */
+/** The part of a run that counts: from construction to stop(). Takes the time, the processor time of
+ *  this program and of the server, the growth of resident memory at its highest, and the counts when
+ *  the program runs with the counter. */
 class Measured
 {
 public:
-    Measured();
+    /** The setting "server" is the server's process. */
+    explicit Measured(const Settings &settings);
     /** Tells everything on standard output, as "seconds", "peak", "allocations" and so on. */
     void stop();
 
 private:
+    std::chrono::duration<double> processorTime() const;
+
+    clockid_t m_serverClock = CLOCK_PROCESS_CPUTIME_ID;
+    bool m_hasServer = false;
     std::size_t m_residentBefore;
     Counts m_before;
+    std::chrono::duration<double> m_processorTime;
     std::chrono::steady_clock::time_point m_start;
 };
 

@@ -197,24 +197,26 @@ void listPens(std::uint32_t messages)
 }
 
 template <class Work>
-void measure(Work work)
+void measure(const Settings &settings, Work work)
 {
-    Measured measured;
+    Measured measured(settings);
     work();
     measured.stop();
 }
 
-void repeat(BareClient &client, const Exchange &exchange, std::uint64_t count)
+void repeat(BareClient &client, const Exchange &exchange, const Settings &settings)
 {
-    measure([&] {
+    const std::uint64_t count = settings.number("exchanges", 1);
+    measure(settings, [&] {
         for (std::uint64_t i = 0; i < count; ++i)
             client.exchange(exchange);
     });
 }
 
 /** Sends a certificate of some 6,000 bytes, in the two parts that a 4,096-byte buffer makes of it. */
-void repeatLarge(BareClient &client, std::uint64_t count)
+void repeatLarge(BareClient &client, const Settings &settings)
 {
+    const std::uint64_t count = settings.number("exchanges", 1);
     constexpr std::size_t kBuffer = 4096;
     Bytes request;
     request.u32(instruction::kSetProperty).u8(2).u8(0).shortValue(0x2209).u8(1);
@@ -222,7 +224,7 @@ void repeatLarge(BareClient &client, std::uint64_t count)
     const Exchange first{Bytes().raw(request.view().substr(0, kBuffer)), 0};
     const Exchange second{Bytes().raw(request.view().substr(kBuffer)),
                           answerTo(instruction::kSetProperty, 0, {}).size()};
-    measure([&] {
+    measure(settings, [&] {
         for (std::uint64_t i = 0; i < count; ++i) {
             client.exchange(first);
             client.exchange(second);
@@ -230,11 +232,11 @@ void repeatLarge(BareClient &client, std::uint64_t count)
     });
 }
 
-void retrieve(BareClient &client, const Pens &pens)
+void retrieve(BareClient &client, const Pens &pens, const Settings &settings)
 {
     Retrieval retrieval(pens);
     GrowingBlock strokes;
-    measure([&] { retrieval.run(client, strokes); });
+    measure(settings, [&] { retrieval.run(client, strokes); });
     if (strokes.size() != std::size_t{pens.pages} * pens.pageSize)
         fail("bare client: strokes are missing");
 }
@@ -244,20 +246,19 @@ void run(const Settings &settings)
     const Pens pens = Pens::from(settings);
     const std::string work = settings.text("work", "");
     if (work == "enumerate")
-        return measure([&] { listPens(pens.count); });
+        return measure(settings, [&] { listPens(pens.count); });
     if (work == "arrival")
-        return measure([&] { listPens(1); });
+        return measure(settings, [&] { listPens(1); });
 
     BareClient client(static_cast<std::uint16_t>(settings.number("port", 0)));
-    const std::uint64_t count = settings.number("exchanges", 1);
     if (work == "exchanges")
-        return repeat(client, getProperty(kSmallProperty), count);
+        return repeat(client, getProperty(kSmallProperty), settings);
     if (work == "large-exchanges")
-        return repeatLarge(client, count);
+        return repeatLarge(client, settings);
     if (work == "retrieve")
-        return retrieve(client, pens);
+        return retrieve(client, pens, settings);
     if (work == "list")
-        return repeat(client, plainExchange(instruction::kListPages, pens), count);
+        return repeat(client, plainExchange(instruction::kListPages, pens), settings);
     fail("bare client: no such work: " + work);
 }
 

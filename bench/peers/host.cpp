@@ -1,7 +1,7 @@
 // A host application: does one piece of work through the library's public functions and tells what
 // it took.
 //
-//   zel_bench_host WORK pens=N pages=N size=BYTES exchanges=N
+//   zel_bench_host WORK pens=N pages=N size=BYTES exchanges=N before=N
 //
 // Works: exchanges, large-exchanges, retrieve, select, select-longer, list, enumerate, arrival, exit,
 // idle, load.
@@ -81,16 +81,17 @@ void initialize(Arrivals &arrivals)
 }
 
 template <class Work>
-void measure(Work work)
+void measure(const Settings &settings, Work work)
 {
-    Measured measured;
+    Measured measured(settings);
     work();
     measured.stop();
 }
 
-void exchanges(PenHandle *pen, std::uint64_t count)
+void exchanges(PenHandle *pen, const Settings &settings)
 {
-    measure([&] {
+    const std::uint64_t count = settings.number("exchanges", 1);
+    measure(settings, [&] {
         for (std::uint64_t i = 0; i < count; ++i) {
             std::uint16_t value = 0;
             require(zelGetAutoPowerOff(pen, &value), "zelGetAutoPowerOff");
@@ -98,10 +99,11 @@ void exchanges(PenHandle *pen, std::uint64_t count)
     });
 }
 
-void largeExchanges(PenHandle *pen, std::uint64_t count)
+void largeExchanges(PenHandle *pen, const Settings &settings)
 {
+    const std::uint64_t count = settings.number("exchanges", 1);
     const std::vector<std::uint8_t> certificate(6000, 'c');
-    measure([&] {
+    measure(settings, [&] {
         for (std::uint64_t i = 0; i < count; ++i)
             require(zelInstallCertificate(pen, certificate.data(), 6000), "zelInstallCertificate");
     });
@@ -128,27 +130,33 @@ private:
     std::uint32_t m_length = 0;
 };
 
-void retrieve(PenHandle *pen, const Pens &pens)
+void retrieve(PenHandle *pen, const Pens &pens, const Settings &settings)
 {
+    for (std::uint64_t before = settings.number("before", 0); before > 0; --before) {
+        PageData data(pens);
+        require(zelGetAllPages(pen, nullptr, data.bytes(), data.length()), "zelGetAllPages");
+    }
     PageData data(pens);
-    measure([&] { require(zelGetAllPages(pen, nullptr, data.bytes(), data.length()), "zelGetAllPages"); });
+    measure(settings,
+            [&] { require(zelGetAllPages(pen, nullptr, data.bytes(), data.length()), "zelGetAllPages"); });
 }
 
 /** Selects every page, by its own address or by a longer one that holds it. */
-void select(PenHandle *pen, const Pens &pens, const std::string &prefix)
+void select(PenHandle *pen, const Pens &pens, const Settings &settings, const std::string &prefix)
 {
     std::string addresses;
     for (std::uint32_t i = 0; i < pens.pages; ++i)
         addresses += prefix + pageAddressText(i) + ';';
     PageData data(pens);
-    measure([&] {
+    measure(settings, [&] {
         require(zelGetPages(pen, addresses.c_str(), nullptr, data.bytes(), data.length()), "zelGetPages");
     });
 }
 
-void list(PenHandle *pen, std::uint64_t count)
+void list(PenHandle *pen, const Settings &settings)
 {
-    measure([&] {
+    const std::uint64_t count = settings.number("exchanges", 1);
+    measure(settings, [&] {
         for (std::uint64_t i = 0; i < count; ++i) {
             char *text = nullptr;
             std::uint32_t total = 0;
@@ -159,8 +167,9 @@ void list(PenHandle *pen, std::uint64_t count)
 }
 
 /** Heap that a connected pen holds while nothing is asked of it. */
-void idle(Arrivals &arrivals, std::uint64_t count)
+void idle(Arrivals &arrivals, const Settings &settings)
 {
+    const std::uint64_t count = settings.number("exchanges", 1);
     DiscoveryHandle *const record = arrivals.await();
     std::vector<PenHandle *> pens(count, nullptr);
     const std::size_t before = mallinfo2().uordblks;
@@ -178,25 +187,25 @@ void exitFromState(Arrivals &arrivals, const Settings &settings)
     arrivals.setPause(static_cast<std::uint32_t>(settings.number("callback", 0)));
     initialize(arrivals);
     usleep(static_cast<std::uint32_t>(settings.number("wait", 100'000)));
-    measure([] { require(zelExit(), "zelExit"); });
+    measure(settings, [] { require(zelExit(), "zelExit"); });
 }
 
-void withPen(Arrivals &arrivals, const std::string &work, const Pens &pens, std::uint64_t count)
+void withPen(Arrivals &arrivals, const std::string &work, const Pens &pens, const Settings &settings)
 {
     PenHandle *pen = nullptr;
     require(zelConnectPen(arrivals.await(), &pen), "zelConnectPen");
     if (work == "exchanges")
-        exchanges(pen, count);
+        exchanges(pen, settings);
     else if (work == "large-exchanges")
-        largeExchanges(pen, count);
+        largeExchanges(pen, settings);
     else if (work == "retrieve")
-        retrieve(pen, pens);
+        retrieve(pen, pens, settings);
     else if (work == "select")
-        select(pen, pens, "");
+        select(pen, pens, settings, "");
     else if (work == "select-longer")
-        select(pen, pens, "1");
+        select(pen, pens, settings, "1");
     else if (work == "list")
-        list(pen, count);
+        list(pen, settings);
     else
         fail("host: no such work: " + work);
     require(zelDisconnectPen(&pen), "zelDisconnectPen");
@@ -206,22 +215,21 @@ void run(const Settings &settings)
 {
     const Pens pens = Pens::from(settings);
     const std::string work = settings.text("work", "");
-    const std::uint64_t count = settings.number("exchanges", 1);
     Arrivals arrivals;
     if (work == "exit")
         return exitFromState(arrivals, settings);
     if (work == "enumerate" || work == "arrival") {
         arrivals.expect(work == "enumerate" ? pens.count : 1);
-        measure([&] {
+        measure(settings, [&] {
             initialize(arrivals);
             arrivals.await();
         });
     } else {
         initialize(arrivals);
         if (work == "idle")
-            idle(arrivals, count);
+            idle(arrivals, settings);
         else
-            withPen(arrivals, work, pens, count);
+            withPen(arrivals, work, pens, settings);
     }
     require(zelExit(), "zelExit");
 }

@@ -4,6 +4,14 @@ namespace zel::bench {
 
 namespace {
 
+std::vector<double> ratios(const std::vector<double> &ours, const std::vector<double> &baseline)
+{
+    std::vector<double> each;
+    for (std::size_t i = 0; i < ours.size(); ++i)
+        each.push_back(ours[i] / baseline[i]);
+    return each;
+}
+
 Words joined(Words words, const Words &more)
 {
     words.insert(words.end(), more.begin(), more.end());
@@ -21,7 +29,8 @@ Server::Server(const Bench &bench, const Pens &pens, const std::string &rendezvo
 
 Words Server::words() const
 {
-    return joined({"port=" + std::to_string(m_port)}, m_pens.words());
+    return joined({"port=" + std::to_string(m_port), "server=" + std::to_string(m_program.process())},
+                  m_pens.words());
 }
 
 Words clientCommand(const Bench &bench, Side side, const std::string &work, const Server &server,
@@ -39,14 +48,13 @@ Figures runClient(const Bench &bench, Side side, const std::string &work, const 
 
 Row Paired::row(const std::string &what, std::optional<double> target, double perItem) const
 {
-    std::vector<double> ratios;
-    for (std::size_t i = 0; i < ours.size(); ++i)
-        ratios.push_back(ours[i] / baseline[i]);
     Row row;
     row.what = what;
     row.ours = spreadOf(ours).median / perItem;
     row.baseline = spreadOf(baseline).median / perItem;
-    row.ratio = spreadOf(ratios);
+    row.ratio = spreadOf(ratios(ours, baseline));
+    if (!oursProcessor.empty())
+        row.processorRatio = spreadOf(ratios(oursProcessor, baselineProcessor)).median;
     row.target = target;
     return row;
 }
@@ -56,10 +64,14 @@ Paired measurePaired(const Bench &bench, const Server &server, const std::string
 {
     Paired paired;
     const auto ours = [&] {
-        paired.ours.push_back(runClient(bench, Side::Host, hostWork, server, more)["seconds"]);
+        const Figures figures = runClient(bench, Side::Host, hostWork, server, more);
+        paired.ours.push_back(figures.at("seconds"));
+        paired.oursProcessor.push_back(figures.at("processor_seconds"));
     };
     const auto theirs = [&] {
-        paired.baseline.push_back(runClient(bench, Side::Bare, bareWork, server, more)["seconds"]);
+        const Figures figures = runClient(bench, Side::Bare, bareWork, server, more);
+        paired.baseline.push_back(figures.at("seconds"));
+        paired.baselineProcessor.push_back(figures.at("processor_seconds"));
     };
     for (int round = 0; round < bench.rounds(); ++round) {
         if (round % 2 == 0) {

@@ -52,6 +52,9 @@ Figures runClient(const Bench &bench, Side side, const std::string &work, const 
 struct Paired {
     std::vector<double> ours;
     std::vector<double> baseline;
+    /** Processor time of client and server together; empty where there is no server. */
+    std::vector<double> oursProcessor = {};
+    std::vector<double> baselineProcessor = {};
 
     Row row(const std::string &what, std::optional<double> target, double perItem = 1) const;
 };

@@ -32,6 +32,7 @@ public:
     BackgroundProgram &operator=(const BackgroundProgram &) = delete;
 
     std::string readLine();
+    pid_t process() const { return m_process; }
 
 private:
     pid_t m_process = -1;

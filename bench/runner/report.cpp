@@ -81,10 +81,10 @@ std::string verdict(const Row &row)
 }
 
 void print(std::string_view what, std::string_view ours, std::string_view baseline, std::string_view ratio,
-           std::string_view target, std::string_view rest)
+           std::string_view processor, std::string_view target, std::string_view rest)
 {
-    fmt::print("  {:<{}} {:>10} {:>10}  {:<18} {:>7}  {}\n", what, kWhatWidth, ours, baseline, ratio, target,
-               rest);
+    fmt::print("  {:<{}} {:>10} {:>10}  {:<18} {:>6} {:>8}  {}\n", what, kWhatWidth, ours, baseline, ratio,
+               processor, target, rest);
     std::fflush(stdout);
 }
 
@@ -119,6 +119,7 @@ nlohmann::json toJson(const Row &row)
     json["ratio"] = row.ratio ? nlohmann::json(row.ratio->median) : nlohmann::json();
     if (row.ratio)
         json["spread"] = {row.ratio->low, row.ratio->high};
+    json["processor_ratio"] = number(row.processorRatio);
     json["target"] = number(row.target);
     const std::optional<bool> met = row.met();
     json["met"] = met ? nlohmann::json(*met) : nlohmann::json();
@@ -150,7 +151,7 @@ void Report::begin()
     for (const auto &[key, value] : m_machine)
         fmt::print("{}: {}\n", key, value);
     fmt::print("\n");
-    print("", "ours", "baseline", "ratio (spread)", "at most", "");
+    print("", "ours", "baseline", "ratio (spread)", "of CPU", "at most", "");
 }
 
 void Report::section(const std::string &title)
@@ -163,7 +164,8 @@ void Report::add(Row row)
 {
     const std::string state = verdict(row);
     print(row.what, figure(row.ours, row.unit), figure(row.baseline, row.unit), ratioText(row.ratio),
-          targetText(row), state + (state.empty() || row.note.empty() ? "" : "; ") + row.note);
+          row.processorRatio ? fmt::format("{:.2f}", *row.processorRatio) : "", targetText(row),
+          state + (state.empty() || row.note.empty() ? "" : "; ") + row.note);
     m_sections.back().rows.push_back(std::move(row));
 }
 

@@ -19,6 +19,8 @@ struct Row {
     std::optional<double> baseline;
     /** Ours over the baseline's. A figure that always repeats has no width. */
     std::optional<Spread> ratio;
+    /** The same of processor time, which a busy machine hardly changes. */
+    std::optional<double> processorRatio;
     /** At most this ratio or, where there is no ratio, at most this figure of ours. */
     std::optional<double> target;
     std::string note;
