@@ -49,9 +49,11 @@ void giveBackToChunk(BlockChunk *chunk) noexcept
     const std::scoped_lock lock(s_lock);
     if (--chunk->parts > 0)
         return;
+    // One chunk is kept: a block that comes and goes with each exchange must not map pages each time.
     if (chunk == s_current)
-        s_current = nullptr;
-    unmapPages(reinterpret_cast<std::uint8_t *>(chunk), kChunkSize);
+        chunk->used = sizeof(BlockChunk);
+    else
+        unmapPages(reinterpret_cast<std::uint8_t *>(chunk), kChunkSize);
 }
 
 } // namespace zel
