@@ -5,6 +5,7 @@
 #include <array>
 #include <charconv>
 #include <cstddef>
+#include <iterator>
 #include <optional>
 #include <vector>
 
@@ -19,6 +20,7 @@ struct FieldBits {
     std::int32_t to;
 
     constexpr std::uint64_t ones() const noexcept { return (std::uint64_t{1} << (to - from + 1)) - 1; }
+    constexpr std::uint64_t of(std::uint64_t raw) const noexcept { return raw >> from & ones(); }
 };
 
 constexpr std::array<FieldBits, PageAddress::kFieldCount> kFields = {
@@ -52,13 +54,6 @@ std::optional<std::int32_t> toPlainNumber(std::string_view part)
     if (part != std::string_view(digits, static_cast<std::size_t>(end - digits)))
         return std::nullopt;
     return number;
-}
-
-template <class Number>
-void appendNumber(std::string &out, Number number)
-{
-    char digits[24];
-    out.append(digits, std::to_chars(digits, digits + sizeof digits, number).ptr);
 }
 
 } // namespace
@@ -119,15 +114,19 @@ std::string PageAddress::toString() const
 
 void PageAddress::appendTo(std::string &out) const
 {
-    for (int position = getField(1) == 0 ? 2 : 1; position <= kFieldCount; ++position) {
-        const std::int64_t number = getField(position);
-        if (number < 0)
-            out += '*';
+    char text[kFieldCount * 6]; // at most five digits and a dot each
+    char *at = text;
+    for (const FieldBits &field : kFields) {
+        const std::uint64_t bits = field.of(raw());
+        if (bits == 0 && &field == &kFields.front())
+            continue; // a first field of 0 is not shown
+        if (bits == field.ones())
+            *at++ = '*';
         else
-            appendNumber(out, number);
-        if (position < kFieldCount)
-            out += '.';
+            at = std::to_chars(at, std::end(text), bits).ptr;
+        *at++ = '.';
     }
+    out.append(text, at - 1);
 }
 
 } // namespace zel

@@ -30,6 +30,18 @@ constexpr std::uint16_t kIdentifyingProperties[] = {
     property::DAS_DIFF,
 };
 
+/** "Retreived strokes (%d bytes) from page %s", composed without the formatter: there is one a page. */
+std::string retrievedText(const PenPageStrokes &page)
+{
+    std::string text;
+    text.reserve(80);
+    text += "Retreived strokes (";
+    text += std::to_string(static_cast<int>(page.byteSize()));
+    text += " bytes) from page ";
+    page.address().appendTo(text);
+    return text;
+}
+
 /** Every address of a list must select one page of the pen, and no page may be selected beside. */
 bool selectionMatches(std::size_t requested, std::size_t selected)
 {
@@ -133,8 +145,7 @@ void PageRetrieval::fetchStrokes(const PageAddress &address)
 {
     m_physicalPages.emplace_back(address,
                                  m_psp.getPageStf(address, PspClient2::kStrokeFormat, PspClient2::kNoLimit));
-    LogInfo(FormatLogText("Retreived strokes (%d bytes) from page %s",
-                          static_cast<int>(m_physicalPages.back().byteSize()), address.toString().c_str()));
+    LogInfo(retrievedText(m_physicalPages.back()));
 }
 
 void PageRetrieval::fetchStyloPages()

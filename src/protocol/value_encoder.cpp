@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <limits>
 
 namespace zel {
 
@@ -221,6 +222,13 @@ void ValueEncoder::encode(const Value &value)
 void ValueEncoder::encodeBody(const Value &value)
 {
     m_at = writeBody(room(m_at, kBodyOfNumber), value);
+}
+
+void ValueEncoder::writeTo(ProtocolOutputStream &out) const
+{
+    if (bytes().size() > std::numeric_limits<std::uint32_t>::max())
+        throw ZELException();
+    out.write(bytes().data(), static_cast<std::uint32_t>(bytes().size()));
 }
 
 } // namespace zel

@@ -1,8 +1,12 @@
 #pragma once
 
+#include "protocol/big_endian.h"
 #include "protocol/byte_block.h"
+#include "protocol/protocol_output_stream.h"
 #include "protocol/value.h"
+#include "sys/secure_wipe.h"
 
+#include <concepts>
 #include <cstddef>
 #include <cstdint>
 #include <span>
@@ -15,21 +19,29 @@ namespace zel {
  *  or an absent element anywhere in it. */
 std::size_t encodedSize(const Value &value);
 
-/** Writes values one behind the other. Raises ZELException on a value that has no wire form; what was
- *  written before it is then of no use. Short encodings, such as those of most requests, cost no
- *  allocation. One thread at a time. */
+/** Writes values, and the numbers of frames, one behind the other. Raises ZELException on a value that has no
+ * wire form; what was written before it is then of no use. Short encodings, such as those of most requests,
+ * cost no allocation; requests also carry passwords, so these are wiped. One thread at a time. */
 class ValueEncoder
 {
 public:
     ValueEncoder() noexcept : m_begin(m_short), m_at(m_short), m_end(m_short + sizeof m_short) {}
+    ~ValueEncoder() { secureWipe(m_short, sizeof m_short); }
     ValueEncoder(const ValueEncoder &) = delete;
     ValueEncoder &operator=(const ValueEncoder &) = delete;
 
     void encode(const Value &value);
+    template <std::unsigned_integral UInt>
+    void writeNumber(UInt number)
+    {
+        m_at = storeBigEndian(room(m_at, sizeof number), number);
+    }
     /** Without the type code. */
     void encodeBody(const Value &value);
 
     std::span<const std::uint8_t> bytes() const noexcept { return {m_begin, m_at}; }
+    /** In one write. Raises ZELException on more than any frame can hold, and as the stream does. */
+    void writeTo(ProtocolOutputStream &out) const;
 
 private:
     static constexpr std::size_t kShortEncoding = 512;

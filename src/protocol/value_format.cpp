@@ -7,20 +7,11 @@
 #include "sys/log.h"
 
 #include <algorithm>
-#include <limits>
 #include <span>
 
 namespace zel {
 
 namespace {
-
-void write(ProtocolOutputStream &out, const ValueEncoder &encoder)
-{
-    const std::span<const std::uint8_t> bytes = encoder.bytes();
-    if (bytes.size() > std::numeric_limits<std::uint32_t>::max())
-        throw ZELException();
-    out.write(bytes.data(), static_cast<std::uint32_t>(bytes.size()));
-}
 
 std::span<const std::uint8_t> memory(const std::uint8_t *data, std::int32_t length) noexcept
 {
@@ -70,7 +61,7 @@ void ValueFormatV1_0::encode(ProtocolOutputStream &out, const Value &value)
 {
     ValueEncoder encoder;
     encoder.encode(value);
-    write(out, encoder);
+    encoder.writeTo(out);
 }
 
 bool ValueFormatV1_0::decodeAndCountBytes(const std::uint8_t *data, std::int32_t length,
@@ -103,7 +94,7 @@ void ValueFormatV1_0::encodeBody(ProtocolOutputStream &out, const Value &value)
 {
     ValueEncoder encoder;
     encoder.encodeBody(value);
-    write(out, encoder);
+    encoder.writeTo(out);
 }
 
 std::unique_ptr<Value> ValueFormatV1_0::decodeValueArray(ProtocolInputStream &in, std::uint16_t count)

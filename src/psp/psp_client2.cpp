@@ -26,13 +26,13 @@ std::unique_ptr<Value> binary(std::span<const std::uint8_t> bytes)
 std::unique_ptr<Value> PspClient2::getValueProperty(std::uint16_t id)
 {
     // The log shows the id as a signed number; the request carries it unsigned.
-    LogDebug(FormatLogText("[PspClient2::getValueProperty] %d", static_cast<std::int16_t>(id)));
+    LogDebug("[PspClient2::getValueProperty] " + std::to_string(static_cast<std::int16_t>(id)));
     return execute(instruction("R1GP"), Value::createShort(id));
 }
 
 std::unique_ptr<Value> PspClient2::setValueProperty(std::uint16_t id, const Value &value)
 {
-    LogDebug(FormatLogText("[PspClient2::setValueProperty] %d", static_cast<std::int16_t>(id)));
+    LogDebug("[PspClient2::setValueProperty] " + std::to_string(static_cast<std::int16_t>(id)));
     return execute(instruction("R1SP"), Value::createShort(id), value.copy());
 }
 
@@ -50,7 +50,9 @@ std::unique_ptr<Value> PspClient2::beginSyncSession()
 std::unique_ptr<Value> PspClient2::getPageStf(const PageAddress &page, std::uint64_t format,
                                               std::uint64_t limit)
 {
-    std::string text("[PspClient2::getPageStf] PageAddress: ");
+    std::string text;
+    text.reserve(64); // one allocation: it is composed for every page
+    text += "[PspClient2::getPageStf] PageAddress: ";
     page.appendTo(text);
     LogDebug(text);
     return execute(instruction("U0PG"), Value::createLong(page.raw()), Value::createLong(format),

@@ -2,6 +2,7 @@
 
 #include "net/socket_stream.h"
 #include "protocol/psp_instruction.h"
+#include "protocol/value_encoder.h"
 #include "protocol/value_format.h"
 #include "sys/exceptions.h"
 #include "sys/log.h"
@@ -12,14 +13,32 @@ namespace zel {
 
 namespace {
 
+// Most answers' log texts are no longer.
+constexpr std::size_t kUsualLogText = 256;
+
 constexpr std::int32_t kUnknownInstruction = -9001;
 constexpr std::int32_t kConnectionLost = -9002;
 constexpr std::int32_t kPenLocked = -9003;
 constexpr std::int32_t kSetPropertyRefused = -4013;
 
+void encodeRequest(ValueEncoder &out, const PspInstruction &instruction)
+{
+    const ArgumentMap &arguments = instruction.getArguments();
+    out.writeNumber(instruction.getCode());
+    out.writeNumber(static_cast<std::uint8_t>(arguments.size()));
+    for (const auto &[key, value] : arguments) {
+        if (value == nullptr) // counted all the same
+            continue;
+        out.writeNumber(static_cast<std::uint8_t>(key));
+        out.encode(*value);
+    }
+}
+
 void logResponse(const Value *response)
 {
-    std::string text("Received and parsed value:\n");
+    std::string text;
+    text.reserve(kUsualLogText);
+    text += "Received and parsed value:\n";
     if (response != nullptr)
         response->appendTo(text);
     else
@@ -157,17 +176,10 @@ std::unique_ptr<Value> PspClientBase::exchange(std::uint32_t instructionCode,
 void PspClientBase::sendRequest(const PspInstruction &instruction)
 {
     try {
+        ValueEncoder frame;
+        encodeRequest(frame, instruction);
         ProtocolOutputStream out(*m_stream);
-        ValueFormatV1_0 codec;
-        const ArgumentMap &arguments = instruction.getArguments();
-        out.writeInt(instruction.getCode());
-        out.writeByte(static_cast<std::uint8_t>(arguments.size()));
-        for (const auto &[key, value] : arguments) {
-            if (value == nullptr) // counted all the same
-                continue;
-            out.writeByte(static_cast<std::uint8_t>(key));
-            codec.encode(out, *value);
-        }
+        frame.writeTo(out);
         m_stream->flush();
     } catch (const ZELException &failure) {
         failStream();
