@@ -7,8 +7,6 @@ void askEnumeration(const Bench &bench, Report &report)
     const Server server(bench, {.count = 500});
     report.add(measurePaired(bench, server, "enumerate", "enumerate")
                    .row("zelInitialize to the 500th arrival", 1.20));
-    report.add(measurePaired(bench, server, "arrival", "arrival")
-                   .row("zelInitialize to the first arrival of 500", std::nullopt));
 }
 
 } // namespace zel::bench

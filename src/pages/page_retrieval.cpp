@@ -5,6 +5,7 @@
 #include "psp/property_ids.h"
 #include "sys/exceptions.h"
 #include "sys/log.h"
+#include "sys/pages.h"
 
 #include <limits>
 #include <utility>
@@ -12,6 +13,10 @@
 namespace zel {
 
 namespace {
+
+// Writing to new memory costs more than copying the strokes there. From this size on the one large page
+// that the hint may cost is a small part of the block.
+constexpr std::size_t kLargeBlock = 32 << 20;
 
 constexpr std::uint16_t kMmiRetrieving = 1;
 constexpr std::uint16_t kMmiSucceeded = 2;
@@ -182,6 +187,8 @@ PageData PageRetrieval::pack()
     if (size > std::numeric_limits<std::uint32_t>::max())
         throw ZELException("page data beyond 4 GiB");
     PageData data{std::make_unique_for_overwrite<std::uint8_t[]>(size), static_cast<std::uint32_t>(size)};
+    if (size >= kLargeBlock)
+        preferLargePages(data.block.get(), size);
     request.encodeTo({data.block.get(), size});
     return data;
 }

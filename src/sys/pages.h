@@ -15,4 +15,8 @@ std::uint8_t *mapPages(std::size_t size);
 std::uint8_t *remapPages(std::uint8_t *pages, std::size_t size, std::size_t newSize);
 void unmapPages(std::uint8_t *pages, std::size_t size) noexcept;
 
+/** A hint, for memory of any kind that is about to be filled: the system may back it with large pages.
+ *  Up to one large page more than is in use may then be held. */
+void preferLargePages(std::uint8_t *memory, std::size_t size) noexcept;
+
 } // namespace zel

@@ -1,6 +1,7 @@
 #include "sys/pages.h"
 
 #include <sys/mman.h>
+#include <unistd.h>
 
 #include <new>
 
@@ -30,6 +31,14 @@ std::uint8_t *remapPages(std::uint8_t *pages, std::size_t size, std::size_t newS
 void unmapPages(std::uint8_t *pages, std::size_t size) noexcept
 {
     munmap(pages, size);
+}
+
+void preferLargePages(std::uint8_t *memory, std::size_t size) noexcept
+{
+    const auto page = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
+    const std::size_t before = (page - reinterpret_cast<std::uintptr_t>(memory) % page) % page;
+    if (size > before + page)
+        madvise(memory + before, (size - before) / page * page, MADV_HUGEPAGE);
 }
 
 } // namespace zel

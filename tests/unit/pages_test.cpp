@@ -36,4 +36,14 @@ TEST(Pages, KeepWhatFitsWhenTheyShrink)
     zel::unmapPages(pages, kSmall);
 }
 
+TEST(Pages, TheHintForLargePagesChangesNoContents)
+{
+    std::uint8_t *const pages = zel::mapPages(kLarge);
+    std::fill(pages, pages + kLarge, std::uint8_t{0xA5});
+    zel::preferLargePages(pages + 3, kLarge - 7);
+    zel::preferLargePages(pages + 3, 1);
+    EXPECT_TRUE(std::all_of(pages, pages + kLarge, [](std::uint8_t byte) { return byte == 0xA5; }));
+    zel::unmapPages(pages, kLarge);
+}
+
 } // namespace
