@@ -20,6 +20,7 @@ public:
     void close(Ending ending);
 
 private:
+    void end(Ending ending);
     void read();
     void received(std::size_t count);
     void hostGone();
@@ -34,9 +35,11 @@ private:
     asio::steady_timer m_timer;
     std::uint64_t m_number;
     bool m_open = true;
-    bool m_deaf = false;    // never answers
-    bool m_busy = false;    // with an answer
-    bool m_sending = false; // part of m_busy
+    bool m_reading = false;
+    Ending m_ending = Ending::none; // once it is not open
+    bool m_deaf = false;            // never answers
+    bool m_busy = false;            // with an answer
+    bool m_sending = false;         // part of m_busy
     Bytes m_chunk = Bytes(65536);
     Bytes m_input;
     std::size_t m_wanted = 1; // input bytes without which no request can be complete
@@ -61,16 +64,30 @@ void PspSession::close(Ending ending)
     const auto self = shared_from_this();
     m_server->m_sessions.erase(self);
     m_server->m_handler.disconnected(m_number); // before the host can know
-    closeSocket(m_socket, ending);
+    end(ending);
+}
+
+// A socket that is closed under a pending read may end in order where a reset is wanted: there the read,
+// called off, closes it.
+void PspSession::end(Ending ending)
+{
+    m_ending = ending;
+    asio::error_code ignored;
+    if (m_reading && ending == Ending::reset)
+        m_socket.cancel(ignored);
+    else
+        closeSocket(m_socket, ending);
 }
 
 void PspSession::read()
 {
+    m_reading = true;
     m_socket.async_read_some(asio::buffer(m_chunk),
                              [self = shared_from_this()](asio::error_code error, std::size_t count) {
+                                 self->m_reading = false;
                                  if (!self->m_open)
-                                     return;
-                                 if (error)
+                                     closeSocket(self->m_socket, self->m_ending);
+                                 else if (error)
                                      self->hostGone();
                                  else
                                      self->received(count);

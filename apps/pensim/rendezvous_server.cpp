@@ -39,6 +39,7 @@ public:
     void close(Ending ending);
 
 private:
+    void end(Ending ending);
     void read();
     void received(std::string_view bytes);
     void handle(const std::string &message);
@@ -54,6 +55,8 @@ private:
     std::uint64_t m_number;
     Subscription m_subscription = Subscription::none;
     bool m_open = true;
+    bool m_reading = false;
+    Ending m_ending = Ending::none; // once it is not open
     bool m_deaf = false;
     std::array<char, 1024> m_chunk{};
     std::string m_message;
@@ -78,22 +81,33 @@ void RendezvousSession::close(Ending ending)
     const auto self = shared_from_this();
     m_server->m_sessions.erase(self);
     m_server->m_handler.subscriptionsChanged(); // before the client can know
-    closeSocket(m_socket, ending);
+    end(ending);
+}
+
+// A socket that is closed under a pending read may end in order where a reset is wanted: there the read,
+// called off, closes it.
+void RendezvousSession::end(Ending ending)
+{
+    m_ending = ending;
+    asio::error_code ignored;
+    if (m_reading && ending == Ending::reset)
+        m_socket.cancel(ignored);
+    else
+        closeSocket(m_socket, ending);
 }
 
 void RendezvousSession::read()
 {
+    m_reading = true;
     m_socket.async_read_some(asio::buffer(m_chunk),
                              [self = shared_from_this()](asio::error_code error, std::size_t count) {
+                                 self->m_reading = false;
                                  if (!self->m_open)
-                                     return;
-                                 if (error) {
+                                     closeSocket(self->m_socket, self->m_ending);
+                                 else if (error)
                                      self->close(Ending::close);
-                                     return;
-                                 }
-                                 self->received({self->m_chunk.data(), count});
-                                 if (self->m_open)
-                                     self->read();
+                                 else
+                                     self->received({self->m_chunk.data(), count});
                              });
 }
 
@@ -109,6 +123,7 @@ void RendezvousSession::received(std::string_view bytes)
         if (m_message.size() > kLongestMessage)
             return close(Ending::close);
     }
+    read();
 }
 
 void RendezvousSession::handle(const std::string &message)
