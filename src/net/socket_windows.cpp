@@ -29,6 +29,11 @@ int clamped(std::size_t length) noexcept
     return static_cast<int>(std::min<std::size_t>(length, INT_MAX));
 }
 
+int connectOnce(SocketHandle socket, const sockaddr_in &address) noexcept
+{
+    return ::connect(native(socket), reinterpret_cast<const sockaddr *>(&address), sizeof address);
+}
+
 } // namespace
 
 void startUp()
@@ -62,7 +67,11 @@ int connect(SocketHandle socket, const Endpoint &endpoint) noexcept
     address.sin_family = AF_INET;
     address.sin_port = endpoint.port;
     address.sin_addr.s_addr = endpoint.address;
-    return ::connect(native(socket), reinterpret_cast<const sockaddr *>(&address), sizeof address);
+    int result = connectOnce(socket, address);
+    // On top of other systems' sockets one whose last attempt was refused may owe that attempt's error first.
+    if (result != 0 && WSAGetLastError() == WSAECONNABORTED)
+        result = connectOnce(socket, address);
+    return result;
 }
 
 void setNoDelay(SocketHandle socket) noexcept

@@ -160,6 +160,15 @@ void sendAll(const OwnedSocket &socket, std::string_view bytes)
     }
 }
 
+bool showsResets()
+{
+#ifdef _WIN32
+    return GetProcAddress(GetModuleHandleA("ntdll.dll"), "wine_get_version") == nullptr;
+#else
+    return true;
+#endif
+}
+
 void reset(OwnedSocket socket)
 {
     const linger abrupt{1, 0};

@@ -49,6 +49,9 @@ std::string receiveAll(const OwnedSocket &socket);
 /** As many bytes as asked for, fewer when the connection ends before. */
 std::string receiveExactly(const OwnedSocket &socket, std::size_t count);
 void sendAll(const OwnedSocket &socket, std::string_view bytes);
+/** Whether a reset is always seen as one. Wine's server process may take the error for itself; the
+ *  receive that follows then reads an orderly end. */
+bool showsResets();
 /** Ends the connection with a reset instead of an orderly close. */
 void reset(OwnedSocket socket);
 

@@ -145,6 +145,8 @@ TEST(RendezvousClient, ServerThatClosesWhileListingGivesWhatWasGathered)
 
 TEST(RendezvousClient, ResetWhileListingRaises)
 {
+    if (!loopback::showsResets())
+        GTEST_SKIP() << "the system may show a reset as an orderly end";
     RendezvousServer server([](const loopback::OwnedSocket &client) {
         loopback::receiveExactly(client, 27);
         loopback::reset(loopback::OwnedSocket(const_cast<loopback::OwnedSocket &>(client).release()));

@@ -1,5 +1,7 @@
 #include "support/scripted_pen.h"
 
+#include "support/loopback.h"
+
 #include <asio.hpp>
 
 #include <gtest/gtest.h>
@@ -72,6 +74,8 @@ TEST(ScriptedPen, CutAnswerEndsTheConnection)
 
 TEST(ScriptedPen, ResetIsSeenAsOne)
 {
+    if (!loopback::showsResets())
+        GTEST_SKIP() << "the system may show a reset as an orderly end";
     ScriptedPen pen;
     pen.then(cut({}, 0, Answer::Then::Reset));
     Client client(pen);

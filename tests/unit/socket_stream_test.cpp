@@ -175,6 +175,8 @@ TEST(SocketStream, OrderlyCloseOfPeerIsEndOfFileWithoutException)
 
 TEST(SocketStream, FailedReceivePassesTheBuffersExceptionOut)
 {
+    if (!loopback::showsResets())
+        GTEST_SKIP() << "the system may show a reset as an orderly end";
     auto [client, server] = loopback::connectedPair();
     loopback::reset(std::move(server));
     SocketStream stream(client.get());

@@ -115,6 +115,8 @@ TEST(Socket, OrderlyCloseOfPeerReadsAsZero)
 
 TEST(Socket, ResetOfPeerReadsAsConnectionReset)
 {
+    if (!loopback::showsResets())
+        GTEST_SKIP() << "the system may show a reset as an orderly end";
     auto [client, server] = loopback::connectedPair();
     loopback::reset(std::move(server));
     char byte = 0;
@@ -135,13 +137,12 @@ TEST(Socket, SendToPeerThatWentAwayFailsWithoutASignal)
 {
     auto [client, server] = loopback::connectedPair();
     server.reset();
-    int sent = 0;
-    for (int i = 0; i < 1000 && sent >= 0; ++i) {
-        sent = net::send(client.get(), "x", 1);
+    int error = 0;
+    for (int i = 0; i < 1000 && error == 0; ++i) {
+        if (net::send(client.get(), "x", 1) == net::kSocketError)
+            error = net::lastError();
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
     }
-    EXPECT_EQ(sent, net::kSocketError);
-    const int error = net::lastError();
     EXPECT_TRUE(error == net::kErrorConnectionReset || error == net::kErrorConnectionAborted) << error;
 }
 
