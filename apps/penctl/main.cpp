@@ -42,6 +42,7 @@ void addCommands(CLI::App &program)
     addFetch(program);
     addRm(program);
     addShow(program);
+    addDfu(program);
 }
 
 /** CLI11 prints help and complaints itself; of its own exit codes only "all is well" is kept. */
