@@ -7,8 +7,7 @@
 
 #include <gtest/gtest.h>
 
-namespace
-{
+namespace {
 
 constexpr std::uint64_t kPenId = 0x0000012300ABCDEF;
 

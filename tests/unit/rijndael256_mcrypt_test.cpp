@@ -10,8 +10,7 @@
 #include <random>
 #include <stdexcept>
 
-namespace
-{
+namespace {
 
 using Block = std::array<std::uint8_t, 32>;
 

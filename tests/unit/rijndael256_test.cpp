@@ -5,8 +5,7 @@
 
 #include <gtest/gtest.h>
 
-namespace
-{
+namespace {
 
 using Block = std::array<std::uint8_t, 32>;
 

@@ -4,8 +4,7 @@
 #include <gtest/gtest.h>
 #include <new>
 
-namespace
-{
+namespace {
 
 /** Memory to build an object in, and to look at when the object is gone. */
 struct Room {
