@@ -10,7 +10,8 @@ struct Growth {
     std::vector<std::vector<double>> baseline;
 };
 
-/** The sizes take turns, so that no stretch of a busy machine falls on one of them. */
+/** Processor time of both sides: an exponent shows a few hundredths, which a moment's load would hide.
+ *  The sizes take turns, so that no stretch of a busy machine falls on one of them. */
 Growth measureGrowth(const Bench &bench, const std::string &hostWork)
 {
     Growth growth{{5'000, 10'000, 20'000, 40'000}, {}, {}};
@@ -20,8 +21,9 @@ Growth measureGrowth(const Bench &bench, const std::string &hostWork)
         for (std::size_t i = 0; i < growth.sizes.size(); ++i) {
             const Pens pens{.pages = static_cast<std::uint32_t>(growth.sizes[i]), .pageSize = 200};
             const Server server(bench, pens);
-            growth.ours[i].push_back(runClient(bench, Side::Host, hostWork, server)["seconds"]);
-            growth.baseline[i].push_back(runClient(bench, Side::Bare, "retrieve", server)["seconds"]);
+            growth.ours[i].push_back(runClient(bench, Side::Host, hostWork, server)["processor_seconds"]);
+            growth.baseline[i].push_back(
+                runClient(bench, Side::Bare, "retrieve", server)["processor_seconds"]);
         }
     }
     return growth;
@@ -35,7 +37,8 @@ double exponent(const std::vector<double> &sizes, const std::vector<std::vector<
     return growthExponent(sizes, medians);
 }
 
-void addExponent(const Bench &bench, Report &report, const std::string &what, const std::string &hostWork)
+void addExponent(const Bench &bench, Report &report, const std::string &what, const std::string &hostWork,
+                 double target)
 {
     const Growth growth = measureGrowth(bench, hostWork);
     Row row;
@@ -43,7 +46,7 @@ void addExponent(const Bench &bench, Report &report, const std::string &what, co
     row.unit = Unit::Number;
     row.ours = exponent(growth.sizes, growth.ours);
     row.baseline = exponent(growth.sizes, growth.baseline);
-    row.target = 1.05;
+    row.target = target;
     report.add(row);
 }
 
@@ -51,9 +54,9 @@ void addExponent(const Bench &bench, Report &report, const std::string &what, co
 
 void askGrowth(const Bench &bench, Report &report)
 {
-    addExponent(bench, report, "retrieve all: exponent", "retrieve");
-    addExponent(bench, report, "select all, each named: exponent", "select");
-    addExponent(bench, report, "select all, each within a longer address: exponent", "select-longer");
+    addExponent(bench, report, "retrieve all: exponent", "retrieve", 1.05);
+    addExponent(bench, report, "select all, each named: exponent", "select", 1.05);
+    addExponent(bench, report, "select all, each within a longer address: exponent", "select-longer", 1.10);
 }
 
 } // namespace zel::bench

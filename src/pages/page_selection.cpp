@@ -53,6 +53,7 @@ std::size_t requestedPageCount(std::string_view list) noexcept
 std::vector<bool> occurrences(std::string_view list, const std::vector<std::string> &texts)
 {
     TextSet tokens;
+    tokens.reserve(texts.size());
     forEachToken(list, [&](std::string_view token) { tokens.insert(token); });
 
     TextSet wanted;

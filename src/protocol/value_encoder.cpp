@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <cstring>
 #include <limits>
+#include <utility>
 
 namespace zel {
 
@@ -96,12 +97,9 @@ std::uint8_t *ValueEncoder::grow(std::uint8_t *at, std::size_t count)
 {
     const auto written = static_cast<std::size_t>(at - m_begin);
     const std::size_t capacity = std::max(2 * static_cast<std::size_t>(m_end - m_begin), written + count);
-    if (m_onHeap) {
-        resizeBlock(m_onHeap, capacity);
-    } else {
-        m_onHeap = allocateBlock(capacity);
-        std::memcpy(m_onHeap.get(), m_begin, written);
-    }
+    auto grown = std::make_unique_for_overwrite<std::uint8_t[]>(capacity);
+    std::memcpy(grown.get(), m_begin, written);
+    m_onHeap = std::move(grown);
     m_begin = m_onHeap.get();
     m_end = m_begin + capacity;
     return m_begin + written;

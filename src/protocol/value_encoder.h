@@ -1,7 +1,6 @@
 #pragma once
 
 #include "protocol/big_endian.h"
-#include "protocol/byte_block.h"
 #include "protocol/protocol_output_stream.h"
 #include "protocol/value.h"
 #include "sys/secure_wipe.h"
@@ -9,6 +8,7 @@
 #include <concepts>
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <span>
 #include <string_view>
 
@@ -67,7 +67,7 @@ private:
     std::uint8_t *m_begin;
     std::uint8_t *m_at;
     std::uint8_t *m_end;
-    ByteBlock m_onHeap;
+    std::unique_ptr<std::uint8_t[]> m_onHeap;
     std::uint8_t m_short[kShortEncoding];
 };
 
