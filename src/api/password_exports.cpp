@@ -1,0 +1,93 @@
+#include "api/call_frame.h"
+#include "api/copy_out.h"
+#include "protocol/value_convert.h"
+#include "security/password_hash.h"
+#include "session/pen_handle.h"
+#include "sys/log.h"
+#include "sys/secure_wipe.h"
+
+#include <cstring>
+
+using namespace zel;
+
+namespace {
+
+constexpr std::size_t kLongestNewPassword = 31;
+constexpr std::size_t kLongestHint = 255;
+
+/** Whether a pen can take the password; one that is too short or too long is logged. */
+bool isNewPassword(const char *password)
+{
+    const std::size_t length = std::strlen(password);
+    if (length >= 1 && length <= kLongestNewPassword)
+        return true;
+    LogError(FormatLogText("[zelSetPasswordData] failed. Password length is either too short or too long. "
+                           "Password length: %d",
+                           static_cast<int>(length)));
+    return false;
+}
+
+bool isHint(const char *hint)
+{
+    const std::size_t length = std::strlen(hint);
+    if (length <= kLongestHint)
+        return true;
+    LogError(
+        FormatLogText("[ComPen::SetPasswordHint] failed. Password hint length is either too short or too "
+                      "long. Password text length: %d",
+                      static_cast<int>(length)));
+    return false;
+}
+
+std::uint32_t store(PspClient2 &psp, const PasswordDigest &current, const std::string &newPassword,
+                    const std::string &hint)
+{
+    const auto answer = psp.setPassword(current, newPassword);
+    // The answer is looked at last: a pen that refuses the password gets the hint all the same.
+    psp.setPasswordHint(hint);
+    return toNumber<std::uint64_t>(answer.get()) == 1 ? ZEL_OK : ZEL_ERR_INVALID_ARGUMENT;
+}
+
+} // namespace
+
+uint32_t zelUnlockPen(PenHandle *pen, const char *password)
+{
+    // Its texts spell the name in their own way, and a pen that says it is locked is unexpected here.
+    static constexpr CallFrame frame{.logName = "zelUnLockPen", .catches = Catches::Connection};
+    return frame.run(pen, {required(password)}, [&] {
+        LogDebug("[zelUnLockPen] - hashPassword");
+        const PasswordDigest digest = hashPassword(password, pen->penId);
+        LogDebug("[zelUnLockPen] - unlock");
+        const auto answer = pen->psp().unlock(digest);
+        return toNumber<std::uint64_t>(answer.get()) != 0 ? ZEL_OK : ZEL_ERR_INVALID_ARGUMENT;
+    });
+}
+
+uint32_t zelSetPasswordData(PenHandle *pen, const char *current, const char *newPassword, const char *hint)
+{
+    static constexpr CallFrame frame{.logName = "zelSetPasswordData"};
+    return frame.run(pen, {required(current)}, [&] {
+        const PasswordDigest digest = hashPassword(current, pen->penId);
+        if (newPassword == nullptr || hint == nullptr || !isNewPassword(newPassword) || !isHint(hint))
+            return ZEL_ERR_INVALID_ARGUMENT;
+        const WipedText password(newPassword);
+        return store(pen->psp(), digest, password.get(), hint);
+    });
+}
+
+uint32_t zelRemovePasswordData(PenHandle *pen, const char *current)
+{
+    static constexpr CallFrame frame{.logName = "zelRemovePasswordData"};
+    return frame.run(pen, {required(current)},
+                     [&] { return store(pen->psp(), hashPassword(current, pen->penId), "", ""); });
+}
+
+uint32_t zelGetPasswordHint(PenHandle *pen, char **hint)
+{
+    static constexpr CallFrame frame{.logName = "zelGetPasswordHint"};
+    return frame.run(pen, {cleared(hint)}, [&] {
+        const auto answer = pen->psp().getPasswordHint();
+        CopyOutString(toText(answer.get()), hint);
+        return ZEL_OK;
+    });
+}

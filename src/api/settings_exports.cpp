@@ -1,0 +1,250 @@
+#include "api/call_frame.h"
+#include "api/copy_out.h"
+#include "api/element_at.h"
+#include "protocol/value_convert.h"
+#include "psp/property_ids.h"
+#include "session/pen_handle.h"
+#include "sys/exceptions.h"
+#include "sys/log.h"
+
+#include <algorithm>
+#include <cstring>
+
+using namespace zel;
+
+namespace {
+
+constexpr std::int16_t kWakeUpSoftware = 0x0502;
+
+// Pairs of exports that read and write one property, and differ in nothing but what stands here.
+
+struct FlagSetting {
+    CallFrame set;
+    CallFrame get;
+    std::uint16_t property;
+    const char *what; // in log texts
+};
+
+constexpr FlagSetting kBluetoothEnabled{
+    {.logName = "zelSetBtEnabled"}, {.logName = "zelGetBtEnabled"}, property::BT_ENABLED, "BT enabled"};
+constexpr FlagSetting kBluetoothDiscoverable{{.logName = "zelSetBtDiscoverableAllowed"},
+                                             {.logName = "zelGetBtDiscoverableAllowed"},
+                                             property::DISCOVERABLE_ALLOWED,
+                                             "discoverable allowed"};
+
+struct NumberSetting {
+    CallFrame set;
+    CallFrame get;
+    std::uint16_t property;
+    ValueType type;
+};
+
+constexpr NumberSetting kAutoPowerOff{{.logName = "zelSetAutoPowerOff"},
+                                      {.logName = "zelGetAutoPowerOff"},
+                                      property::AUTO_POWER_OFF,
+                                      ValueType::Short16};
+constexpr NumberSetting kWakeUpTime{{.logName = "zelSetWakeUpTime", .minVersion = kWakeUpSoftware},
+                                    {.logName = "zelGetWakeUpTime", .minVersion = kWakeUpSoftware},
+                                    property::PEN_WAKE_UP_TIME,
+                                    ValueType::Int32};
+
+std::uint32_t setFlag(const FlagSetting &setting, PenHandle *pen, std::uint8_t flag)
+{
+    return setting.set.run(pen, {}, [&] {
+        LogDebug(FormatLogText("[%s] newValue= '%d'", setting.set.logName, flag));
+        LogInfo(FormatLogText("Set '%s' in pen to '%s'", setting.what, flag != 0 ? "true" : "false"));
+        pen->psp().setValueProperty(setting.property, *Value::createBool(flag != 0));
+        return ZEL_OK;
+    });
+}
+
+std::uint32_t getFlag(const FlagSetting &setting, PenHandle *pen, std::uint8_t *flag)
+{
+    return setting.get.run(pen, {preset<std::uint8_t>(flag, 0)}, [&] {
+        const auto value = pen->psp().getValueProperty(setting.property);
+        *flag = toNumber<std::uint64_t>(value.get()) != 0;
+        const char *text = isNull(value.get()) ? "null" : *flag != 0 ? "true" : "false";
+        LogInfo(FormatLogText("Read '%s' from pen: Value: %s", setting.what, text));
+        return ZEL_OK;
+    });
+}
+
+template <class Number>
+std::uint32_t getNumber(const NumberSetting &setting, PenHandle *pen, Number *output)
+{
+    return setting.get.run(pen, {required(output)}, [&] {
+        const auto value = pen->psp().getValueProperty(setting.property);
+        // A value of another type is converted all the same.
+        if (value->getType() != setting.type)
+            LogError(FormatLogText("[%s] bad type.", setting.get.logName));
+        *output = toNumber<Number>(value.get());
+        return ZEL_OK;
+    });
+}
+
+/** A clock of the pen; 0 when the pen answers with another type than a long64. */
+std::uint64_t readClock(const PenHandle &pen, std::uint16_t property, const char *name)
+{
+    const auto value = pen.psp().getValueProperty(property);
+    if (value->getType() == ValueType::Long64)
+        return toNumber<std::uint64_t>(value.get());
+    LogError(FormatLogText("Wrong type for %s property. Expected VALUE_LONG64, got %s", name,
+                           Value::typeName(static_cast<std::int32_t>(value->getType()))));
+    return 0;
+}
+
+/** 0 is never; otherwise from a minute to a day. Tested as a signed number. */
+bool isWakeUpTime(std::uint32_t seconds)
+{
+    const auto time = static_cast<std::int32_t>(seconds);
+    return time == 0 || (time >= 60 && time <= 86400);
+}
+
+/** The piece between the first "_" of a hardware revision and the next. */
+std::string secondPiece(const std::string &revision)
+{
+    const std::size_t first = revision.find('_');
+    if (first == std::string::npos)
+        throw ZELException("The hardware revision has no second piece");
+    const std::size_t begin = first + 1;
+    return revision.substr(begin, revision.find('_', begin) - begin);
+}
+
+std::size_t longestPin(PspClient2 &psp)
+{
+    constexpr std::size_t kLong = 16;
+    constexpr std::size_t kShort = 4;
+
+    const auto revisions = psp.getValueProperty(property::PEN_REVISIONS);
+    const std::string hardware = toText(elementAt(toList(revisions.get()), 1));
+    const auto software = psp.getValueProperty(property::PEN_SOFTWARE_VERSION);
+    if (toNumber<std::uint16_t>(software.get()) != 0x0500)
+        return kLong;
+    // This software handles a long PIN only on hardware from 3D on.
+    return secondPiece(hardware) >= "3D" ? kLong : kShort;
+}
+
+bool isPin(const std::string &pin, std::size_t longest)
+{
+    return pin.size() >= 4 && pin.size() <= longest &&
+           std::all_of(pin.begin(), pin.end(), [](char symbol) { return symbol >= '0' && symbol <= '9'; });
+}
+
+} // namespace
+
+uint32_t zelSetTime(PenHandle *pen, uint64_t millis)
+{
+    static constexpr CallFrame frame{.logName = "zelSetTime", .entryMark = CallFrame::kNoMark};
+    return frame.run(pen, {}, [&] {
+        LogDebug(FormatLogText("[zelSetTime] %#llx millis since 1970, GMT",
+                               static_cast<unsigned long long>(millis)));
+        pen->psp().setValueProperty(property::PEN_TIME, *Value::createLong(millis));
+        return ZEL_OK;
+    });
+}
+
+uint32_t zelGetTime(PenHandle *pen, uint64_t *penTime, uint64_t *systemTime)
+{
+    // The text for a locked pen lacks its closing bracket.
+    static constexpr CallFrame frame{.logName = "zelGetTime",
+                                     .lockedText = "[zelGetTime failed, pen is locked"};
+    return frame.run(pen, {preset<uint64_t>(penTime, 0), preset<uint64_t>(systemTime, 0)}, [&] {
+        const std::uint64_t penClock = readClock(*pen, property::PEN_TIME, "PEN_TIME");
+        const std::uint64_t systemClock = readClock(*pen, property::SYSTEM_TIME, "SYSTEM_TIME");
+        *penTime = penClock;
+        *systemTime = systemClock;
+        return ZEL_OK;
+    });
+}
+
+uint32_t zelSetBluetoothEnabled(PenHandle *pen, uint8_t flag)
+{
+    return setFlag(kBluetoothEnabled, pen, flag);
+}
+
+uint32_t zelGetBluetoothEnabled(PenHandle *pen, uint8_t *flag)
+{
+    return getFlag(kBluetoothEnabled, pen, flag);
+}
+
+uint32_t zelSetBluetoothDiscoverableAllowed(PenHandle *pen, uint8_t flag)
+{
+    return setFlag(kBluetoothDiscoverable, pen, flag);
+}
+
+uint32_t zelGetBluetoothDiscoverableAllowed(PenHandle *pen, uint8_t *flag)
+{
+    return getFlag(kBluetoothDiscoverable, pen, flag);
+}
+
+uint32_t zelSetBluetoothPin(PenHandle *pen, const char *pin)
+{
+    static constexpr CallFrame frame{.logName = "zelSetBtPin"};
+    return frame.run(pen, {}, [&] {
+        if (pin == nullptr)
+            return ZEL_ERR_INVALID_ARGUMENT;
+        PspClient2 &psp = pen->psp();
+        // How long it may be is the pen's to say, so even a hopeless PIN costs two questions.
+        if (!isPin(pin, longestPin(psp)))
+            return ZEL_ERR_VALUE_OUT_OF_RANGE;
+        psp.setValueProperty(property::BT_PIN, *Value::createString(pin));
+        return ZEL_OK;
+    });
+}
+
+uint32_t zelGetBluetoothPin(PenHandle *pen, char **pin)
+{
+    static constexpr CallFrame frame{.logName = "zelGetBtPin"};
+    // Not cleared first: a host finds its pointer unchanged after a failure.
+    return frame.run(pen, {required(pin)}, [&] {
+        const auto value = pen->psp().getValueProperty(property::BT_PIN);
+        CopyOutString(isNull(value.get()) ? "" : toText(value.get()), pin);
+        return ZEL_OK;
+    });
+}
+
+uint32_t zelSetAutoPowerOff(PenHandle *pen, uint16_t value)
+{
+    return kAutoPowerOff.set.run(pen, {}, [&] {
+        pen->psp().setValueProperty(kAutoPowerOff.property, *Value::createShort(value));
+        return ZEL_OK;
+    });
+}
+
+uint32_t zelGetAutoPowerOff(PenHandle *pen, uint16_t *value)
+{
+    return getNumber(kAutoPowerOff, pen, value);
+}
+
+uint32_t zelSetWakeUpTime(PenHandle *pen, uint32_t seconds)
+{
+    return kWakeUpTime.set.run(pen, {}, [&] {
+        if (!isWakeUpTime(seconds))
+            return ZEL_ERR_VALUE_OUT_OF_RANGE;
+        pen->psp().setValueProperty(kWakeUpTime.property, *Value::createInt(seconds));
+        return ZEL_OK;
+    });
+}
+
+uint32_t zelGetWakeUpTime(PenHandle *pen, uint32_t *seconds)
+{
+    return getNumber(kWakeUpTime, pen, seconds);
+}
+
+uint32_t zelGetPenRevisions(PenHandle *pen, char **revision0, char **revision1, char **revision3,
+                            char **revision5)
+{
+    static constexpr CallFrame frame{.logName = "zelGetPenRevisions"};
+    // Not cleared first: a host finds its pointers unchanged after a failure.
+    return frame.run(
+        pen, {required(revision0), required(revision1), required(revision3), required(revision5)}, [&] {
+            const auto value = pen->psp().getValueProperty(property::PEN_REVISIONS);
+            const ValueList &revisions = toList(value.get());
+            elementAt(revisions, 6); // Handed to nobody, but a pen without it is not understood.
+            CopyOutStrings({{toText(elementAt(revisions, 0)), revision0},
+                            {toText(elementAt(revisions, 1)), revision1},
+                            {toText(elementAt(revisions, 3)), revision3},
+                            {toText(elementAt(revisions, 5)), revision5}});
+            return ZEL_OK;
+        });
+}

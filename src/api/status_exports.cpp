@@ -1,0 +1,63 @@
+#include "api/call_frame.h"
+#include "api/element_at.h"
+#include "protocol/value_convert.h"
+#include "psp/property_ids.h"
+#include "session/pen_handle.h"
+#include "sys/log.h"
+
+using namespace zel;
+
+uint32_t zelGetMemoryStatus(PenHandle *pen, uint64_t *used, uint64_t *total)
+{
+    static constexpr CallFrame frame{.logName = "zelGetMemoryStatus"};
+    constexpr std::uint64_t kUnknown = ~std::uint64_t{0};
+    return frame.run(pen, {preset(used, kUnknown), preset(total, kUnknown)}, [&] {
+        PspClient2 &psp = pen->psp();
+        const auto free = psp.getValueProperty(property::PEN_FREE_MEMORY);
+        const auto range = psp.getValueProperty(property::PEN_PROPERTIES_RANGE);
+        const std::uint64_t size = toNumber<std::uint32_t>(elementAt(toList(range.get()), 7));
+        // More free than there is gives a very large number: that is the pen's own contradiction.
+        *used = size - toNumber<std::uint64_t>(free.get());
+        *total = size;
+        return ZEL_OK;
+    });
+}
+
+uint32_t zelGetBatteryStatus(PenHandle *pen, uint16_t *value0, uint16_t *value1, uint16_t *value2,
+                             uint16_t *value3, uint16_t *value4)
+{
+    static constexpr CallFrame frame{.logName = "zelGetBatteryStatus"};
+    constexpr std::uint16_t kUnknown = 0xFFFF;
+    return frame.run(pen,
+                     {preset(value0, kUnknown), preset(value1, kUnknown), preset(value2, kUnknown),
+                      preset(value3, kUnknown), preset(value4, kUnknown)},
+                     [&] {
+                         PspClient2 &psp = pen->psp();
+                         const auto battery = psp.getValueProperty(property::BATTERY_LEVEL_VERBOSE);
+                         const ValueList &levels = toList(battery.get());
+                         const Value *last = elementAt(levels, 4);
+                         // The pen has to answer with a pair here too, which no output receives.
+                         const auto range = psp.getValueProperty(property::PEN_PROPERTIES_RANGE);
+                         elementAt(toList(range.get()), 1);
+                         *value0 = toNumber<std::uint16_t>(elementAt(levels, 0));
+                         *value1 = toNumber<std::uint16_t>(elementAt(levels, 1));
+                         *value2 = toNumber<std::uint16_t>(elementAt(levels, 2));
+                         *value3 = toNumber<std::uint16_t>(elementAt(levels, 3));
+                         *value4 = toNumber<std::uint16_t>(last);
+                         return ZEL_OK;
+                     });
+}
+
+uint32_t zelGetSecureDeleteEnabled(PenHandle *pen, uint8_t *flag)
+{
+    static constexpr CallFrame frame{.logName = "zelGetSecureDeleteEnabled", .minVersion = 0x0502};
+    return frame.run(pen, {required(flag)}, [&] {
+        // Not before: below the threshold the byte stays as the host left it.
+        *flag = 0;
+        const auto value = pen->psp().getValueProperty(property::SEC_SDE);
+        *flag = toNumber<std::uint64_t>(value.get()) != 0;
+        const char *text = isNull(value.get()) ? "null" : *flag != 0 ? "true" : "false";
+        LogInfo(FormatLogText("Read 'Secure delete enabled' from pen: Value: %s", text));
+        return ZEL_OK;
+    });
+}
