@@ -42,6 +42,15 @@ void addCommands(CLI::App &program)
     addFetch(program);
     addRm(program);
     addShow(program);
+    addGet(program);
+    addSet(program);
+    addLock(program);
+    addUnlock(program);
+    addPassword(program);
+    addCert(program);
+    addKey(program);
+    addEncrypted(program);
+    addUserData(program);
     addDfu(program);
 }
 

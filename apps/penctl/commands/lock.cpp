@@ -28,7 +28,7 @@ void lock(const LockOptions &options)
     const Reading hint = readPasswordHint(pen.handle());
     if (!options.json) {
         print(fmt::format("pen {} is {}\n", printable(pen.identity().serial), locked.text));
-        if (hint.code == ZEL_OK && !hint.text.empty())
+        if (hint.code == ZEL_OK)
             print(fmt::format("password hint: {}\n", hint.text));
         return;
     }

@@ -4,9 +4,9 @@
 
 #include "commands/options.h"
 #include "commands/pen_json.h"
+#include "host/lock_state.h"
 #include "host/page_list.h"
 #include "host/pen_session.h"
-#include "host/result.h"
 #include "ui/json.h"
 #include "ui/output.h"
 #include "ui/printable.h"
@@ -33,7 +33,7 @@ void pages(const PagesOptions &options)
 {
     const PenSession pen(options.choice);
     PageListing listing;
-    check(readPageList(pen.handle(), listing), "cannot list the pages");
+    checkPageRequest(pen.handle(), readPageList(pen.handle(), listing), "cannot list the pages");
     if (!options.json)
         return printListing(listing);
     Json json = penJson(pen.identity());

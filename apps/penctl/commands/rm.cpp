@@ -3,8 +3,8 @@
 #include <fmt/format.h>
 
 #include "commands/options.h"
+#include "host/lock_state.h"
 #include "host/pen_session.h"
-#include "host/result.h"
 #include "ui/confirm.h"
 #include "ui/output.h"
 #include "ui/printable.h"
@@ -24,7 +24,8 @@ struct RmOptions {
 void removePages(PenHandle *pen, const std::vector<std::string> &addresses)
 {
     for (const std::string &address : addresses)
-        check(zelRemovePage(pen, address.c_str()), fmt::format("cannot remove page {}", printable(address)));
+        checkPageRequest(pen, zelRemovePage(pen, address.c_str()),
+                         fmt::format("cannot remove page {}", printable(address)));
 }
 
 void rm(const RmOptions &options)
@@ -33,7 +34,7 @@ void rm(const RmOptions &options)
     const std::string serial = printable(pen.identity().serial);
     if (options.all) {
         requireConsent(options.yes, fmt::format("Remove all strokes from pen {}?", serial));
-        check(zelRemoveAllStrokes(pen.handle()), "cannot remove the strokes");
+        checkPageRequest(pen.handle(), zelRemoveAllStrokes(pen.handle()), "cannot remove the strokes");
         return print(fmt::format("removed all strokes from pen {}\n", serial));
     }
     removePages(pen.handle(), options.addresses);
