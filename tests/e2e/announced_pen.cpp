@@ -40,8 +40,11 @@ public:
     {
         if (m_initialised)
             return;
+        // Its own request for the list tells that this listener is there: the service may still count
+        // the subscriber that the last exit ended.
+        m_service.rendezvous().clearMessages();
         if (zelInitialize(arrived, departed, this) != ZEL_OK ||
-            !m_service.rendezvous().waitForSubscribers(pensim::Subscription::ordinary, 1, kPatience))
+            !m_service.rendezvous().waitForMessages("LIST", 1, kPatience))
             throw std::runtime_error("the library finds no service");
         m_initialised = true;
     }
