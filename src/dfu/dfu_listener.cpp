@@ -12,7 +12,7 @@ namespace {
 constexpr ListenerProfile kDfuProfile{"DfuRendezvousListener", "CDfuRendezvousThread", true};
 
 /** Never destroyed: the listener of a host that ends without zelDfuExit still runs while it does. */
-std::unique_ptr<DfuRendezvousListener> &theDfuListener() noexcept
+std::unique_ptr<DfuRendezvousListener> &theDfuListener()
 {
     static auto &s_listener = *new std::unique_ptr<DfuRendezvousListener>;
     return s_listener;

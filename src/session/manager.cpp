@@ -13,7 +13,7 @@ namespace {
 constexpr ListenerProfile kProfile{"RendezvousListener", "RendezvousThread", false};
 
 /** Never destroyed: the listener of a host that ends without zelExit still runs while it does. */
-std::unique_ptr<CZELManager> &theManager() noexcept
+std::unique_ptr<CZELManager> &theManager()
 {
     static auto &s_manager = *new std::unique_ptr<CZELManager>;
     return s_manager;

@@ -15,6 +15,7 @@ constexpr std::size_t kGap = 2;
 std::vector<std::string> titles(const std::vector<Column> &columns)
 {
     std::vector<std::string> texts;
+    texts.reserve(columns.size());
     for (const Column &column : columns)
         texts.push_back(column.title);
     return texts;
