@@ -1,6 +1,6 @@
 #pragma once
 
-#include "pen_spec.h"
+#include "pen_description.h"
 
 #include <string_view>
 

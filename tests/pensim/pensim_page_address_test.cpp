@@ -1,4 +1,4 @@
-#include "pensim/pen_spec.h"
+#include "pensim/pen_description.h"
 #include "pensim/serial_text.h"
 
 #include <gtest/gtest.h>

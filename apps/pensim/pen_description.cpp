@@ -1,4 +1,4 @@
-#include "pen_spec.h"
+#include "pen_description.h"
 
 #include <fmt/format.h>
 #include <stdexcept>
