@@ -382,6 +382,9 @@ TEST(RendezvousStop, WaitsForOneCallbackOnlyHoweverManyPensThereAre)
 // A start that finds a thread at work kills it wherever it stands.
 TEST(RendezvousStop, StartOverAThreadAtWorkReplacesIt)
 {
+#ifdef __SANITIZE_THREAD__
+    GTEST_SKIP() << "ThreadSanitizer holds the kill's signal back: the old thread goes on beside the new one";
+#endif
     RendezvousServer server(announcing({wire::pen("", "1")}));
     for (const bool serverIsThere : {true, false}) {
         Host host;
