@@ -88,7 +88,8 @@ struct LThread::Native {
     pthread_t thread{};
     std::atomic<bool> exists{false};
 
-    static void *entry(void *thread)
+    // The reference to a forced unwinding is bound to nothing: it is the C library's, not a C++ object.
+    [[gnu::no_sanitize("null")]] static void *entry(void *thread)
     {
         try {
             enter(static_cast<LThread *>(thread));
