@@ -77,9 +77,14 @@ struct Outcome {
     std::string outputs;
 };
 
+/** Called when an export has returned, before its outputs are looked at: what a test did to the memory of
+ *  the call alone ends there. */
+inline void (*s_returned)() = [] {};
+
 template <class... Outputs>
 Outcome outcome(std::uint32_t code, const Outputs &...outputs)
 {
+    s_returned();
     std::string shown;
     ((shown += (shown.empty() ? "" : " ") + outputs.show()), ...);
     return {code, shown};
@@ -130,18 +135,7 @@ struct Sample {
 /** One of each type that a pen may answer. Arrays hold one element, the bool true. */
 const std::vector<Sample> &samples();
 
-struct Exchange;
-
-/** What a call comes to. */
-struct Expected {
-    std::uint32_t code = ZEL_OK;
-    /** Unless given: the row's own, for success or for failure. */
-    std::optional<std::string> outputs = {};
-    /** What is logged after the answer that brought it about. */
-    std::optional<Lines> log = {};
-    /** The exchanges after that answer. */
-    std::optional<std::vector<Exchange>> rest = {};
-};
+struct Expected;
 
 /** What a call comes to when one of its answers is of another type than the usual one. */
 using Meaning = std::function<Expected(const Sample &)>;
@@ -153,6 +147,17 @@ struct Exchange {
     Meaning meaning = {};
     /** What the export logs once it has the usual result. */
     Lines log = {};
+};
+
+/** What a call comes to. */
+struct Expected {
+    std::uint32_t code = ZEL_OK;
+    /** Unless given: the row's own, for success or for failure. */
+    std::optional<std::string> outputs = {};
+    /** What is logged after the answer that brought it about. */
+    std::optional<Lines> log = {};
+    /** The exchanges after that answer. */
+    std::optional<std::vector<Exchange>> rest = {};
 };
 
 /** The outputs with # replaced. */

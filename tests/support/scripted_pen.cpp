@@ -2,6 +2,7 @@
 
 #include <asio.hpp>
 
+#include <algorithm>
 #include <atomic>
 #include <condition_variable>
 #include <deque>
@@ -218,8 +219,12 @@ private:
             script.pop_front();
             return answer;
         }
-        const auto found = standing.find(std::string(request.begin(), request.begin() + 4));
-        return found != standing.end() ? found->second : closing();
+        // Of two beginnings that fit the longer one comes later.
+        const auto found = std::find_if(standing.rbegin(), standing.rend(), [&](const auto &each) {
+            return std::string_view(reinterpret_cast<const char *>(request.data()), request.size())
+                .starts_with(each.first);
+        });
+        return found != standing.rend() ? found->second : closing();
     }
 
     void respond(const ConnectionPtr &connection, const std::shared_ptr<Answer> &answer)
@@ -269,10 +274,10 @@ ScriptedPen &ScriptedPen::then(Answer answer)
     return *this;
 }
 
-ScriptedPen &ScriptedPen::always(std::string_view instruction, Answer answer)
+ScriptedPen &ScriptedPen::always(std::string_view beginning, Answer answer)
 {
     const std::lock_guard lock(m_service->mutex);
-    m_service->standing[std::string(instruction)] = std::move(answer);
+    m_service->standing[std::string(beginning)] = std::move(answer);
     return *this;
 }
 

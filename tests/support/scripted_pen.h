@@ -37,7 +37,7 @@ inline Answer cut(Bytes bytes, std::size_t after, Answer::Then then = Answer::Th
 }
 
 /** A pen's service on a port of its own, in this process: records the bytes of every request and
- *  answers from a script, falling back on standing answers by instruction; a request that neither
+ *  answers from a script, falling back on standing answers; a request that neither
  *  covers ends the connection. Serves any number of connections on its own thread; every operation
  *  may be called from any thread. */
 class ScriptedPen
@@ -53,11 +53,12 @@ public:
     /** Appends an answer to the script; requests take one each, in order. */
     ScriptedPen &then(Answer answer);
     ScriptedPen &then(Bytes bytes) { return then(Answer{.bytes = std::move(bytes)}); }
-    /** The answer to an instruction (its four characters) whenever the script is empty. */
-    ScriptedPen &always(std::string_view instruction, Answer answer);
-    ScriptedPen &always(std::string_view instruction, Bytes bytes)
+    /** The answer to the requests that begin so (an instruction's four characters, and as much behind them
+     *  as matters) whenever the script is empty. */
+    ScriptedPen &always(std::string_view beginning, Answer answer);
+    ScriptedPen &always(std::string_view beginning, Bytes bytes)
     {
-        return always(instruction, Answer{.bytes = std::move(bytes)});
+        return always(beginning, Answer{.bytes = std::move(bytes)});
     }
     /** Connections from now on are ended as soon as they are accepted. */
     void closeOnAccept(bool close);
