@@ -208,7 +208,7 @@ ZEL_API uint32_t zelGetDeviceVidAndPid(const DiscoveryHandle *record, uint16_t *
  *  record  of an arrival; borrowed, may be freed at once afterwards
  *  pen     receives the handle; zelDisconnectPen. With ZEL_ERR_NOT_INITIALIZED, _INVALID_ARGUMENT and
  *          _DEVICE_NOT_SUPPORTED it is untouched. After every other failure it holds a handle all the
- *          same, which the host disconnects.
+ *          same (null if there was no memory for one), which the host disconnects.
  *  Blocks for up to three exchanges: connect, ask whether the pen is locked, and unless it is, read its
  *  software version. A locked pen connects with ZEL_OK.
  *  Returns ZEL_OK or ZEL_ERR_NOT_INITIALIZED, _INVALID_ARGUMENT (a null, or a departure record),
@@ -548,7 +548,8 @@ ZEL_API uint32_t zelDfuExit(void);
 
 /** Connects to a pen in firmware-upgrade mode.
  *  pen     receives the handle; zelDfuDisconnectPen. When the pen cannot be reached
- *          (ZEL_ERR_UNEXPECTED) it holds one all the same, which the host disconnects.
+ *          (ZEL_ERR_UNEXPECTED) it holds one all the same (null if there was no memory for one), which
+ *          the host disconnects.
  *  record  of an arrival in this mode; borrowed
  *  No exchange with the pen beyond the connection itself.
  *  Returns ZEL_OK or ZEL_ERR_NOT_INITIALIZED, _INVALID_ARGUMENT (a null, or a departure record),

@@ -111,6 +111,7 @@ uint32_t zelDfuConnectPen(DfuPenHandle **pen, const DiscoveryHandle *record)
         if (record->kind != ZEL_PEN_ARRIVED)
             return ZEL_ERR_INVALID_ARGUMENT;
         const DiscoveryRecord &announced = recordOf(*record);
+        *pen = nullptr; // what a host disconnects that got no handle for lack of memory
         auto handle = std::make_unique<DfuPenHandle>();
         handle->penId = announced.penId;
         *pen = handle.release(); // the host's from here on, also when connecting fails

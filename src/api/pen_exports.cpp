@@ -49,6 +49,7 @@ uint32_t zelConnectPen(const DiscoveryHandle *record, PenHandle **pen)
         if (!IsSupportedUsbDevice(announced.vendorId, announced.productId))
             return ZEL_ERR_DEVICE_NOT_SUPPORTED;
 
+        *pen = nullptr;       // what a host disconnects that got no handle for lack of memory
         *pen = new PenHandle; // the host's from here on, also when connecting fails
         PenHandle &handle = **pen;
         handle.penId = announced.penId;

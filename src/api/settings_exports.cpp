@@ -62,9 +62,10 @@ std::uint32_t getFlag(const FlagSetting &setting, PenHandle *pen, std::uint8_t *
 {
     return setting.get.run(pen, {preset<std::uint8_t>(flag, 0)}, [&] {
         const auto value = pen->psp().getValueProperty(setting.property);
-        *flag = toNumber<std::uint64_t>(value.get()) != 0;
-        const char *text = isNull(value.get()) ? "null" : *flag != 0 ? "true" : "false";
+        const bool set = toNumber<std::uint64_t>(value.get()) != 0;
+        const char *text = isNull(value.get()) ? "null" : set ? "true" : "false";
         LogInfo(FormatLogText("Read '%s' from pen: Value: %s", setting.what, text));
+        *flag = set; // last: a call that fails leaves 0
         return ZEL_OK;
     });
 }

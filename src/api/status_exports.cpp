@@ -55,9 +55,10 @@ uint32_t zelGetSecureDeleteEnabled(PenHandle *pen, uint8_t *flag)
         // Not before: below the threshold the byte stays as the host left it.
         *flag = 0;
         const auto value = pen->psp().getValueProperty(property::SEC_SDE);
-        *flag = toNumber<std::uint64_t>(value.get()) != 0;
-        const char *text = isNull(value.get()) ? "null" : *flag != 0 ? "true" : "false";
+        const bool enabled = toNumber<std::uint64_t>(value.get()) != 0;
+        const char *text = isNull(value.get()) ? "null" : enabled ? "true" : "false";
         LogInfo(FormatLogText("Read 'Secure delete enabled' from pen: Value: %s", text));
+        *flag = enabled; // last: a call that fails leaves 0
         return ZEL_OK;
     });
 }

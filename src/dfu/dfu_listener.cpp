@@ -2,6 +2,7 @@
 
 #include "sys/exceptions.h"
 #include "sys/log.h"
+#include "sys/never_destroyed.h"
 
 #include <utility>
 
@@ -11,12 +12,8 @@ namespace {
 
 constexpr ListenerProfile kDfuProfile{"DfuRendezvousListener", "CDfuRendezvousThread", true};
 
-/** Never destroyed: the listener of a host that ends without zelDfuExit still runs while it does. */
-std::unique_ptr<DfuRendezvousListener> &theDfuListener()
-{
-    static auto &s_listener = *new std::unique_ptr<DfuRendezvousListener>;
-    return s_listener;
-}
+// The listener of a host that ends without zelDfuExit still runs while it does.
+constinit NeverDestroyed<std::unique_ptr<DfuRendezvousListener>> s_listener;
 
 } // namespace
 
@@ -43,12 +40,12 @@ void CDfuRendezvousThread::run()
 
 DfuRendezvousListener *dfuListener() noexcept
 {
-    return theDfuListener().get();
+    return s_listener.get().get();
 }
 
 void setDfuListener(std::unique_ptr<DfuRendezvousListener> listener) noexcept
 {
-    theDfuListener() = std::move(listener);
+    s_listener.get() = std::move(listener);
 }
 
 } // namespace zel

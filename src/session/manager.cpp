@@ -3,6 +3,7 @@
 #include "psp/psp_client2.h"
 #include "rendezvous/rendezvous_thread.h"
 #include "session/pen_handle.h"
+#include "sys/never_destroyed.h"
 
 #include <utility>
 
@@ -12,12 +13,8 @@ namespace {
 
 constexpr ListenerProfile kProfile{"RendezvousListener", "RendezvousThread", false};
 
-/** Never destroyed: the listener of a host that ends without zelExit still runs while it does. */
-std::unique_ptr<CZELManager> &theManager()
-{
-    static auto &s_manager = *new std::unique_ptr<CZELManager>;
-    return s_manager;
-}
+// The listener of a host that ends without zelExit still runs while it does.
+constinit NeverDestroyed<std::unique_ptr<CZELManager>> s_manager;
 
 } // namespace
 
@@ -51,12 +48,12 @@ bool CZELManager::disconnectPen(::PenHandle &pen)
 
 CZELManager *manager() noexcept
 {
-    return theManager().get();
+    return s_manager.get().get();
 }
 
 void setManager(std::unique_ptr<CZELManager> manager) noexcept
 {
-    theManager() = std::move(manager);
+    s_manager.get() = std::move(manager);
 }
 
 } // namespace zel

@@ -1,0 +1,183 @@
+// The listener's thread when its memory runs out: the process lives, and the library can be stopped and
+// started again.
+#include "allocation_watch.h"
+#include "process_counts.h"
+
+#include "dfu/dfu_listener.h"
+#include "session/manager.h"
+#include "support/rendezvous_server.h"
+#include "sys/log.h"
+#include "sys/thread.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <cstdio>
+#include <optional>
+#include <ostream>
+
+namespace faults {
+
+namespace {
+
+constexpr int kAnnouncements = 4;
+constexpr std::size_t kMost = 2000;
+constexpr int kMostMilliseconds = 20000;
+
+// What the listener's thread is to meet; it arms itself when its first text tells that it has started.
+std::atomic<std::size_t> s_failing;
+std::atomic<Memory> s_memory;
+std::atomic<bool> s_failed;
+std::atomic<int> s_announced;
+
+/** From the thread's first text to its end. */
+class OnListenerThread
+{
+public:
+    OnListenerThread() { failAllocation(s_failing, s_memory); }
+    ~OnListenerThread() { s_failed = allocationHasFailed(); }
+    OnListenerThread(const OnListenerThread &) = delete;
+    OnListenerThread &operator=(const OnListenerThread &) = delete;
+
+private:
+    AllocationWatch m_watch;
+};
+
+void onLog(zel::LogLevel, std::string_view text)
+{
+    thread_local std::optional<OnListenerThread> t_memory;
+    if (!t_memory && text.ends_with("Thread started ***"))
+        t_memory.emplace();
+}
+
+void onAnnouncement(DiscoveryHandle *record, void *)
+{
+    zelFreeDiscoveryHandle(&record);
+    ++s_announced;
+}
+
+/** Two pens are there; a third comes, and goes. */
+void announce(const loopback::OwnedSocket &client)
+{
+    using namespace rendezvous_wire;
+    enumerate(client, {pen("CONNECT", "0000012300abcdef"), pen("CONNECT", "0000012300abcdf0")});
+    loopback::sendAll(client, pen("CONNECT", "0000012300abcdf1"));
+    loopback::sendAll(client, pen("DISCONNECT", "0000012300abcdf1"));
+    untilClosed(client);
+}
+
+/** The modes differ in what holds their listener. */
+struct ListenerMode {
+    const char *name;
+    zel::RendezvousListener &(*create)(const zel::net::Endpoint &);
+    std::uint32_t (*exit)();
+    std::uint32_t (*initialise)();
+};
+
+zel::RendezvousListener &createManager(const zel::net::Endpoint &server)
+{
+    zel::setManager(std::make_unique<zel::CZELManager>(server));
+    return *zel::manager();
+}
+
+zel::RendezvousListener &createDfuListener(const zel::net::Endpoint &server)
+{
+    zel::setDfuListener(std::make_unique<zel::DfuRendezvousListener>(server));
+    return *zel::dfuListener();
+}
+
+std::uint32_t initialise()
+{
+    return zelInitialize(onAnnouncement, onAnnouncement, nullptr);
+}
+
+std::uint32_t initialiseDfu()
+{
+    return zelDfuInit(nullptr, onAnnouncement, onAnnouncement);
+}
+
+const ListenerMode kModes[] = {
+    {"Pens", createManager, zelExit, initialise},
+    {"Firmware", createDfuListener, zelDfuExit, initialiseDfu},
+};
+
+void PrintTo(const ListenerMode &mode, std::ostream *out)
+{
+    *out << mode.name;
+}
+
+std::string nameOf(const testing::TestParamInfo<ListenerMode> &mode)
+{
+    return mode.param.name;
+}
+
+class FailingListenerAllocation : public testing::TestWithParam<ListenerMode>
+{
+protected:
+    void SetUp() override { zel::setLogObserver(onLog); }
+    void TearDown() override { zel::setLogObserver(nullptr); }
+
+    /** One allocation after the other is the first that fails; at the end none does, and the listener, which
+     *  has been started as often, announces everything. */
+    void checkEveryAllocation(Memory memory)
+    {
+        s_memory = memory;
+        std::size_t n = 0;
+        do {
+            ++n;
+            SCOPED_TRACE("allocation " + std::to_string(n));
+            listen(n);
+        } while (s_failed && n < kMost && !HasFailure());
+        EXPECT_EQ(s_announced, kAnnouncements);
+        EXPECT_FALSE(s_failed);
+        EXPECT_GT(n, 1u) << "no allocation can fail";
+        std::printf("[ matrix   ] %6zu failing allocations\n", n - 1);
+        EXPECT_EQ(GetParam().initialise(), ZEL_OK);
+        EXPECT_EQ(GetParam().exit(), ZEL_OK);
+    }
+
+private:
+    /** Until the thread has ended or announced everything. */
+    void listen(std::size_t failing)
+    {
+        s_failing = failing;
+        s_failed = false;
+        s_announced = 0;
+        const ProcessCounts before = countProcess();
+        const std::size_t allocationsBefore = outstandingAllocations();
+
+        zel::RendezvousListener &listener = GetParam().create(m_server.endpoint());
+        listener.setCallbacks(onAnnouncement, onAnnouncement, nullptr);
+        EXPECT_TRUE(listener.StartRendezvous());
+        waitUntil([&] { return s_announced == kAnnouncements || countProcess().threads == before.threads; });
+        EXPECT_EQ(GetParam().exit(), ZEL_OK);
+        waitUntil([&] { return countProcess() == before; });
+        EXPECT_EQ(countProcess(), before);
+        EXPECT_EQ(outstandingAllocations(), allocationsBefore);
+    }
+
+    template <class Condition>
+    static void waitUntil(Condition condition)
+    {
+        for (int waited = 0; !condition() && waited < kMostMilliseconds; ++waited)
+            zel::sleepMilliseconds(1);
+    }
+
+    RendezvousServer m_server{announce};
+};
+
+} // namespace
+
+TEST_P(FailingListenerAllocation, OfWhichThereIsOne)
+{
+    checkEveryAllocation(Memory::FailsOnce);
+}
+
+TEST_P(FailingListenerAllocation, AfterWhichAllFail)
+{
+    checkEveryAllocation(Memory::StaysShort);
+}
+
+INSTANTIATE_TEST_SUITE_P(Modes, FailingListenerAllocation, testing::ValuesIn(kModes), nameOf);
+
+} // namespace faults
