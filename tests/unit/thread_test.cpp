@@ -156,6 +156,8 @@ TEST(Thread, KillAtAnyMomentLeavesTheOthersWorking)
                 spinning.set();
         });
         thread.start();
+        // On Windows a thread that has not begun yet may hold the lock of the system's loader.
+        ASSERT_TRUE(spinning.wait(kLongEnough));
         for (int i = 0; i < round; ++i)
             spinning.wait(1);
         thread.kill();
