@@ -336,20 +336,6 @@ TEST(FaultMatrix, PenThatCannotBeReachedLeavesAHandle)
     EXPECT_EQ(countProcess().descriptors, before);
 }
 
-namespace {
-
-std::vector<FaultRow> rowsWithExchanges()
-{
-    std::vector<FaultRow> rows;
-    for (const FaultRow &row : faultRows())
-        if (!row.exchanges.empty())
-            rows.push_back(row);
-    return rows;
-}
-
-} // namespace
-
-INSTANTIATE_TEST_SUITE_P(Matrix, FaultsOfExport, testing::ValuesIn(rowsWithExchanges()),
-                         [](const auto &row) { return row.param.name; });
+INSTANTIATE_TEST_SUITE_P(Matrix, FaultsOfExport, testing::ValuesIn(askingRows()), nameOfRow);
 
 } // namespace faults

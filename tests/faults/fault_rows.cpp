@@ -1,5 +1,7 @@
 #include "fault_rows.h"
 
+#include <algorithm>
+#include <iterator>
 #include <ostream>
 #include <utility>
 
@@ -53,6 +55,11 @@ void PrintTo(const FaultRow &row, std::ostream *out)
     *out << row.name;
 }
 
+std::string nameOfRow(const testing::TestParamInfo<FaultRow> &row)
+{
+    return row.param.name;
+}
+
 Expected usualFailure(Fault fault)
 {
     switch (fault) {
@@ -69,6 +76,14 @@ Expected usualFailure(Fault fault)
 const std::vector<FaultRow> &faultRows()
 {
     static const std::vector<FaultRow> rows = allRows();
+    return rows;
+}
+
+std::vector<FaultRow> askingRows()
+{
+    std::vector<FaultRow> rows;
+    std::copy_if(faultRows().begin(), faultRows().end(), std::back_inserter(rows),
+                 [](const FaultRow &row) { return !row.exchanges.empty(); });
     return rows;
 }
 

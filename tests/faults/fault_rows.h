@@ -6,6 +6,7 @@
 #include "zel/zel.h"
 
 #include <functional>
+#include <gtest/gtest.h>
 #include <iosfwd>
 #include <string>
 #include <vector>
@@ -62,15 +63,22 @@ struct FaultRow {
 };
 
 void PrintTo(const FaultRow &row, std::ostream *out);
+std::string nameOfRow(const testing::TestParamInfo<FaultRow> &row);
 
 /** What most exports make of a fault; after it they ask the pen nothing more. */
 Expected usualFailure(Fault fault);
 
-/** All of the table. */
+/** All of the table; of an export that asks the pen nothing only its memory can be short. */
 const std::vector<FaultRow> &faultRows();
+/** Those that ask the pen something. */
+std::vector<FaultRow> askingRows();
 
 std::vector<FaultRow> connectionRows();
 std::vector<FaultRow> pageRows();
 std::vector<FaultRow> firmwareRows();
+
+// Not of the table: too large for each of their bytes, but they take memory in other ways.
+FaultRow retrievalOfLargeStrokes();
+FaultRow downloadOfALargeBlock();
 
 } // namespace faults

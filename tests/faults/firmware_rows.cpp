@@ -94,13 +94,11 @@ FaultRow state()
         "5", "-");
 }
 
-FaultRow download()
+FaultRow download(const char *name, const Bytes &block)
 {
-    // Its own length, 3, stands in the host's byte order.
-    static const Bytes s_block = {0x34, 0x12, 0x03, 0x00, 0xA0, 0xA1, 0xA2};
-    return row("zelDfuDownload",
-               [](DfuPenHandle *pen) { return contract::outcome(zelDfuDownload(pen, s_block.data())); },
-               {.request = wire::request("V003", {wire::binary(s_block)}),
+    return row(name,
+               [block](DfuPenHandle *pen) { return contract::outcome(zelDfuDownload(pen, block.data())); },
+               {.request = wire::request("V003", {wire::binary(block)}),
                 .result = wire::byte(1),
                 .meaning = doneUnlessNull});
 }
@@ -114,13 +112,22 @@ std::vector<FaultRow> firmwareRows()
         command("zelDfuDetachBoot", zelDfuDetachBoot, "V001"),
         record<7>("zelDfuGetFunctionalDescriptor", zelDfuGetFunctionalDescriptor, "V002",
                   {7, 0x21, 1, 0xFF, 0, 0, 4}, "7 33 1 255 0 0 4"),
-        download(),
+        // Its own length, 3, stands in the host's byte order.
+        download("zelDfuDownload", {0x34, 0x12, 0x03, 0x00, 0xA0, 0xA1, 0xA2}),
         record<6>("zelDfuGetStatus", zelDfuGetStatus, "V005", {0, 0x10, 0, 0, 5, 0}, "0 16 0 0 5 0"),
         command("zelDfuClearStatus", zelDfuClearStatus, "V006"),
         command("zelDfuAbort", zelDfuAbort, "V007"),
         state(),
         command("zelDfuResetPort", zelDfuResetPort, "V009"),
     };
+}
+
+FaultRow downloadOfALargeBlock()
+{
+    Bytes block(4 + 0xFFFF, 0x5A);
+    block[2] = 0xFF;
+    block[3] = 0xFF;
+    return download("zelDfuDownload_of_a_large_block", block);
 }
 
 } // namespace faults

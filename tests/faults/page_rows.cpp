@@ -306,4 +306,20 @@ std::vector<FaultRow> pageRows()
     return rows;
 }
 
+FaultRow retrievalOfLargeStrokes()
+{
+    // More than a request or an answer holds on the stack; a block of a shared chunk; and one of pages of its
+    // own, which grows as the bytes come.
+    PageData data;
+    data.strokesA = Bytes(5000, 0xa5);
+    data.strokesB = Bytes(100000, 0xb5);
+    FaultRow row =
+        retrievalRow("zelGetAllPages_with_large_strokes", getAllPages, retrieval(contract::list()));
+    row.exchanges[3].result = wire::binary(data.strokesA);
+    row.exchanges[4].result = wire::binary(data.strokesB);
+    row.outputs = shown(data);
+    row.withoutMemory.back().outputs = row.outputs;
+    return row;
+}
+
 } // namespace faults

@@ -1,0 +1,28 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdio>
+#include <gtest/gtest.h>
+#include <string>
+
+namespace faults {
+
+/** One allocation after the other is the first that fails, until there is none: check(n) makes the n-th fail
+ *  and answers whether there was one. Tells how many there were. */
+template <class Check>
+void failEveryAllocation(Check check)
+{
+    constexpr std::size_t kMost = 5000;
+    std::size_t n = 0;
+    bool failed = true;
+    while (failed && n < kMost && !testing::Test::HasFailure()) {
+        ++n;
+        SCOPED_TRACE("allocation " + std::to_string(n));
+        failed = check(n);
+    }
+    EXPECT_FALSE(failed);
+    EXPECT_GT(n, 1u) << "no allocation can fail";
+    std::printf("[ matrix   ] %6zu failing allocations\n", n - 1);
+}
+
+} // namespace faults

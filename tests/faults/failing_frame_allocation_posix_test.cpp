@@ -1,0 +1,183 @@
+// The functions that start, stop and release, when the memory runs out.
+#include "allocation_watch.h"
+#include "every_allocation.h"
+#include "process_counts.h"
+
+#include "session/discovery_record.h"
+#include "support/connected_pen.h"
+#include "sys/thread.h"
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <ostream>
+
+namespace faults {
+
+namespace {
+
+void freeRecord(DiscoveryHandle *record, void *)
+{
+    zelFreeDiscoveryHandle(&record);
+}
+
+std::uint32_t initialise()
+{
+    return zelInitialize(freeRecord, freeRecord, nullptr);
+}
+
+std::uint32_t initialiseDfu()
+{
+    return zelDfuInit(nullptr, freeRecord, freeRecord);
+}
+
+/** A function that starts a listener, and its counterparts. */
+struct Start {
+    const char *name;
+    std::uint32_t (*before)();
+    std::uint32_t (*start)();
+    std::uint32_t (*exit)();
+};
+
+void PrintTo(const Start &start, std::ostream *out)
+{
+    *out << start.name;
+}
+
+std::uint32_t nothing()
+{
+    return ZEL_OK;
+}
+
+const Start kStarts[] = {
+    {"zelInitialize", nothing, initialise, zelExit},
+    {"zelEnumeratePens", initialise, zelEnumeratePens, zelExit},
+    {"zelDfuInit", nothing, initialiseDfu, zelDfuExit},
+};
+
+std::uint32_t callWithout(std::size_t n, Memory memory, const std::function<std::uint32_t()> &call)
+{
+    const AllocationWatch watch;
+    failAllocation(n, memory);
+    return call();
+}
+
+class FailingStart : public testing::TestWithParam<Start>
+{
+protected:
+    FailingStart()
+    {
+        EXPECT_EQ(GetParam().before(), ZEL_OK);
+        EXPECT_EQ(GetParam().start(), ZEL_OK);
+        EXPECT_EQ(GetParam().exit(), ZEL_OK);
+        m_processBefore = countProcess();
+        m_allocationsBefore = outstandingAllocations();
+    }
+
+    void checkEveryAllocation(Memory memory)
+    {
+        failEveryAllocation([&](std::size_t n) { return check(n, memory); });
+    }
+
+private:
+    /** Whether there was an n-th allocation. */
+    bool check(std::size_t n, Memory memory)
+    {
+        EXPECT_EQ(GetParam().before(), ZEL_OK);
+        const std::uint32_t code = callWithout(n, memory, GetParam().start);
+        const bool failed = allocationHasFailed();
+        if (failed)
+            EXPECT_TRUE(code == ZEL_ERR_UNEXPECTED || code == ZEL_ERR_INVALID_ARGUMENT) << code;
+        else
+            EXPECT_EQ(code, ZEL_OK);
+        EXPECT_EQ(GetParam().exit(), ZEL_OK);
+        EXPECT_EQ(countProcess(), m_processBefore);
+        EXPECT_EQ(outstandingAllocations(), m_allocationsBefore);
+
+        EXPECT_EQ(GetParam().before(), ZEL_OK);
+        EXPECT_EQ(GetParam().start(), ZEL_OK);
+        EXPECT_EQ(GetParam().exit(), ZEL_OK);
+        return failed;
+    }
+
+    ProcessCounts m_processBefore;
+    std::size_t m_allocationsBefore = 0;
+};
+
+} // namespace
+
+TEST_P(FailingStart, OfWhichThereIsOne)
+{
+    checkEveryAllocation(Memory::FailsOnce);
+}
+
+TEST_P(FailingStart, AfterWhichAllFail)
+{
+    checkEveryAllocation(Memory::StaysShort);
+}
+
+INSTANTIATE_TEST_SUITE_P(Starts, FailingStart, testing::ValuesIn(kStarts),
+                         [](const auto &start) { return start.param.name; });
+
+// Who has no memory must be able to give some back.
+TEST(MemoryThatIsShort, ReleasingNeedsNone)
+{
+    zel::test::ScriptedPen service;
+    service.always("R1GL", zel::test::wire::result(zel::test::wire::boolean(true)));
+    const zel::DiscoveryRecord record = zel::test::arrivalOf(service, 0x0503);
+    ASSERT_EQ(initialise(), ZEL_OK);
+    ASSERT_EQ(initialiseDfu(), ZEL_OK);
+    char *text = nullptr;
+    char *list = new char[10];
+    std::uint8_t *data = new std::uint8_t[10];
+    DiscoveryHandle *own = new zel::DiscoveryRecord(record);
+    PenHandle *pen = nullptr;
+    DfuPenHandle *dfu = nullptr;
+    ASSERT_EQ(zelGetApiVersion(&text), ZEL_OK);
+    ASSERT_EQ(zelConnectPen(&record, &pen), ZEL_OK);
+    ASSERT_EQ(zelDfuConnectPen(&dfu, &record), ZEL_OK);
+
+    const std::function<std::uint32_t()> calls[] = {
+        [&] { return zelFreeString(&text); },
+        [&] { return zelFreePageList(&list); },
+        [&] { return zelFreePageData(&data); },
+        [&] { return zelFreeDiscoveryHandle(&own); },
+        [&] { return zelDisconnectPen(&pen); },
+        [&] { return zelDfuDisconnectPen(&dfu); },
+        [&] { return zelExit(); },
+        [&] { return zelDfuExit(); },
+    };
+    for (const auto &call : calls) {
+        EXPECT_EQ(callWithout(1, Memory::StaysShort, call), ZEL_OK);
+        EXPECT_FALSE(allocationHasFailed());
+    }
+    EXPECT_EQ(text, nullptr);
+    EXPECT_EQ(list, nullptr);
+    EXPECT_EQ(data, nullptr);
+    EXPECT_EQ(own, nullptr);
+    EXPECT_EQ(pen, nullptr);
+    EXPECT_EQ(dfu, nullptr);
+}
+
+// What a record tells is in it.
+TEST(MemoryThatIsShort, NumbersOfARecordNeedNone)
+{
+    const zel::test::InitializedLibrary library;
+    zel::DiscoveryRecord record;
+    record.swVersion = 0x0503;
+    record.vendorId = 0x1209;
+    record.dfu = 1;
+    std::uint16_t vendorId = 0;
+    std::uint16_t productId = 0;
+    std::uint8_t mode = 0;
+    EXPECT_EQ(callWithout(1, Memory::StaysShort,
+                          [&] { return zelGetDeviceVidAndPid(&record, &vendorId, &productId); }),
+              ZEL_OK);
+    EXPECT_FALSE(allocationHasFailed());
+    EXPECT_EQ(vendorId, 0x1209);
+    EXPECT_EQ(callWithout(1, Memory::StaysShort, [&] { return zelDfuGetMode(&record, &mode); }), ZEL_OK);
+    EXPECT_FALSE(allocationHasFailed());
+    EXPECT_EQ(mode, 1);
+}
+
+} // namespace faults
