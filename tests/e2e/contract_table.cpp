@@ -36,10 +36,9 @@ std::string DataOutput::show() const
     if (m_data == s_untouched)
         return "- " + m_length.show();
     std::string shown = m_data == nullptr ? "null" : "bytes";
-    if (m_data != nullptr) {
-        for (std::uint32_t i = 0; i < std::stoul(m_length.show()); ++i)
-            shown += " " + std::to_string(m_data[i]);
-    }
+    const std::size_t size = count();
+    for (std::size_t i = 0; i < size; ++i)
+        shown += " " + std::to_string(m_data[i]);
     return shown + " (" + m_length.show() + ")";
 }
 
@@ -110,7 +109,7 @@ std::string with(std::string outputs, const std::string &value)
     return outputs.replace(outputs.find('#'), 1, value);
 }
 
-Meaning flag(std::string text)
+Meaning flag(const std::string &text)
 {
     return [=](const Sample &sample) {
         const bool set = sample.number != 0;
@@ -121,12 +120,12 @@ Meaning flag(std::string text)
     };
 }
 
-Meaning number(int bits, std::string outputs)
+Meaning number(int bits, const std::string &outputs)
 {
     return [=](const Sample &sample) { return Expected{.outputs = with(outputs, cut(sample.number, bits))}; };
 }
 
-Meaning number(int bits, std::string expectedType, std::string complaint)
+Meaning number(int bits, const std::string &expectedType, const std::string &complaint)
 {
     return [=](const Sample &sample) {
         const bool expected = sample.type == expectedType;

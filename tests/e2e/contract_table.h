@@ -63,6 +63,9 @@ public:
     DataOutput &operator=(const DataOutput &) = delete;
     std::uint8_t **place() { return &m_data; }
     std::uint32_t *length() { return m_length.place(); }
+    /** What was handed out, null if nothing was. */
+    const std::uint8_t *bytes() const { return m_data == s_untouched ? nullptr : m_data; }
+    std::size_t count() const { return bytes() == nullptr ? 0 : std::stoul(m_length.show()); }
     std::string show() const;
 
 private:
@@ -170,11 +173,11 @@ Meaning list();
 /** Any list will do. */
 Meaning anyList();
 /** The result is taken for a flag, shown by # in the outputs and told in the log, after the text. */
-Meaning flag(std::string text);
+Meaning flag(const std::string &text);
 /** The result is converted to a number of so many bits, which stands for # in the outputs. */
-Meaning number(int bits, std::string outputs = "#");
+Meaning number(int bits, const std::string &outputs = "#");
 /** The same, with a text in the log when the type is not the expected one. */
-Meaning number(int bits, std::string expectedType, std::string complaint);
+Meaning number(int bits, const std::string &expectedType, const std::string &complaint);
 
 // --- rows ----------------------------------------------------------------------------------------
 

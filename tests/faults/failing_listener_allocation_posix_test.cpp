@@ -113,15 +113,18 @@ std::string nameOf(const testing::TestParamInfo<ListenerMode> &mode)
 class FailingListenerAllocation : public testing::TestWithParam<ListenerMode>
 {
 protected:
-    void SetUp() override { zel::setLogObserver(onLog); }
+    void SetUp() override
+    {
+        zel::setLogObserver(onLog);
+        m_before = countProcess();
+    }
     void TearDown() override { zel::setLogObserver(nullptr); }
 
     /** At the end none fails, and the listener, which has been started as often, announces everything. */
     void checkEveryAllocation(Memory memory)
     {
-        s_memory = memory;
         failEveryAllocation([&](std::size_t n) {
-            listen(n);
+            listen(n, memory);
             return s_failed.load();
         });
         EXPECT_EQ(s_announced, kAnnouncements);
@@ -129,23 +132,37 @@ protected:
         EXPECT_EQ(GetParam().exit(), ZEL_OK);
     }
 
-private:
-    /** Until the thread has ended or announced everything. */
-    void listen(std::size_t failing)
+    /** Until the thread has announced everything, or has ended. */
+    void start(std::size_t failing, Memory memory)
     {
-        s_failing = failing;
-        s_failed = false;
-        s_announced = 0;
-        const ProcessCounts before = countProcess();
-        const std::size_t allocationsBefore = outstandingAllocations();
-
+        expect(failing, memory);
         zel::RendezvousListener &listener = GetParam().create(m_server.endpoint());
         listener.setCallbacks(onAnnouncement, onAnnouncement, nullptr);
         EXPECT_TRUE(listener.StartRendezvous());
-        waitUntil([&] { return s_announced == kAnnouncements || countProcess().threads == before.threads; });
+        waitForListener();
+    }
+
+    static void expect(std::size_t failing, Memory memory)
+    {
+        s_failing = failing;
+        s_memory = memory;
+        s_failed = false;
+        s_announced = 0;
+    }
+
+    void waitForListener()
+    {
+        waitUntil(
+            [&] { return s_announced == kAnnouncements || countProcess().threads == m_before.threads; });
+    }
+
+private:
+    void listen(std::size_t failing, Memory memory)
+    {
+        const std::size_t allocationsBefore = outstandingAllocations();
+        start(failing, memory);
         EXPECT_EQ(GetParam().exit(), ZEL_OK);
-        waitUntil([&] { return countProcess() == before; });
-        EXPECT_EQ(countProcess(), before);
+        EXPECT_EQ(countProcess(m_before), m_before);
         EXPECT_EQ(outstandingAllocations(), allocationsBefore);
     }
 
@@ -157,6 +174,7 @@ private:
     }
 
     RendezvousServer m_server{announce};
+    ProcessCounts m_before;
 };
 
 } // namespace
@@ -172,5 +190,24 @@ TEST_P(FailingListenerAllocation, AfterWhichAllFail)
 }
 
 INSTANTIATE_TEST_SUITE_P(Modes, FailingListenerAllocation, testing::ValuesIn(kModes), nameOf);
+
+namespace {
+
+using ListenerWithoutMemory = FailingListenerAllocation;
+
+} // namespace
+
+TEST_P(ListenerWithoutMemory, IsBroughtBackByAnEnumeration)
+{
+    start(1, Memory::StaysShort);
+    EXPECT_EQ(s_announced, 0);
+    expect(0, Memory::FailsOnce);
+    EXPECT_EQ(zelEnumeratePens(), ZEL_OK);
+    waitForListener();
+    EXPECT_EQ(s_announced, kAnnouncements);
+    EXPECT_EQ(GetParam().exit(), ZEL_OK);
+}
+
+INSTANTIATE_TEST_SUITE_P(Pens, ListenerWithoutMemory, testing::Values(kModes[0]), nameOf);
 
 } // namespace faults

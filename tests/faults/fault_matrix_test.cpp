@@ -113,11 +113,13 @@ protected:
         s_bench = std::make_unique<Bench>();
     }
 
-    /** Without the service whatever is left is the library's. */
+    /** Without the service whatever is left is the library's; a descriptor a call would be thousands. */
     static void TearDownTestSuite()
     {
         s_bench.reset();
-        EXPECT_EQ(countProcess(), s_processBefore);
+        const ProcessCounts after = countProcess(s_processBefore);
+        EXPECT_LE(after.descriptors, s_processBefore.descriptors + (countsExactly() ? 0 : 8));
+        EXPECT_EQ(after.threads, s_processBefore.threads);
     }
 
     void SetUp() override { s_bench->begin(row()); }
@@ -169,8 +171,8 @@ protected:
     {
         static std::size_t s_test = 0;
         ASSERT_FALSE(m_variations.empty());
-        for (std::size_t i = s_test++ % std::min(kStride, m_variations.size()); i < m_variations.size();
-             i += kStride) {
+        for (std::size_t i = s_test++ % std::min(kStride, m_variations.size());
+             i < m_variations.size() && !HasFailure(); i += kStride) {
             SCOPED_TRACE("exchange " + std::to_string(m_variations[i].exchange) + ", " +
                          m_variations[i].what);
             check(m_variations[i]);

@@ -17,9 +17,13 @@ struct ProcessCounts {
 void PrintTo(const ProcessCounts &counts, std::ostream *out);
 
 ProcessCounts countProcess();
+/** The same, once they are as expected: a thread that has been joined, and a socket that its service is about
+ *  to close, count a moment longer. Waits for some seconds at the most. */
+ProcessCounts countProcess(const ProcessCounts &expected);
 
-/** Whether the counts can be had after every call. Not under Wine, where they take long, and where a
- *  socket that a service has closed now and then lives on until the service is gone. */
-bool countsQuickly() noexcept;
+/** Whether the counts can be had after every call, and to the one. Not under Wine, where they take long, a
+ *  socket that a service has closed may live on until the service is gone, and the system itself keeps a
+ *  handle now and then. */
+bool countsExactly() noexcept;
 
 } // namespace faults

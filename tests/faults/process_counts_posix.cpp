@@ -19,7 +19,7 @@ ProcessCounts countProcess()
     return {.descriptors = entriesOf("/proc/self/fd"), .threads = entriesOf("/proc/self/task")};
 }
 
-bool countsQuickly() noexcept
+bool countsExactly() noexcept
 {
     return true;
 }

@@ -44,7 +44,7 @@ ProcessCounts countProcess()
     return {.descriptors = handlesOfProcess(), .threads = threadsOfProcess()};
 }
 
-bool countsQuickly() noexcept
+bool countsExactly() noexcept
 {
     return false;
 }

@@ -1,7 +1,6 @@
 #include "subject.h"
 
 #include "dfu/dfu_listener.h"
-#include "sys/thread.h"
 
 #include <gtest/gtest.h>
 
@@ -50,15 +49,9 @@ void Bench::expectNothingLeft()
 {
     EXPECT_EQ(outstandingAllocations(), m_allocationsBefore);
     m_service.waitUntilClosed(); // mostly that is all
-    if (!countsQuickly())
-        return;
-    constexpr int kMostTries = 2000;
-    ProcessCounts after = countProcess();
-    for (int tries = 0; after != m_processBefore && tries < kMostTries; ++tries) {
-        zel::sleepMilliseconds(1);
-        after = countProcess();
+    if (countsExactly()) {
+        EXPECT_EQ(countProcess(m_processBefore), m_processBefore);
     }
-    EXPECT_EQ(after, m_processBefore);
 }
 
 Subject::Subject(Bench &bench, Mode mode) : m_handles{.record = &bench.record()}
