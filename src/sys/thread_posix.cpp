@@ -10,19 +10,40 @@
 
 namespace zel {
 
+/** A thread that is to park. The entry stays for ever, as the parked thread does: a handler may look at it
+ *  at any time, and the thread's id is never given to another. */
+struct Doomed {
+    pthread_t thread{};
+    std::atomic<bool> parked{false};
+    Doomed *next = nullptr;
+};
+
 namespace {
 
 // The one signal that a thread of the library takes; ignored by default, so one too many does no harm.
 constexpr int kParkSignal = SIGURG;
 constexpr int kLongestParkMilliseconds = 1000;
 
-// What the handler has to know of the thread that is to be parked. One at a time; static, because a
-// handler on another thread may still look at it when the parking is over.
-std::atomic<pthread_t> s_target;
-std::atomic<bool> s_parked;
-struct sigaction s_previous;
+std::atomic<Doomed *> s_doomed{nullptr}; // the latest first; one kill at a time adds to it
+struct sigaction s_previous;             // the host's handler while ours is in place
 
-static_assert(std::atomic<pthread_t>::is_always_lock_free && std::atomic<bool>::is_always_lock_free);
+static_assert(std::atomic<Doomed *>::is_always_lock_free && std::atomic<bool>::is_always_lock_free);
+
+Doomed *currentDoomed()
+{
+    Doomed *doomed = s_doomed;
+    while (doomed != nullptr && !pthread_equal(pthread_self(), doomed->thread))
+        doomed = doomed->next;
+    return doomed;
+}
+
+bool haveAllParked()
+{
+    const Doomed *doomed = s_doomed;
+    while (doomed != nullptr && doomed->parked)
+        doomed = doomed->next;
+    return doomed == nullptr;
+}
 
 void forward(int signal, siginfo_t *info, void *context)
 {
@@ -44,30 +65,42 @@ void forward(int signal, siginfo_t *info, void *context)
 
 void onParkSignal(int signal, siginfo_t *info, void *context)
 {
-    if (!pthread_equal(pthread_self(), s_target)) {
+    Doomed *const doomed = currentDoomed();
+    if (doomed == nullptr) {
         forward(signal, info, context);
         return;
     }
-    s_parked = true;
+    doomed->parked = true;
     parkForEver();
 }
 
-void parkThread(pthread_t target)
+void installHandler()
 {
-    s_parked = false;
-    s_target = target;
-    sigaction(kParkSignal, nullptr, &s_previous);
+    struct sigaction present {
+    };
+    sigaction(kParkSignal, nullptr, &present);
+    // Ours is still there when a thread of an earlier kill has not let the signal in yet.
+    if ((present.sa_flags & SA_SIGINFO) != 0 && present.sa_sigaction == onParkSignal)
+        return;
+    s_previous = present;
     struct sigaction action {
     };
     action.sa_sigaction = onParkSignal;
     action.sa_flags = SA_SIGINFO | SA_RESTART | SA_ONSTACK;
     sigemptyset(&action.sa_mask);
     sigaction(kParkSignal, &action, nullptr);
-    pthread_kill(target, kParkSignal);
-    for (int waited = 0; !s_parked && waited < kLongestParkMilliseconds; ++waited)
+}
+
+void parkThread(Doomed &target)
+{
+    target.next = s_doomed;
+    s_doomed = &target;
+    installHandler();
+    pthread_kill(target.thread, kParkSignal);
+    for (int waited = 0; !target.parked && waited < kLongestParkMilliseconds; ++waited)
         sleepMilliseconds(1);
     // A thread that a callback made block the signal parks when it lets it in: the handler waits for it.
-    if (s_parked)
+    if (haveAllParked())
         sigaction(kParkSignal, &s_previous, nullptr);
 }
 
@@ -87,6 +120,7 @@ sigset_t hostSignals()
 struct LThread::Native {
     pthread_t thread{};
     std::atomic<bool> exists{false};
+    std::unique_ptr<Doomed> doomed = std::make_unique<Doomed>(); // made early: a kill needs no memory
 
     // The reference to a forced unwinding is bound to nothing: it is the C library's, not a C++ object.
     [[gnu::no_sanitize("null")]] static void *entry(void *thread)
@@ -149,7 +183,9 @@ void LThread::stop()
         m_native->letGo();
         parkForEver();
     }
-    parkThread(m_native->thread);
+    Doomed &doomed = *m_native->doomed.release();
+    doomed.thread = m_native->thread;
+    parkThread(doomed);
     m_native->letGo();
 }
 
