@@ -14,8 +14,7 @@ constexpr std::uint64_t kLocked = 0x220000beef;
 
 pensim::PenSpec pen(std::uint64_t id, const char *protocol = "PSP41")
 {
-    pensim::PenSpec spec;
-    spec.id = id;
+    pensim::PenSpec spec = penOf(id);
     spec.protocols = {protocol};
     return spec;
 }
@@ -86,9 +85,7 @@ TEST(Discovery, EnumeratingAnnouncesEveryPenAnew)
 
 TEST(Discovery, PensInFirmwareUpgradeModeAreNotAnnouncedToOrdinaryHosts)
 {
-    pensim::PenSpec firmware = pen(8);
-    firmware.dfuMode = true;
-    pensim::Service service({}, {{firmware, pen(9)}, {}});
+    pensim::Service service({}, {{penOf(8, Mode::firmwareUpgrade), pen(9)}, {}});
     service.start();
     Host host;
     EXPECT_EQ(host.arrivals(1), (Ids{9}));

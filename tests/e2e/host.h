@@ -34,15 +34,30 @@ inline Bytes takeData(std::uint8_t *data, std::uint32_t length)
     return copy;
 }
 
-/** A host: initialises the library for as long as it lives and keeps the records that the callbacks
- *  get. The callbacks come on the library's thread, everything else is called on the test's. */
+enum class Mode { ordinary, firmwareUpgrade };
+
+inline pensim::PenSpec penOf(std::uint64_t id, Mode mode = Mode::ordinary)
+{
+    pensim::PenSpec spec;
+    spec.id = id;
+    spec.dfuMode = mode == Mode::firmwareUpgrade;
+    return spec;
+}
+
+/** A host: initialises one mode of the library for as long as it lives and keeps the records that the
+ *  callbacks get. The callbacks come on the library's thread, everything else is called on the test's. */
 class Host
 {
 public:
-    Host() { EXPECT_EQ(zelInitialize(&Host::onArrival, &Host::onDeparture, this), ZEL_OK); }
+    explicit Host(Mode mode = Mode::ordinary) : m_mode(mode)
+    {
+        EXPECT_EQ(mode == Mode::ordinary ? zelInitialize(&Host::onArrival, &Host::onDeparture, this)
+                                         : zelDfuInit(this, &Host::onArrival, &Host::onDeparture),
+                  ZEL_OK);
+    }
     ~Host()
     {
-        EXPECT_EQ(zelExit(), ZEL_OK);
+        EXPECT_EQ(m_mode == Mode::ordinary ? zelExit() : zelDfuExit(), ZEL_OK);
         forget();
     }
     Host(const Host &) = delete;
@@ -111,6 +126,7 @@ private:
         return ids;
     }
 
+    const Mode m_mode;
     std::mutex m_mutex;
     std::condition_variable m_changed;
     Records m_arrivals;
