@@ -361,7 +361,7 @@ void Pen::refuseConnections(bool refuse)
             return;
         if (refuse)
             m_impl->server->stopListening();
-        else
+        else if (!m_impl->server->listening())
             m_impl->server->listen(m_impl->server->port());
     });
 }

@@ -35,6 +35,7 @@ public:
     void close(); // everything
     void closeConnections(Ending ending);
     std::uint16_t port() const { return m_port; }
+    bool listening() const { return m_acceptor.has_value(); }
 
 private:
     friend class PspSession;

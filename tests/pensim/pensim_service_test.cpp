@@ -251,6 +251,8 @@ TEST_F(PensimService, RefusedConnectionsComeBackOnTheSamePort)
     EXPECT_FALSE(canConnect(port));
     pen.refuseConnections(false);
     EXPECT_TRUE(canConnect(port));
+    pen.refuseConnections(false); // once more changes nothing
+    EXPECT_TRUE(canConnect(port));
     TcpClient client(port);
     ask(client, kGetVersion, kVersion.size());
     pen.closeConnections(Ending::close);
