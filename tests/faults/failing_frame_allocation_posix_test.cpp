@@ -1,7 +1,7 @@
 // The functions that start, stop and release, when the memory runs out.
 #include "allocation_watch.h"
 #include "every_allocation.h"
-#include "process_counts.h"
+#include "support/process_counts.h"
 
 #include "session/discovery_record.h"
 #include "support/connected_pen.h"
@@ -69,7 +69,7 @@ protected:
         EXPECT_EQ(GetParam().before(), ZEL_OK);
         EXPECT_EQ(GetParam().start(), ZEL_OK);
         EXPECT_EQ(GetParam().exit(), ZEL_OK);
-        m_processBefore = countProcess();
+        m_processBefore = zel::test::countProcess();
         m_allocationsBefore = outstandingAllocations();
     }
 
@@ -90,7 +90,7 @@ private:
         else
             EXPECT_EQ(code, ZEL_OK);
         EXPECT_EQ(GetParam().exit(), ZEL_OK);
-        EXPECT_EQ(countProcess(m_processBefore), m_processBefore);
+        EXPECT_EQ(zel::test::countProcess(m_processBefore), m_processBefore);
         EXPECT_EQ(outstandingAllocations(), m_allocationsBefore);
 
         EXPECT_EQ(GetParam().before(), ZEL_OK);
@@ -99,7 +99,7 @@ private:
         return failed;
     }
 
-    ProcessCounts m_processBefore;
+    zel::test::ProcessCounts m_processBefore;
     std::size_t m_allocationsBefore = 0;
 };
 

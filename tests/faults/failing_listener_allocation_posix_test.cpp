@@ -2,7 +2,7 @@
 // started again.
 #include "allocation_watch.h"
 #include "every_allocation.h"
-#include "process_counts.h"
+#include "support/process_counts.h"
 
 #include "dfu/dfu_listener.h"
 #include "session/manager.h"
@@ -116,7 +116,7 @@ protected:
     void SetUp() override
     {
         zel::setLogObserver(onLog);
-        m_before = countProcess();
+        m_before = zel::test::countProcess();
     }
     void TearDown() override { zel::setLogObserver(nullptr); }
 
@@ -152,8 +152,9 @@ protected:
 
     void waitForListener()
     {
-        waitUntil(
-            [&] { return s_announced == kAnnouncements || countProcess().threads == m_before.threads; });
+        waitUntil([&] {
+            return s_announced == kAnnouncements || zel::test::countProcess().threads == m_before.threads;
+        });
     }
 
 private:
@@ -162,7 +163,7 @@ private:
         const std::size_t allocationsBefore = outstandingAllocations();
         start(failing, memory);
         EXPECT_EQ(GetParam().exit(), ZEL_OK);
-        EXPECT_EQ(countProcess(m_before), m_before);
+        EXPECT_EQ(zel::test::countProcess(m_before), m_before);
         EXPECT_EQ(outstandingAllocations(), allocationsBefore);
     }
 
@@ -174,7 +175,7 @@ private:
     }
 
     RendezvousServer m_server{announce};
-    ProcessCounts m_before;
+    zel::test::ProcessCounts m_before;
 };
 
 } // namespace

@@ -109,7 +109,7 @@ protected:
     static void SetUpTestSuite()
     {
         std::make_unique<Bench>(); // with the first comes what the system's sockets need
-        s_processBefore = countProcess();
+        s_processBefore = zel::test::countProcess();
         s_bench = std::make_unique<Bench>();
     }
 
@@ -117,8 +117,8 @@ protected:
     static void TearDownTestSuite()
     {
         s_bench.reset();
-        const ProcessCounts after = countProcess(s_processBefore);
-        EXPECT_LE(after.descriptors, s_processBefore.descriptors + (countsExactly() ? 0 : 8));
+        const zel::test::ProcessCounts after = zel::test::countProcess(s_processBefore);
+        EXPECT_LE(after.descriptors, s_processBefore.descriptors + (zel::test::countsExactly() ? 0 : 8));
         EXPECT_EQ(after.threads, s_processBefore.threads);
     }
 
@@ -221,13 +221,13 @@ private:
     }
 
     static std::unique_ptr<Bench> s_bench;
-    static ProcessCounts s_processBefore;
+    static zel::test::ProcessCounts s_processBefore;
 
     std::vector<Variation> m_variations;
 };
 
 std::unique_ptr<Bench> FaultsOfExport::s_bench;
-ProcessCounts FaultsOfExport::s_processBefore;
+zel::test::ProcessCounts FaultsOfExport::s_processBefore;
 
 } // namespace
 
@@ -333,9 +333,9 @@ TEST(FaultMatrix, PenThatCannotBeReachedLeavesAHandle)
     Bench bench;
     bench.service().stopListening();
     expectNoConnection(bench); // with it comes what the system needs for a refusal
-    const std::size_t before = countProcess().descriptors;
+    const std::size_t before = zel::test::countProcess().descriptors;
     expectNoConnection(bench);
-    EXPECT_EQ(countProcess().descriptors, before);
+    EXPECT_EQ(zel::test::countProcess().descriptors, before);
 }
 
 INSTANTIATE_TEST_SUITE_P(Matrix, FaultsOfExport, testing::ValuesIn(askingRows()), nameOfRow);

@@ -16,7 +16,7 @@ Bench::Bench() : m_record(zel::test::arrivalOf(m_service, zel::test::ConnectedPe
         const Subject first(*this, Mode::Pen);
     }
     EXPECT_TRUE(m_service.waitUntilClosed());
-    m_processBefore = countProcess();
+    m_processBefore = zel::test::countProcess();
 }
 
 Bench::~Bench()
@@ -49,8 +49,8 @@ void Bench::expectNothingLeft()
 {
     EXPECT_EQ(outstandingAllocations(), m_allocationsBefore);
     m_service.waitUntilClosed(); // mostly that is all
-    if (countsExactly()) {
-        EXPECT_EQ(countProcess(m_processBefore), m_processBefore);
+    if (zel::test::countsExactly()) {
+        EXPECT_EQ(zel::test::countProcess(m_processBefore), m_processBefore);
     }
 }
 

@@ -2,7 +2,7 @@
 
 #include "allocation_watch.h"
 #include "fault_rows.h"
-#include "process_counts.h"
+#include "support/process_counts.h"
 
 #include "session/discovery_record.h"
 #include "support/connected_pen.h"
@@ -33,7 +33,7 @@ private:
     zel::test::InitializedLibrary m_library;
     zel::test::ScriptedPen m_service;
     zel::DiscoveryRecord m_record;
-    ProcessCounts m_processBefore;
+    zel::test::ProcessCounts m_processBefore;
     std::size_t m_allocationsBefore = 0;
 };
 

@@ -2,7 +2,7 @@
 
 #include "process_memory.h"
 
-#include "faults/process_counts.h"
+#include "support/process_counts.h"
 
 #include <string>
 #include <vector>
@@ -12,7 +12,7 @@ namespace soak {
 /** What the process held after one round. */
 struct Sample {
     ProcessMemory memory;
-    faults::ProcessCounts counts;
+    zel::test::ProcessCounts counts;
 };
 
 /** Whether a process keeps what it has: compares the last quarter of the rounds with the second, the
@@ -20,7 +20,9 @@ struct Sample {
 class Growth
 {
 public:
-    void add(const Sample &sample) { m_samples.push_back(sample); }
+    Growth() { m_samples.reserve(kMostSamples); }
+
+    void add(const Sample &sample);
 
     /** Empty when nothing grew; else what did. */
     std::string complaint() const;
@@ -29,7 +31,12 @@ public:
     std::size_t samples() const { return m_samples.size(); }
 
 private:
+    /** The samples must not be what grows: when there are so many, every second one is dropped. */
+    static constexpr std::size_t kMostSamples = 4096;
+
     std::vector<Sample> m_samples;
+    std::size_t m_stride = 1;
+    std::size_t m_rounds = 0;
 };
 
 } // namespace soak

@@ -101,7 +101,7 @@ int run(const Options &options)
             return 1;
         }
         calls += round.calls();
-        const soak::Sample sample{.memory = soak::measureMemory(), .counts = faults::countProcess()};
+        const soak::Sample sample{.memory = soak::measureMemory(), .counts = zel::test::countProcess()};
         growth.add(sample);
         if (elapsed() >= told) {
             tell(fmt::format("{:5.1f} min {:>6} rounds {:>8} calls  {}", elapsed(), rounds + 1, calls,

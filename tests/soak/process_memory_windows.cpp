@@ -1,5 +1,7 @@
 #include "process_memory.h"
 
+#include <array>
+
 #include <windows.h>
 
 #include <psapi.h>
@@ -20,15 +22,25 @@ std::size_t bytesInHeap(HANDLE heap)
     return bytes;
 }
 
+// The C library may have a heap of its own beside the process's.
+std::size_t bytesInHeaps()
+{
+    std::array<HANDLE, 64> heaps{};
+    const DWORD count = GetProcessHeaps(static_cast<DWORD>(heaps.size()), heaps.data());
+    std::size_t bytes = 0;
+    for (std::size_t i = 0; i < count && i < heaps.size(); ++i)
+        bytes += bytesInHeap(heaps[i]);
+    return bytes;
+}
+
 } // namespace
 
 ProcessMemory measureMemory()
 {
-    PROCESS_MEMORY_COUNTERS_EX counters{};
+    PROCESS_MEMORY_COUNTERS counters{};
     counters.cb = sizeof counters;
-    K32GetProcessMemoryInfo(GetCurrentProcess(), reinterpret_cast<PROCESS_MEMORY_COUNTERS *>(&counters),
-                            sizeof counters);
-    return {.inUse = bytesInHeap(GetProcessHeap()), .resident = counters.PrivateUsage};
+    K32GetProcessMemoryInfo(GetCurrentProcess(), &counters, sizeof counters);
+    return {.inUse = bytesInHeaps(), .resident = counters.WorkingSetSize};
 }
 
 } // namespace soak

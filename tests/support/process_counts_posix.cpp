@@ -1,9 +1,9 @@
-#include "process_counts.h"
+#include "support/process_counts.h"
 
 #include <filesystem>
 #include <iterator>
 
-namespace faults {
+namespace zel::test {
 
 namespace {
 
@@ -24,4 +24,4 @@ bool countsExactly() noexcept
     return true;
 }
 
-} // namespace faults
+} // namespace zel::test

@@ -1,10 +1,10 @@
-#include "process_counts.h"
+#include "support/process_counts.h"
 
-#include "sys/thread.h"
-
+#include <chrono>
 #include <ostream>
+#include <thread>
 
-namespace faults {
+namespace zel::test {
 
 void PrintTo(const ProcessCounts &counts, std::ostream *out)
 {
@@ -16,10 +16,10 @@ ProcessCounts countProcess(const ProcessCounts &expected)
     constexpr int kMostTries = 2000;
     ProcessCounts counts = countProcess();
     for (int tries = 0; counts != expected && tries < kMostTries; ++tries) {
-        zel::sleepMilliseconds(1);
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
         counts = countProcess();
     }
     return counts;
 }
 
-} // namespace faults
+} // namespace zel::test

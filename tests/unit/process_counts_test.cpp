@@ -1,5 +1,5 @@
-// What the matrix relies on when it finds nothing left behind.
-#include "process_counts.h"
+// What tests rely on that find nothing left behind.
+#include "support/process_counts.h"
 
 #include "support/loopback.h"
 
@@ -8,7 +8,7 @@
 #include <future>
 #include <thread>
 
-namespace faults {
+using namespace zel::test;
 
 TEST(ProcessCounts, SocketIsCounted)
 {
@@ -42,5 +42,3 @@ TEST(ProcessCounts, ThreadIsCounted)
     EXPECT_EQ(threadsBesideAnother(), before.threads + 1);
     EXPECT_EQ(countProcess(before).threads, before.threads);
 }
-
-} // namespace faults

@@ -1,4 +1,4 @@
-#include "process_counts.h"
+#include "support/process_counts.h"
 
 #include <cstdint>
 
@@ -6,7 +6,7 @@
 
 #include <tlhelp32.h>
 
-namespace faults {
+namespace zel::test {
 
 namespace {
 
@@ -49,4 +49,4 @@ bool countsExactly() noexcept
     return false;
 }
 
-} // namespace faults
+} // namespace zel::test

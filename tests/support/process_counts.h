@@ -3,7 +3,7 @@
 #include <cstddef>
 #include <iosfwd>
 
-namespace faults {
+namespace zel::test {
 
 /** What the process holds; a call that cleans up after itself leaves it as it was. */
 struct ProcessCounts {
@@ -26,4 +26,4 @@ ProcessCounts countProcess(const ProcessCounts &expected);
  *  handle now and then. */
 bool countsExactly() noexcept;
 
-} // namespace faults
+} // namespace zel::test
