@@ -126,37 +126,37 @@ TEST_F(Callback, IsWaitedForByEnumerationAndExit)
     EXPECT_EQ(arrival.ended, 2);
 }
 
-// One hangs in the library itself, on a pen that never answers, one in a wait of the host's own. Both stops
-// run at once, for their limit is long.
+// One hangs in the library itself, on a pen that never answers, one in a wait of the host's own. Both are
+// stopped at once, for the limit of a stop is long.
 TEST_F(Callback, ThatBlocksPastTheLimitIsStoppedWhereItStands)
 {
     m_service.pen(kPenId).onInstruction(instruction::lockStatus, Reply::silence(), 1);
     // A thread that was stopped never lets go of what it had: its host must not go away.
     static Reaction s_arrival{drivePen};
     static Reaction s_dfuArrival{[](const DiscoveryHandle *) { std::this_thread::sleep_for(1h); }};
+    s_arrival.ended = 0;
     s_dfuArrival.begun = 0;
     ASSERT_EQ(initialize(s_arrival), ZEL_OK);
     ASSERT_EQ(dfuInit(s_dfuArrival), ZEL_OK);
     EXPECT_TRUE(m_service.pen(kPenId).waitForRequests(instruction::lockStatus, 1, kPatience));
     EXPECT_TRUE(waitFor(s_dfuArrival.begun, 1));
     const LogCapture log;
-    std::thread otherExit([] { EXPECT_EQ(zelDfuExit(), ZEL_OK); });
-    EXPECT_EQ(zelExit(), ZEL_OK);
-    otherExit.join();
-    EXPECT_EQ(s_arrival.ended, 0);
-    EXPECT_EQ(s_dfuArrival.ended, 0);
+    std::thread otherStop([] { EXPECT_EQ(zelDfuExit(), ZEL_OK); });
+    EXPECT_EQ(zelEnumeratePens(), ZEL_OK);
+    otherStop.join();
     if (log.available()) {
         EXPECT_TRUE(log.contains("*** RendezvousThread refused to stop and was killed ***"));
         EXPECT_TRUE(log.contains("*** CDfuRendezvousThread refused to stop and was killed ***"));
     }
 
-    Host host;
+    EXPECT_TRUE(waitFor(s_arrival.ended, 1)) << "the pen arrives anew, and answers";
     Host firmware(Mode::firmwareUpgrade);
-    drivePen(host.record(kPenId));
     driveFirmwarePen(firmware.record(kFirmwarePen));
     m_service.pen(kPenId).closeConnections(pensim::Ending::close);
     std::this_thread::sleep_for(50ms);
-    EXPECT_EQ(s_arrival.ended, 0) << "the wait has ended, yet the thread stays stopped";
+    EXPECT_EQ(s_arrival.ended, 1) << "the wait has ended, yet the thread stays stopped";
+    EXPECT_EQ(s_dfuArrival.ended, 0);
+    EXPECT_EQ(zelExit(), ZEL_OK);
 }
 
 } // namespace
