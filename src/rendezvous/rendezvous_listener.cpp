@@ -32,6 +32,17 @@ DiscoveryRecord *makeRecord(const RendezvousEvent &event, PenChange change, std:
     return record.release();
 }
 
+/** A callback that kept a kill out for longer than a stop waits comes back to a listener that is gone:
+ *  the kill must strike here, also when it comes back by an exception. */
+class HostCall
+{
+public:
+    HostCall() = default;
+    HostCall(const HostCall &) = delete;
+    HostCall &operator=(const HostCall &) = delete;
+    ~HostCall() { acceptKill(); }
+};
+
 } // namespace
 
 RendezvousListener::RendezvousListener(const ListenerProfile &profile, const net::Endpoint &server)
@@ -200,16 +211,20 @@ void RendezvousListener::penDeparted(const RendezvousEvent &event)
 
 void RendezvousListener::announceArrival(const RendezvousEvent &event)
 {
-    if (m_arrived != nullptr)
-        m_arrived(makeRecord(event, PenChange::Arrived, m_server.address), m_callbackContext);
+    if (m_arrived == nullptr)
+        return;
+    const HostCall call;
+    m_arrived(makeRecord(event, PenChange::Arrived, m_server.address), m_callbackContext);
 }
 
 void RendezvousListener::announceDeparture(const RendezvousEvent &event)
 {
     // Asks for the one callback and calls the other: a host that takes no arrivals hears of no
     // departure either.
-    if (m_arrived != nullptr)
-        m_departed(makeRecord(event, PenChange::Departed, 0), m_callbackContext);
+    if (m_arrived == nullptr)
+        return;
+    const HostCall call;
+    m_departed(makeRecord(event, PenChange::Departed, 0), m_callbackContext);
 }
 
 void RendezvousListener::logFailure(const char *what, const std::exception &failure) const

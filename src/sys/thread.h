@@ -8,6 +8,9 @@
 namespace zel {
 
 void sleepMilliseconds(std::uint32_t milliseconds);
+/** Lets a kill into the calling thread again, whatever foreign code did to its signals. A kill that waits
+ *  strikes before this returns. */
+void acceptKill() noexcept;
 
 /** The body of a thread. */
 class LThreadImpl

@@ -146,6 +146,14 @@ void sleepMilliseconds(std::uint32_t milliseconds)
     std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds));
 }
 
+void acceptKill() noexcept
+{
+    sigset_t park;
+    sigemptyset(&park);
+    sigaddset(&park, kParkSignal);
+    pthread_sigmask(SIG_UNBLOCK, &park, nullptr);
+}
+
 LThread::LThread(bool autoDelete) : m_native(std::make_unique<Native>()), m_autoDelete(autoDelete) {}
 
 LThread::~LThread()

@@ -32,6 +32,8 @@ void sleepMilliseconds(std::uint32_t milliseconds)
     Sleep(milliseconds);
 }
 
+void acceptKill() noexcept {} // no thread can keep one out
+
 LThread::LThread(bool autoDelete) : m_native(std::make_unique<Native>()), m_autoDelete(autoDelete) {}
 
 LThread::~LThread()

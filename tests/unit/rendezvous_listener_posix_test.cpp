@@ -6,10 +6,15 @@
 
 #include <gtest/gtest.h>
 
+#include <csignal>
 #include <cstdlib>
 #include <filesystem>
 #include <iterator>
 #include <memory>
+#include <mutex>
+#include <vector>
+
+#include <pthread.h>
 
 using zel::CZELManager;
 namespace wire = rendezvous_wire;
@@ -105,6 +110,56 @@ TEST(RendezvousListenerOnPosix, StopEndsAConnectThatHangs)
         EXPECT_TRUE(manager->StopRendezvous());
     }
     EXPECT_EQ(log.count(kKilled), 0u);
+}
+
+namespace {
+
+/** Tells for each arrival whether the signal of a kill may come in, and then shuts it out. */
+struct DeafHost {
+    std::mutex lock;
+    std::vector<bool> wasDeaf;
+
+    static void arrived(DiscoveryHandle *record, void *context)
+    {
+        takeRecord(record, nullptr);
+        sigset_t urgent;
+        sigset_t before;
+        sigemptyset(&urgent);
+        sigaddset(&urgent, SIGURG);
+        pthread_sigmask(SIG_BLOCK, &urgent, &before);
+        auto &host = *static_cast<DeafHost *>(context);
+        const std::lock_guard guard(host.lock);
+        host.wasDeaf.push_back(sigismember(&before, SIGURG) == 1);
+    }
+
+    std::vector<bool> waitForArrivals(std::size_t count)
+    {
+        for (int i = 0; i < 2000; ++i) {
+            zel::sleepMilliseconds(10);
+            const std::lock_guard guard(lock);
+            if (wasDeaf.size() >= count)
+                return wasDeaf;
+        }
+        return {};
+    }
+};
+
+} // namespace
+
+// A kill whose signal a callback keeps out gives up waiting: it must strike before the thread, back from the
+// callback, touches a listener that is gone.
+TEST(RendezvousListenerOnPosix, CallbackDoesNotLeaveTheThreadDeafToAKill)
+{
+    RendezvousServer server([](const loopback::OwnedSocket &client) {
+        wire::enumerate(client, {wire::pen("", "1"), wire::pen("", "2")});
+        wire::untilClosed(client);
+    });
+    DeafHost host;
+    CZELManager manager(server.endpoint());
+    manager.setCallbacks(DeafHost::arrived, takeRecord, &host);
+    ASSERT_TRUE(manager.StartRendezvous());
+    EXPECT_EQ(host.waitForArrivals(2), (std::vector<bool>{false, false}));
+    manager.StopRendezvous();
 }
 
 namespace {
