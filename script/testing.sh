@@ -7,11 +7,43 @@ passed=0
 failed=0
 running= # process group of the test program that is running
 
+background= # process group of what start_background started
+
+# start_background FUNCTION: which calls background for each step, while the script goes on.
+start_background() {
+    rm -f "$logs"/background-*
+    set -m # a process group of its own, so that it can be stopped
+    (renice -n 10 "$BASHPID" && "$1") </dev/null >/dev/null 2>&1 & # the tests come first
+    background=$!
+    set +m
+}
+
+# background NAME COMMAND...: a step in the background; "finished NAME" waits for it.
+background() {
+    local log=$logs/background-$1 status=0
+    shift
+    ("$@") >"$log.log" 2>&1 || status=$?
+    say "$status" >"$log.part" && mv "$log.part" "$log.status"
+}
+
+# finished NAME: what a step in the background printed, and how it ended.
+finished() {
+    local log=$logs/background-$1
+    while ! [ -e "$log.status" ] && kill -0 "$background" 2>/dev/null; do sleep 0.2; done
+    cat "$log.log"
+    return "$(cat "$log.status")"
+}
+
+stop_background() {
+    [ -z "$background" ] || kill -- "-$background" 2>/dev/null || true
+    background=
+}
+
 stop_running() {
     [ -z "$running" ] || kill -KILL -- "-$running" 2>/dev/null || true
     running=
 }
-trap stop_running EXIT
+trap 'stop_running; stop_background' EXIT
 trap 'exit 130' INT TERM
 
 # Starts the calling script again in a network namespace of its own, where that is permitted:

@@ -29,7 +29,7 @@ stop_wine() {
     wait "$wineserver_pid" 2>/dev/null || true
     wineserver_pid=
 }
-trap 'stop_running; stop_wine' EXIT
+trap 'stop_running; stop_background; stop_wine' EXIT
 
 # Wine's server process now and then fails an assertion of its own, and takes the programs that
 # run with it. That says nothing about the test, which is run again; a test that failed never is.
