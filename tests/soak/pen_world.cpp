@@ -105,7 +105,7 @@ std::uint32_t randomInstruction(Random &random)
     return random.pick(kInstructions);
 }
 
-// A connection of some client may have the number of a port that is to be listened on again.
+// A port that was just listened on may be in use a moment longer.
 template <class Listen>
 void onceThePortIsFree(const Listen &listen)
 {
@@ -133,7 +133,7 @@ std::vector<pensim::PenSpec> pens(Random &random)
 
 PenWorld::PenWorld(Random &random) : m_service({.record = false}, {.pens = pens(random)})
 {
-    m_service.start();
+    onceThePortIsFree([&] { m_service.start(); });
 }
 
 void PenWorld::disturb(Random random, const std::atomic<bool> &end)
@@ -195,7 +195,7 @@ void PenWorld::disturbRendezvous(Random &random)
     switch (random.below(6)) {
     case 0:
         rendezvous.shutDown(random.oneIn(2) ? Ending::close : Ending::reset);
-        rendezvous.listen();
+        onceThePortIsFree([&] { rendezvous.listen(); });
         break;
     case 1:
         rendezvous.closeConnections(random.oneIn(2) ? Ending::close : Ending::reset);
