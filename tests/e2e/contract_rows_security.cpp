@@ -28,8 +28,8 @@ Row securityRow(Row row)
     return row;
 }
 
-Row hasRow(const char *name, std::uint32_t (*call)(PenHandle *, std::uint8_t *), Bytes request,
-           Meaning meaning)
+Row hasRow(const char *name, std::uint32_t (*call)(PenHandle *, std::uint8_t *), const Bytes &request,
+           const Meaning &meaning)
 {
     return securityRow({.name = name,
                         .call =
@@ -44,7 +44,8 @@ Row hasRow(const char *name, std::uint32_t (*call)(PenHandle *, std::uint8_t *),
                         .failed = "-"});
 }
 
-Row clearRow(const char *name, std::uint32_t (*call)(PenHandle *), Bytes request, Meaning meaning)
+Row clearRow(const char *name, std::uint32_t (*call)(PenHandle *), const Bytes &request,
+             const Meaning &meaning)
 {
     return securityRow({.name = name,
                         .call = [=](PenHandle *pen) { return outcome(call(pen)); },
@@ -53,7 +54,7 @@ Row clearRow(const char *name, std::uint32_t (*call)(PenHandle *), Bytes request
 
 } // namespace
 
-std::vector<Row> securityRows()
+std::vector<Row> securityRows() // NOLINT(readability-function-size): a table
 {
     const Exchange fetched{.request = bytesOf("'R2SM' 01  00 03 0002"), .result = wire::int32(0)};
     const Exchange nothingFetched{.request = bytesOf("'R2SM' 01  00 03 0003"), .result = wire::int32(0)};

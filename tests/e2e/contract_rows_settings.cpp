@@ -9,7 +9,7 @@ namespace {
 namespace wire = zel::test::wire;
 
 /** A clock, shown by # in the outputs: any type but a long64 is a complaint and 0. */
-Meaning clock(std::string name, std::string outputs)
+Meaning clock(const std::string &name, const std::string &outputs)
 {
     return [=](const Sample &sample) {
         if (sample.type == "long64")
@@ -27,7 +27,7 @@ const Bytes kRevisions =
 
 } // namespace
 
-std::vector<Row> settingsRows()
+std::vector<Row> settingsRows() // NOLINT(readability-function-size): a table
 {
     return {
         {.name = "zelSetTime",

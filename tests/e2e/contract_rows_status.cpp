@@ -9,7 +9,7 @@ namespace {
 namespace wire = zel::test::wire;
 
 /** A text of the user data, shown by # in the outputs; an empty value is an empty text. */
-Meaning userText(std::string outputs)
+Meaning userText(const std::string &outputs)
 {
     return [=](const Sample &sample) {
         return Expected{.outputs = with(outputs, sample.isNull() ? "" : sample.text)};
@@ -22,7 +22,7 @@ const Bytes kRange = wire::list({wire::short16(11), wire::short16(12), wire::nul
 
 } // namespace
 
-std::vector<Row> statusRows()
+std::vector<Row> statusRows() // NOLINT(readability-function-size): a table
 {
     return {
         {.name = "zelSetUserData",

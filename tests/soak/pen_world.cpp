@@ -234,10 +234,10 @@ void PenWorld::calmDown()
     m_service.rendezvous().closeConnections(Ending::close);
 }
 
-std::vector<std::uint64_t> PenWorld::penIds() const
+std::vector<std::uint64_t> PenWorld::penIds()
 {
     std::vector<std::uint64_t> ids;
-    for (const pensim::Pen *pen : const_cast<pensim::Service &>(m_service).pens())
+    for (const pensim::Pen *pen : m_service.pens())
         if (!pen->dfuMode())
             ids.push_back(pen->id());
     return ids;

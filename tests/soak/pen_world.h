@@ -20,7 +20,7 @@ public:
     /** Everything as it should be, all pens docked and unlocked, none with less than a page. */
     void calmDown();
 
-    std::vector<std::uint64_t> penIds() const;
+    std::vector<std::uint64_t> penIds();
     /** Strokes that every pen holds after calmDown(). */
     static pensim::Bytes knownStrokes();
 
