@@ -18,6 +18,8 @@ struct Service::Impl {
 
     Impl(Options theOptions, const Scenario &scenario);
     ~Impl() { stop(); }
+    Impl(const Impl &) = delete;
+    Impl &operator=(const Impl &) = delete;
 
     void start();
     void stop();

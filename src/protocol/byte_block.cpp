@@ -90,7 +90,7 @@ void FreeBlock::operator()(std::uint8_t *block) const noexcept
     if (header->chunk != nullptr)
         giveBackToChunk(header->chunk);
     else if (hasOwnPages(header->size))
-        unmapPages(memory, withHeader(header->size));
+        unmapPages(memory, sizeof(Header) + header->size); // which did not overflow when it was mapped
     else
         std::free(memory);
 }

@@ -35,11 +35,13 @@ struct GetArea : std::streambuf {
 
 } // namespace
 
+// cppcheck-suppress uninitMemberVar ; m_scratch is written before it is read
 ByteSource::ByteSource(std::span<const std::uint8_t> memory) noexcept
     : m_stream(nullptr), m_begin(memory.data()), m_at(m_begin), m_limit(m_begin + memory.size())
 {
 }
 
+// cppcheck-suppress uninitMemberVar ; m_scratch is written before it is read
 ByteSource::ByteSource(ProtocolInputStream &stream) : m_stream(&stream)
 {
     attach();

@@ -25,6 +25,7 @@ std::size_t encodedSize(const Value &value);
 class ValueEncoder
 {
 public:
+    // cppcheck-suppress uninitMemberVar ; m_short is written before it is read
     ValueEncoder() noexcept : m_begin(m_short), m_at(m_short), m_end(m_short + sizeof m_short) {}
     ~ValueEncoder() { secureWipe(m_short, sizeof m_short); }
     ValueEncoder(const ValueEncoder &) = delete;

@@ -20,6 +20,7 @@ std::uint8_t *requireMapped(void *pages)
 
 std::uint8_t *mapPages(std::size_t size)
 {
+    // cppcheck-suppress invalidFunctionArg ; -1 is what anonymous memory asks for
     return requireMapped(mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0));
 }
 
