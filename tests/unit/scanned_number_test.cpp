@@ -38,6 +38,11 @@ TEST(ScannedNumber, HexadecimalMayCarryItsPrefix)
     EXPECT_EQ(scanHexadecimal("0xg"), 0u);
 }
 
+TEST(ScannedNumber, LargestHexadecimalBelowAllOnesIsReadAsItIs)
+{
+    EXPECT_EQ(scanHexadecimal("FFFFFFFFFFFFFFFE"), 0xFFFFFFFFFFFFFFFEu);
+}
+
 TEST(ScannedNumber, HexadecimalThatDoesNotFitIsAllOnes)
 {
     EXPECT_EQ(scanHexadecimal("FFFFFFFFFFFFFFFF"), 0xFFFFFFFFFFFFFFFFu);
