@@ -123,7 +123,7 @@ struct LThread::Native {
     std::unique_ptr<Doomed> doomed = std::make_unique<Doomed>(); // made early: a kill needs no memory
 
     // The reference to a forced unwinding is bound to nothing: it is the C library's, not a C++ object.
-    [[gnu::no_sanitize("null")]] static void *entry(void *thread)
+    __attribute__((no_sanitize("null"))) static void *entry(void *thread)
     {
         try {
             enter(static_cast<LThread *>(thread));
