@@ -172,6 +172,10 @@ gtest() {
     tally $(count_results "$report" "$status")
 }
 
+# Before a command that must not find its addresses taken, where that can be had.
+fixed_addresses=()
+! setarch --addr-no-randomize true 2>/dev/null || fixed_addresses=(setarch --addr-no-randomize)
+
 natively() { run_limited "$1" "$2"; }
 
 # suite PRESET SECONDS RUNNER [NAME...]: every test program of a build, or those named.

@@ -6,7 +6,9 @@ export WINEPATH="Z:${root//\//\\}\\build\\windows" # where zel.dll is
 unset DISPLAY
 
 wine_dir=/usr/lib/wine # Debian's wine64 alone puts no command into the path
-wine=$(command -v wine || command -v wine64 || say "$wine_dir/wine64")
+wine=("$(command -v wine || command -v wine64 || say "$wine_dir/wine64")")
+# Now and then a random address is one that Wine must have, whereupon the program ends with code 1.
+wine=("${fixed_addresses[@]}" "${wine[@]}")
 wineserver=$(command -v wineserver || say "$wine_dir/wineserver")
 wineserver_pid=
 
@@ -17,8 +19,8 @@ start_wine() {
 }
 
 prepare_wine() {
-    [ -e "$WINEPREFIX/system.reg" ] || timeout 120 "$wine" wineboot --init
-    timeout 60 "$wine" cmd /c ver
+    [ -e "$WINEPREFIX/system.reg" ] || timeout 120 "${wine[@]}" wineboot --init
+    timeout 60 "${wine[@]}" cmd /c ver
 }
 
 wineserver_died() { ! kill -0 "$wineserver_pid" 2>/dev/null; }
@@ -37,7 +39,7 @@ under_wine() {
     local limit=$1 program=$2 try status
     for try in 1 2 3; do
         status=0
-        run_limited "$limit" "$wine" "$program" || status=$?
+        run_limited "$limit" "${wine[@]}" "$program" || status=$?
         if ! wineserver_died || grep -q '\[  FAILED  \]' "$log"; then
             return "$status"
         fi
