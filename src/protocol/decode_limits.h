@@ -2,6 +2,7 @@
 
 #include "protocol/value.h"
 
+#include <cstddef>
 #include <cstdint>
 
 /** What a peer may make the decoder build. The decoder and the scan for encoded values keep the same
@@ -32,27 +33,43 @@ private:
     int &m_depth;
 };
 
-/** What the decoded tree holds. Every value that has a body pays for itself with the bytes it came in;
- *  the elements of a data array whose type has no body come free, so they are admitted only while the
- *  tree stays within 64 bytes per byte received plus 16 MiB. */
+/** What is held for bytes received: the decoded tree, and its text while there is one. Together they stay
+ *  within 64 bytes per byte received plus 16 MiB. Every value that has a body pays for itself with the bytes
+ *  it came in. The elements of a data array whose type has no body come free, and so does the indentation of
+ *  elements that lie deep: those are admitted only while they fit. */
 class TreeBudget
 {
 public:
     void addValues(std::uint64_t count) noexcept { m_held += count * kBytesPerValue; }
     void addBytes(std::uint64_t count) noexcept { m_held += count; }
 
-    /** Whether count absent elements (or values, without a body) may be added now. */
-    [[nodiscard]] bool admit(std::uint64_t count, bool absent, std::uint64_t received) noexcept
+    /** Whether count values without a body may be added now. An absent element counts as one: it becomes a
+     *  null value when the answer is handed on. */
+    [[nodiscard]] bool admit(std::uint64_t count, std::uint64_t received) noexcept
     {
-        m_held += count * (absent ? kBytesPerElement : kBytesPerValue);
-        return m_held <= kTreeBytesPerByte * received + kAllowance;
+        addValues(count);
+        return m_held <= limit(received);
+    }
+
+    /** How long the tree's text may become. */
+    std::size_t longestText(std::uint64_t received) const noexcept
+    {
+        const std::uint64_t most = limit(received);
+        return m_held < most ? (most - m_held) / kHeldPerTextByte : 0;
     }
 
 private:
-    static constexpr std::uint64_t kTreeBytesPerByte = 64;
+    static constexpr std::uint64_t limit(std::uint64_t received) noexcept
+    {
+        return kHeldBytesPerByte * received + kAllowance;
+    }
+
+    static constexpr std::uint64_t kHeldBytesPerByte = 64;
     static constexpr std::uint64_t kAllowance = std::uint64_t{16} * 1024 * 1024;
-    static constexpr std::uint64_t kBytesPerElement = sizeof(ValueList::value_type);
-    static constexpr std::uint64_t kBytesPerValue = sizeof(Value) + kBytesPerElement;
+    /** Two words of the heap's for each block, and the element that points there. */
+    static constexpr std::uint64_t kBytesPerValue = sizeof(Value) + 16 + sizeof(ValueList::value_type);
+    /** A text that grows is copied into a block of twice its size. */
+    static constexpr std::uint64_t kHeldPerTextByte = 3;
 
     std::uint64_t m_held = 0;
 };

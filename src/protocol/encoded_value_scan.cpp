@@ -98,7 +98,7 @@ private:
             return false;
         const auto type = static_cast<ValueType>(*code);
         if (isBodiless(type))
-            return m_budget.admit(*count, type == ValueType::AnyType, m_size - m_rest.size());
+            return m_budget.admit(*count, m_size - m_rest.size());
         for (std::uint32_t i = 0; i < *count; ++i)
             if (!passBody(type))
                 return false;

@@ -200,13 +200,12 @@ std::unique_ptr<Value> ValueDecoder::decodeDataArray(std::uint32_t count, std::u
 
 ValueList ValueDecoder::bodilessElements(std::uint32_t count, ValueType type)
 {
-    const bool absent = type == ValueType::AnyType;
-    if (!m_budget.admit(count, absent, m_source.taken())) {
+    if (!m_budget.admit(count, m_source.taken())) {
         LogError("ValueFormatV1_0::decode - data array holds too many elements without a body");
         throw ZELException();
     }
     ValueList elements(count);
-    if (!absent)
+    if (type != ValueType::AnyType)
         for (std::unique_ptr<Value> &element : elements)
             element = Value::createBare(type);
     return elements;

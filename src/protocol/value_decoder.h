@@ -4,6 +4,7 @@
 #include "protocol/decode_limits.h"
 #include "protocol/value.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <span>
@@ -31,6 +32,8 @@ public:
     std::unique_ptr<Value> decodeDataArray(std::uint32_t count, std::uint8_t elementType);
     std::unique_ptr<Value> decodeTerminatedArray();
     std::unique_ptr<Value> decodeEscapedBinary();
+    /** How long the text of what was decoded may become. */
+    std::size_t longestText() const noexcept { return m_budget.longestText(m_source.taken()); }
 
 private:
     std::unique_ptr<Value> decodeString();

@@ -5,6 +5,8 @@
 #include "protocol/slip.h"
 #include "protocol/value_convert.h"
 #include "protocol/value_decoder.h"
+#include "sys/exceptions.h"
+#include "sys/log.h"
 
 #include <algorithm>
 #include <charconv>
@@ -111,8 +113,13 @@ void ValueText::appendBytes(std::span<const std::uint8_t> front, std::uint64_t s
 
 void ValueText::appendLineBreak(std::int32_t indent)
 {
+    const std::size_t spaces = static_cast<std::size_t>(std::max(indent, 0)) * kIndentWidth;
+    if (m_out.size() + spaces > m_longest) {
+        LogError("Value::toString - too long for the bytes received");
+        throw ZELException();
+    }
     m_out += '\n';
-    m_out.append(static_cast<std::size_t>(std::max(indent, 0)) * kIndentWidth, ' ');
+    m_out.append(spaces, ' ');
 }
 
 void ValueText::appendElements(const ValueList &elements, std::int32_t indent)

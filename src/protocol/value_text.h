@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <limits>
 #include <span>
 #include <string>
 #include <string_view>
@@ -17,9 +18,15 @@ namespace zel {
 class ValueText
 {
 public:
-    explicit ValueText(std::string &out) noexcept : m_out(out) {}
+    static constexpr std::size_t kUnlimited = std::numeric_limits<std::size_t>::max();
 
-    /** Null is an absent element. */
+    /** longest: of the whole text, checked before each line. */
+    explicit ValueText(std::string &out, std::size_t longest = kUnlimited) noexcept
+        : m_out(out), m_longest(longest)
+    {
+    }
+
+    /** Null is an absent element. Throws ZELException when the text becomes too long. */
     void append(const Value *value, std::int32_t indent);
 
 private:
@@ -55,6 +62,7 @@ private:
     std::span<const std::uint8_t> takeBytes(std::size_t count);
 
     std::string &m_out;
+    std::size_t m_longest;
     const std::uint8_t *m_at = nullptr; // in an encoded value that has been scanned: no end is tested
     std::vector<Open> m_open;
     std::vector<std::uint32_t> m_terminatedCounts; // of the arrays ahead, the next one last

@@ -2,8 +2,10 @@
 
 #include "net/socket_stream.h"
 #include "protocol/psp_instruction.h"
+#include "protocol/value_decoder.h"
 #include "protocol/value_encoder.h"
 #include "protocol/value_format.h"
+#include "protocol/value_text.h"
 #include "sys/exceptions.h"
 #include "sys/log.h"
 
@@ -34,15 +36,12 @@ void encodeRequest(ValueEncoder &out, const PspInstruction &instruction)
     }
 }
 
-void logResponse(const Value *response)
+void logResponse(const Value *response, std::size_t longest)
 {
     std::string text;
     text.reserve(kUsualLogText);
     text += "Received and parsed value:\n";
-    if (response != nullptr)
-        response->appendTo(text);
-    else
-        Value::createBare(ValueType::AnyType)->appendTo(text);
+    ValueText(text, longest).append(response, 0);
     LogDebug(text);
 }
 
@@ -193,21 +192,23 @@ void PspClientBase::sendRequest(const PspInstruction &instruction)
 std::unique_ptr<Value> PspClientBase::receiveAndParseResponse()
 {
     try {
-        const std::unique_ptr<Value> response = receive();
-        logResponse(response.get());
-        return takeResult(response.get());
+        const Response response = receive();
+        logResponse(response.value.get(), response.longestText);
+        return takeResult(response.value.get());
     } catch (const IOException &failure) {
         LogError(FormatLogText("[PspClientBase] caught IOException: %s", failure.what()));
         throw PspConnectionException(failure.what());
     }
 }
 
-std::unique_ptr<Value> PspClientBase::receive()
+PspClientBase::Response PspClientBase::receive()
 {
     ProtocolInputStream in(*m_stream);
-    ValueFormatV1_0 codec;
     try {
-        return codec.decode(in);
+        ByteSource source(in);
+        ValueDecoder decoder(source, VALUE_HEADER_LENGTH);
+        std::unique_ptr<Value> value = decoder.decode();
+        return {std::move(value), decoder.longestText()};
     } catch (...) {
         failStream();
         throw;

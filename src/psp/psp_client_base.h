@@ -6,6 +6,7 @@
 
 #include <array>
 #include <atomic>
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <span>
@@ -48,12 +49,17 @@ protected:
     }
 
 private:
+    struct Response {
+        std::unique_ptr<Value> value; // empty for the "any type" code
+        std::size_t longestText;
+    };
+
     std::unique_ptr<Value> exchange(std::uint32_t instructionCode,
                                     std::span<std::unique_ptr<Value>> arguments);
     void createSocketAndStream();
     void sendRequest(const PspInstruction &instruction);
     std::unique_ptr<Value> receiveAndParseResponse();
-    std::unique_ptr<Value> receive();
+    Response receive();
     /** After half a request or half a response: what follows in the stream must never be taken for the
      *  start of one. */
     void failStream() noexcept;

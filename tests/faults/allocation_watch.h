@@ -19,6 +19,22 @@ public:
     static void end() noexcept;
 };
 
+/** While one lives on a thread, it adds up what that thread holds of the memory that it takes, without noting
+ *  each block: there may be millions. What was there before must not be released meanwhile. */
+class MemoryMeter
+{
+public:
+    MemoryMeter() noexcept;
+    ~MemoryMeter();
+    MemoryMeter(const MemoryMeter &) = delete;
+    MemoryMeter &operator=(const MemoryMeter &) = delete;
+
+    /** Bytes, with what the heap adds to each block. */
+    std::size_t held() const noexcept;
+    /** The most that were held at once. */
+    std::size_t peak() const noexcept;
+};
+
 /** Blocks that were noted and are not released. */
 std::size_t outstandingAllocations() noexcept;
 

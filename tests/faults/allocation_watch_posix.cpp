@@ -2,11 +2,13 @@
 // told so.
 #include "allocation_watch.h"
 
+#include <algorithm>
 #include <array>
 #include <cstdlib>
 #include <mutex>
 #include <new>
 
+#include <malloc.h>
 #include <sys/mman.h>
 
 namespace {
@@ -83,6 +85,46 @@ void *noted(void *block)
     return block;
 }
 
+/** What this thread's meter has added up. */
+struct Meter {
+    bool runs = false;
+    std::size_t held = 0;
+    std::size_t peak = 0;
+
+    void take(std::size_t size)
+    {
+        held += size;
+        peak = std::max(peak, held);
+    }
+};
+
+constinit thread_local Meter t_meter;
+
+std::size_t sizeOnHeap(void *block)
+{
+    return block == nullptr ? 0 : malloc_usable_size(block) + sizeof(std::size_t);
+}
+
+void *metered(void *block)
+{
+    if (t_meter.runs)
+        t_meter.take(sizeOnHeap(block));
+    return block;
+}
+
+void *meteredPages(void *pages, std::size_t size)
+{
+    if (t_meter.runs && pages != MAP_FAILED)
+        t_meter.take(size);
+    return pages;
+}
+
+void released(std::size_t size)
+{
+    if (t_meter.runs)
+        t_meter.held -= size;
+}
+
 } // namespace
 
 namespace faults {
@@ -101,6 +143,26 @@ void AllocationWatch::end() noexcept
 {
     t_orders.watched = false;
     t_orders.untilFailure = 0;
+}
+
+MemoryMeter::MemoryMeter() noexcept
+{
+    t_meter = {.runs = true};
+}
+
+MemoryMeter::~MemoryMeter()
+{
+    t_meter.runs = false;
+}
+
+std::size_t MemoryMeter::held() const noexcept
+{
+    return t_meter.held;
+}
+
+std::size_t MemoryMeter::peak() const noexcept
+{
+    return t_meter.peak;
 }
 
 std::size_t outstandingAllocations() noexcept
@@ -135,12 +197,14 @@ void *__real_mremap(void *address, std::size_t size, std::size_t newSize, int fl
 
 void *__wrap_malloc(std::size_t size)
 {
-    return fails() ? nullptr : noted(__real_malloc(size));
+    return fails() ? nullptr : metered(noted(__real_malloc(size)));
 }
 
 void __wrap_free(void *block)
 {
     s_blocks.remove(block);
+    if (t_meter.runs)
+        released(sizeOnHeap(block));
     __real_free(block);
 }
 
@@ -149,12 +213,13 @@ void *__wrap_mmap(void *address, std::size_t size, int protection, int flags, in
     if (fails())
         return MAP_FAILED;
     void *const mapped = __real_mmap(address, size, protection, flags, descriptor, offset);
-    return mapped == MAP_FAILED ? mapped : noted(mapped);
+    return mapped == MAP_FAILED ? mapped : meteredPages(noted(mapped), size);
 }
 
 int __wrap_munmap(void *address, std::size_t size)
 {
     s_blocks.remove(address);
+    released(size);
     return __real_munmap(address, size);
 }
 
@@ -166,7 +231,9 @@ void *__wrap_mremap(void *address, std::size_t size, std::size_t newSize, int fl
     void *const mapped = __real_mremap(address, size, newSize, flags);
     if (wasNoted)
         s_blocks.add(mapped == MAP_FAILED ? address : mapped);
-    return mapped;
+    if (mapped != MAP_FAILED)
+        released(size);
+    return meteredPages(mapped, newSize);
 }
 
 // NOLINTEND(bugprone-reserved-identifier)
@@ -187,7 +254,7 @@ void *allocateAligned(std::size_t size, std::align_val_t alignment)
     void *block = nullptr;
     if (fails() || ::posix_memalign(&block, static_cast<std::size_t>(alignment), size) != 0)
         throw std::bad_alloc();
-    return noted(block);
+    return metered(noted(block));
 }
 
 } // namespace

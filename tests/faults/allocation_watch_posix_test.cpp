@@ -50,4 +50,25 @@ TEST(AllocationWatch, EachWayToTakeMemoryCanFail)
     EXPECT_FALSE(allocationHasFailed());
 }
 
+TEST(MemoryMeter, AddsUpWhatIsTakenInEachWayUntilItIsReleased)
+{
+    const MemoryMeter meter;
+    {
+        const Taken taken;
+        EXPECT_GE(meter.held(), sizeof(int) + 10 + 100000);
+        EXPECT_LT(meter.held(), 120000u);
+    }
+    EXPECT_EQ(meter.held(), 0u);
+    EXPECT_GE(meter.peak(), sizeof(int) + 10 + 100000);
+}
+
+TEST(MemoryMeter, ABlockThatGrowsCountsWithItsNewSize)
+{
+    const MemoryMeter meter;
+    zel::ByteBlock block = zel::allocateBlock(100000);
+    zel::resizeBlock(block, 1000000);
+    EXPECT_GE(meter.held(), 1000000u);
+    EXPECT_LT(meter.held(), 1050000u);
+}
+
 } // namespace faults

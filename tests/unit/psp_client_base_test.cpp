@@ -262,6 +262,21 @@ TEST_F(PspClientBaseTest, ResponseIsLoggedAsText)
         LogLevel::Debug, "Received and parsed value:\n(value array) 2\n    (int32) 0\n    (bool) true"));
 }
 
+/** Indentation comes free for the sender: 65,535 nulls so deep that each takes a line of a thousand
+ *  characters. The answer was read to its end, so the connection lives on. */
+TEST_F(PspClientBaseTest, ResponseWhoseTextWouldBeOutOfProportionIsRefused)
+{
+    connect();
+    Bytes nulls = {0x09, 0xff, 0xff, 0x00}; // data array, 65,535 elements of type null
+    for (int level = 0; level < 250; ++level)
+        nulls = Bytes{0x08, 0x00, 0x01} + nulls; // value array, one element
+    EXPECT_EQ(textOf<ZELException>([&] { exchange(wire::result(nulls)); }), "");
+    EXPECT_TRUE(m_log.contains(LogLevel::Error, "Value::toString - too long for the bytes received"));
+    EXPECT_EQ(exchange(wire::result(wire::byte(5)))->getByte(), 5);
+    // The same nulls where they are hardly indented.
+    EXPECT_EQ(exchange(wire::result(Bytes{0x09, 0xff, 0xff, 0x00}))->getArray().size(), 65535u);
+}
+
 /** As if the result had been copied: the copy of a value without type is the null value. */
 TEST_F(PspClientBaseTest, ElementsWithoutValueBecomeNullInTheResult)
 {
