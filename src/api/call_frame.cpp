@@ -5,6 +5,7 @@
 #include "session/pen_handle.h"
 #include "sys/exceptions.h"
 #include "sys/log.h"
+#include "sys/secure_wipe.h"
 
 #include <algorithm>
 #include <string>
@@ -59,7 +60,10 @@ std::uint32_t CallFrame::run(const PenHandle *pen, std::initializer_list<bool> g
         return ZEL_ERR_NOT_INITIALIZED;
     if (pen == nullptr || !allGiven(given))
         return ZEL_ERR_INVALID_ARGUMENT;
-    return guard(pen, body);
+    const std::uint32_t code = guard(pen, body);
+    if (handlesSecrets)
+        wipeTraces();
+    return code;
 }
 
 std::uint32_t CallFrame::run(std::initializer_list<bool> given, CallBody body) const noexcept

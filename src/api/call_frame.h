@@ -86,6 +86,7 @@ struct CallFrame {
     const char *lockedText = nullptr;     ///< "[logName] failed, pen is locked"
     const char *unknownText = nullptr;    ///< "[logName] failed, pen does not support the operation."
     const char *unexpectedText = nullptr; ///< "logName caught an undefined exception."
+    bool handlesSecrets = false;          ///< of which the body leaves nothing on the stack
 
     /** For exports on a connected pen: a null pen counts among what was not given. */
     std::uint32_t run(const PenHandle *pen, std::initializer_list<bool> given, CallBody body) const noexcept;

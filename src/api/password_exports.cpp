@@ -53,7 +53,8 @@ std::uint32_t store(PspClient2 &psp, const PasswordDigest &current, const std::s
 uint32_t zelUnlockPen(PenHandle *pen, const char *password)
 {
     // Its texts spell the name in their own way, and a pen that says it is locked is unexpected here.
-    static constexpr CallFrame frame{.logName = "zelUnLockPen", .catches = Catches::Connection};
+    static constexpr CallFrame frame{
+        .logName = "zelUnLockPen", .catches = Catches::Connection, .handlesSecrets = true};
     return frame.run(pen, {required(password)}, [&] {
         LogDebug("[zelUnLockPen] - hashPassword");
         const PasswordDigest digest = hashPassword(password, pen->penId);
@@ -65,7 +66,7 @@ uint32_t zelUnlockPen(PenHandle *pen, const char *password)
 
 uint32_t zelSetPasswordData(PenHandle *pen, const char *current, const char *newPassword, const char *hint)
 {
-    static constexpr CallFrame frame{.logName = "zelSetPasswordData"};
+    static constexpr CallFrame frame{.logName = "zelSetPasswordData", .handlesSecrets = true};
     return frame.run(pen, {required(current)}, [&] {
         const PasswordDigest digest = hashPassword(current, pen->penId);
         if (newPassword == nullptr || hint == nullptr || !isNewPassword(newPassword) || !isHint(hint))
@@ -77,7 +78,7 @@ uint32_t zelSetPasswordData(PenHandle *pen, const char *current, const char *new
 
 uint32_t zelRemovePasswordData(PenHandle *pen, const char *current)
 {
-    static constexpr CallFrame frame{.logName = "zelRemovePasswordData"};
+    static constexpr CallFrame frame{.logName = "zelRemovePasswordData", .handlesSecrets = true};
     return frame.run(pen, {required(current)},
                      [&] { return store(pen->psp(), hashPassword(current, pen->penId), "", ""); });
 }

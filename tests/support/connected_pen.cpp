@@ -19,13 +19,18 @@ InitializedLibrary::~InitializedLibrary()
 
 DiscoveryRecord arrivalOf(const ScriptedPen &service, std::uint16_t softwareVersion)
 {
+    return arrivalAt(service.port(), softwareVersion);
+}
+
+DiscoveryRecord arrivalAt(std::uint16_t servicePort, std::uint16_t softwareVersion)
+{
     DiscoveryRecord record;
     record.kind = ZEL_PEN_ARRIVED;
     record.penId = kPenId;
     record.serial = kPenSerial;
     record.swVersion = softwareVersion;
     record.serviceAddress = net::toNetworkOrder(std::uint32_t{0x7f000001});
-    record.servicePort = service.port();
+    record.servicePort = servicePort;
     return record;
 }
 

@@ -26,6 +26,8 @@ inline constexpr const char *kPenSerial = "AKZ-AQ7-APS-AC";
 
 /** The record of an arrival of the scripted pen, without USB ids. */
 DiscoveryRecord arrivalOf(const ScriptedPen &service, std::uint16_t softwareVersion);
+/** Likewise, of a pen with another service on that port. */
+DiscoveryRecord arrivalAt(std::uint16_t servicePort, std::uint16_t softwareVersion);
 
 /** A scripted pen and the library's handle on it. Connecting finds an unlocked pen; its requests are
  *  forgotten. Needs an initialised library. */
