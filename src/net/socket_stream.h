@@ -16,6 +16,9 @@ public:
 
     explicit SocketStream(net::SocketHandle socket);
 
+    /** What a failed send leaves in the buffer, for whoever would see it there, is wiped. */
+    void dropUnsent() noexcept { m_buffer.dropUnsent(); }
+
 private:
     socketbuf m_buffer;
 };

@@ -29,8 +29,13 @@ socketbuf::socketbuf(net::SocketHandle socket, std::int32_t size)
 
 socketbuf::~socketbuf()
 {
-    // What could not be sent is still there.
+    dropUnsent();
+}
+
+void socketbuf::dropUnsent() noexcept
+{
     secureWipe(pbase(), static_cast<std::size_t>(pptr() - pbase()));
+    setp(pbase(), epptr());
 }
 
 socketbuf::int_type socketbuf::overflow(int_type character)
@@ -81,8 +86,7 @@ int socketbuf::sync()
     if (net::send(m_socket, pbase(), pending) != static_cast<int>(pending))
         throwFailure("send", m_socket);
     // Requests carry passwords, and this block serves as long as the connection.
-    secureWipe(pbase(), pending);
-    setp(pbase(), epptr());
+    dropUnsent();
     return 0;
 }
 

@@ -16,6 +16,9 @@ public:
     socketbuf(net::SocketHandle socket, std::int32_t size);
     ~socketbuf() override;
 
+    /** Empties the put area, and wipes what was in it. */
+    void dropUnsent() noexcept;
+
 protected:
     int_type overflow(int_type character) override;
     int_type pbackfail(int_type character) override;

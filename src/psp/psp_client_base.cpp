@@ -219,6 +219,7 @@ void PspClientBase::failStream() noexcept
 {
     if (!m_stream->fail())
         m_stream->setstate(std::ios::failbit);
+    m_stream->dropUnsent(); // there may be a password in it
 }
 
 } // namespace zel

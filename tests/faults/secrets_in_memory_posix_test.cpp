@@ -112,6 +112,7 @@ public:
         loopback::sendAll(m_socket, {reinterpret_cast<const char *>(bytes.data()), bytes.size()});
     }
     void end() { zel::net::shutdown(m_socket.get(), zel::net::ShutdownDirection::Send); }
+    void reset() { loopback::reset(std::move(m_socket)); }
 
     /** The requests that were not read. */
     std::span<const std::uint8_t> readInto(const Page &page)
@@ -407,6 +408,13 @@ TEST_P(SecretsOfACall, AreGoneWhenTheConnectionEndsInTheAnswer)
     half.resize(half.size() / 2);
     pen.answer(half);
     pen.end();
+    expectCode(ZEL_ERR_COMMUNICATION, pen);
+}
+
+TEST_P(SecretsOfACall, AreGoneWhenNothingCanBeSent)
+{
+    ForgetfulPen pen;
+    pen.reset();
     expectCode(ZEL_ERR_COMMUNICATION, pen);
 }
 

@@ -131,6 +131,19 @@ TEST(Socketbuf, WhatWasSentIsWiped)
     EXPECT_EQ(std::string(buffer.sentRoom(), 6), std::string(6, '\0'));
 }
 
+TEST(Socketbuf, WhatAFailedSendLeavesIsWipedWhenItIsDropped)
+{
+    auto [client, server] = loopback::connectedPair();
+    net::shutdown(client.get(), net::ShutdownDirection::Send);
+    OpenSocketbuf buffer(client);
+    buffer.sputn("secret", 6);
+    EXPECT_THROW(buffer.sync(), IOException);
+    EXPECT_EQ(std::string(buffer.sentRoom(), 6), "secret");
+    buffer.dropUnsent();
+    EXPECT_EQ(buffer.pending(), 0);
+    EXPECT_EQ(std::string(buffer.sentRoom(), 6), std::string(6, '\0'));
+}
+
 TEST(SocketStream, FlushOfEmptyStreamSucceedsOnTcp)
 {
     auto [client, server] = loopback::connectedPair();
