@@ -86,19 +86,29 @@ std::unique_ptr<Value> Value::createString(std::string_view text)
     return createBytes(ValueType::String, text.data(), text.size());
 }
 
-class Value::SecretString : public Value
+class Value::Secret : public Value
 {
 public:
-    SecretString() noexcept : Value(ValueType::String, 0) {}
+    explicit Secret(ValueType type) noexcept : Value(type, 0) {}
     // NOLINTNEXTLINE(cppcoreguidelines-pro-type-const-cast): the bytes are this object's own
-    ~SecretString() override { secureWipe(const_cast<std::uint8_t *>(bytes()), m_length); }
+    ~Secret() override { secureWipe(const_cast<std::uint8_t *>(bytes()), m_length); }
 };
+
+std::unique_ptr<Value> Value::createSecret(ValueType type, const void *data, std::size_t size)
+{
+    auto value = std::make_unique<Secret>(type);
+    value->setBytes(data, size);
+    return value;
+}
 
 std::unique_ptr<Value> Value::createSecretString(std::string_view text)
 {
-    auto value = std::make_unique<SecretString>();
-    value->setBytes(text.data(), text.size());
-    return value;
+    return createSecret(ValueType::String, text.data(), text.size());
+}
+
+std::unique_ptr<Value> Value::createSecretBinary(std::span<const std::uint8_t> bytes)
+{
+    return createSecret(ValueType::Binary, bytes.data(), bytes.size());
 }
 
 std::unique_ptr<Value> Value::createBinary(const std::uint8_t *data, std::uint32_t size)

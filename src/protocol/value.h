@@ -68,6 +68,8 @@ public:
     static std::unique_ptr<Value> createString(std::string_view text);
     /** A string that is wiped from memory when it ends; a copy of it is an ordinary one. */
     static std::unique_ptr<Value> createSecretString(std::string_view text);
+    /** A binary likewise. */
+    static std::unique_ptr<Value> createSecretBinary(std::span<const std::uint8_t> bytes);
     static std::unique_ptr<Value> createBinary(const std::uint8_t *data, std::uint32_t size);
     /** Takes over the block without copying (short contents move into the value). */
     static std::unique_ptr<Value> createBinaryOwned(ByteBlock data, std::uint32_t size);
@@ -121,7 +123,7 @@ public:
     void appendTo(std::string &out, std::int32_t indent = 0) const;
 
 private:
-    class SecretString;
+    class Secret;
 
     union Payload {
         Payload() noexcept : scalar(0) {}
@@ -149,6 +151,7 @@ private:
     }
     static std::unique_ptr<Value> createArray(ValueType type, ValueList elements);
     static std::unique_ptr<Value> createBytes(ValueType type, const void *data, std::size_t size);
+    static std::unique_ptr<Value> createSecret(ValueType type, const void *data, std::size_t size);
     static std::unique_ptr<Value> createBytesOwned(ValueType type, ByteBlock data, std::uint32_t size);
 
     static bool isArrayType(ValueType type) noexcept

@@ -16,11 +16,6 @@ consteval std::uint32_t instruction(const char (&characters)[5])
     return code;
 }
 
-std::unique_ptr<Value> binary(std::span<const std::uint8_t> bytes)
-{
-    return Value::createBinary(bytes.data(), static_cast<std::uint32_t>(bytes.size()));
-}
-
 } // namespace
 
 std::unique_ptr<Value> PspClient2::getValueProperty(std::uint16_t id)
@@ -100,14 +95,15 @@ std::unique_ptr<Value> PspClient2::penLocked()
 std::unique_ptr<Value> PspClient2::unlock(std::span<const std::uint8_t> hash)
 {
     LogDebug("[PspClient2::unlock]");
-    return execute(instruction("R1UL"), binary(hash));
+    return execute(instruction("R1UL"), Value::createSecretBinary(hash));
 }
 
 std::unique_ptr<Value> PspClient2::setPassword(std::span<const std::uint8_t> hash,
                                                const std::string &newPassword)
 {
     LogDebug("[PspClient2::setPassword]");
-    return execute(instruction("R1PS"), binary(hash), Value::createSecretString(newPassword));
+    return execute(instruction("R1PS"), Value::createSecretBinary(hash),
+                   Value::createSecretString(newPassword));
 }
 
 std::unique_ptr<Value> PspClient2::getPasswordHint()

@@ -120,6 +120,16 @@ TEST(Value, SecretStringIsAString)
     }
 }
 
+TEST(Value, SecretBinaryIsABinary)
+{
+    for (const std::uint32_t size : kSizes) {
+        const Bytes bytes = counting(size);
+        const auto secret = Value::createSecretBinary(bytes);
+        EXPECT_EQ(secret->getType(), ValueType::Binary);
+        EXPECT_TRUE(hasBytes(*secret, bytes));
+    }
+}
+
 TEST(Value, TextThatIsAbsentReadsAsEmpty)
 {
     std::string out = "before";
