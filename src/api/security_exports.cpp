@@ -23,6 +23,14 @@ constexpr CallFrame securityFrame(const char *name, const char *unknownText = nu
             .unknownText = unknownText};
 }
 
+/** Of exports that are given what no pen tells again. */
+constexpr CallFrame secretFrame(const char *name, const char *unknownText = nullptr)
+{
+    CallFrame frame = securityFrame(name, unknownText);
+    frame.handlesSecrets = true;
+    return frame;
+}
+
 /** A byte array from the host. */
 struct HostBytes {
     const std::uint8_t *data;
@@ -31,6 +39,7 @@ struct HostBytes {
     /** Without bytes the pointer does not matter. */
     bool given() const noexcept { return data != nullptr || length == 0; }
     std::unique_ptr<Value> toValue() const { return Value::createBinary(data, length); }
+    std::unique_ptr<Value> toSecret() const { return Value::createSecretBinary({data, length}); }
 };
 
 bool given(std::span<const HostBytes> arrays) noexcept
@@ -38,10 +47,10 @@ bool given(std::span<const HostBytes> arrays) noexcept
     return std::all_of(arrays.begin(), arrays.end(), [](const HostBytes &bytes) { return bytes.given(); });
 }
 
-void append(ValueList &list, std::span<const HostBytes> arrays)
+void appendSecrets(ValueList &list, std::span<const HostBytes> arrays)
 {
     for (const HostBytes &bytes : arrays)
-        list.push_back(bytes.toValue());
+        list.push_back(bytes.toSecret());
 }
 
 std::uint32_t hasProperty(const CallFrame &frame, PenHandle *pen, std::uint16_t id, std::uint8_t *flag)
@@ -74,13 +83,13 @@ enum MmiState : std::uint16_t { kFetching = 1, kFetched = 2, kNothingFetched = 3
 uint32_t zelInstallCertificateAuthenticator(PenHandle *pen, const uint8_t *data1, uint32_t length1,
                                             const uint8_t *data2, uint32_t length2)
 {
-    static constexpr CallFrame frame = securityFrame("zelInstallCertificateAuthenticator");
+    static constexpr CallFrame frame = secretFrame("zelInstallCertificateAuthenticator");
     const HostBytes arrays[] = {{data1, length1}, {data2, length2}};
     return frame.run(pen, {given(arrays)}, [&] {
         if (length2 == 0)
             return ZEL_ERR_INVALID_ARGUMENT;
         ValueList list;
-        append(list, arrays);
+        appendSecrets(list, arrays);
         pen->psp().setValueProperty(property::CERTIFICATE_AUTHENTICATOR,
                                     *Value::createValueArray(std::move(list)));
         return ZEL_OK;
@@ -101,14 +110,14 @@ uint32_t zelInstallSigningKey(PenHandle *pen, uint16_t number, const uint8_t *da
 {
     // A pen that does not know the operation is told of in another export's name.
     static constexpr CallFrame frame =
-        securityFrame("zelInstallSigningKey",
-                      "[zelHasCertificateAuthenticator] failed, pen does not support the operation.");
+        secretFrame("zelInstallSigningKey",
+                    "[zelHasCertificateAuthenticator] failed, pen does not support the operation.");
     const HostBytes arrays[] = {{data1, length1}, {data2, length2}, {data3, length3}, {data4, length4},
                                 {data5, length5}, {data6, length6}, {data7, length7}, {data8, length8}};
     return frame.run(pen, {given(arrays)}, [&] {
         ValueList list;
         list.push_back(Value::createShort(number));
-        append(list, arrays);
+        appendSecrets(list, arrays);
         pen->psp().setValueProperty(property::SIGNING_KEY, *Value::createValueArray(std::move(list)));
         return ZEL_OK;
     });

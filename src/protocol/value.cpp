@@ -92,6 +92,9 @@ public:
     explicit Secret(ValueType type) noexcept : Value(type, 0) {}
     // NOLINTNEXTLINE(cppcoreguidelines-pro-type-const-cast): the bytes are this object's own
     ~Secret() override { secureWipe(const_cast<std::uint8_t *>(bytes()), m_length); }
+
+private:
+    std::unique_ptr<Value> copyBytes() const override { return createSecret(m_type, bytes(), m_length); }
 };
 
 std::unique_ptr<Value> Value::createSecret(ValueType type, const void *data, std::size_t size)
@@ -231,7 +234,7 @@ std::unique_ptr<Value> Value::copy() const
     case ValueType::String:
     case ValueType::Binary:
     case ValueType::EscapedBinary:
-        return createBytes(m_type, bytes(), m_length);
+        return copyBytes();
     case ValueType::ValueArray:
     case ValueType::TerminatedArray:
         return createArray(m_type, copyElements(m_payload.elements));

@@ -66,7 +66,7 @@ public:
         return createScalar(ValueType::Long64, value);
     }
     static std::unique_ptr<Value> createString(std::string_view text);
-    /** A string that is wiped from memory when it ends; a copy of it is an ordinary one. */
+    /** A string that is wiped from memory when it ends, and so are its copies. */
     static std::unique_ptr<Value> createSecretString(std::string_view text);
     /** A binary likewise. */
     static std::unique_ptr<Value> createSecretBinary(std::span<const std::uint8_t> bytes);
@@ -124,6 +124,8 @@ public:
 
 private:
     class Secret;
+    /** Of one that has text or bytes. */
+    virtual std::unique_ptr<Value> copyBytes() const { return createBytes(m_type, bytes(), m_length); }
 
     union Payload {
         Payload() noexcept : scalar(0) {}

@@ -99,6 +99,7 @@ std::uint8_t *ValueEncoder::grow(std::uint8_t *at, std::size_t count)
     const std::size_t capacity = std::max(2 * static_cast<std::size_t>(m_end - m_begin), written + count);
     auto grown = std::make_unique_for_overwrite<std::uint8_t[]>(capacity);
     std::memcpy(grown.get(), m_begin, written);
+    secureWipe(m_begin, written);
     m_onHeap = std::move(grown);
     m_begin = m_onHeap.get();
     m_end = m_begin + capacity;

@@ -21,13 +21,14 @@ std::size_t encodedSize(const Value &value);
 
 /** Writes values, and the numbers of frames, one behind the other. Raises ZELException on a value that has no
  * wire form; what was written before it is then of no use. Short encodings, such as those of most requests,
- * cost no allocation; requests also carry passwords, so these are wiped. One thread at a time. */
+ * cost no allocation; requests also carry passwords and keys, so all of them are wiped. One thread at a time.
+ */
 class ValueEncoder
 {
 public:
     // cppcheck-suppress uninitMemberVar ; m_short is written before it is read
     ValueEncoder() noexcept : m_begin(m_short), m_at(m_short), m_end(m_short + sizeof m_short) {}
-    ~ValueEncoder() { secureWipe(m_short, sizeof m_short); }
+    ~ValueEncoder() { secureWipe(m_begin, static_cast<std::size_t>(m_end - m_begin)); }
     ValueEncoder(const ValueEncoder &) = delete;
     ValueEncoder &operator=(const ValueEncoder &) = delete;
 

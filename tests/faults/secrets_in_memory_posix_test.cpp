@@ -1,4 +1,4 @@
-// Whatever becomes of a call that is given a password: when it returns, no part of the password, and of what
+// Whatever becomes of a call that is given a password or a key: when it returns, no part of that, and of what
 // is made of it, is left in the memory of the process. That of the Windows build is not searched: the sources
 // are the same, but for the wipe.
 #include "allocation_watch.h"
@@ -17,6 +17,7 @@
 #include "zel/zel.h"
 
 #include <algorithm>
+#include <cstring>
 #include <gtest/gtest.h>
 #include <thread>
 
@@ -129,12 +130,13 @@ private:
     PenHandle *m_handle = nullptr;
 };
 
-/** A call that is given a password. */
+/** A call that is given a password or, in its place, a key. */
 struct Export {
     const char *name;
     std::uint32_t (*call)(PenHandle *pen, const char *password, const char *newPassword);
+    std::vector<std::string_view> sends = {};
     std::uint32_t codeOfLockedPen = ZEL_ERR_PEN_LOCKED;
-    bool sendsNewPassword = false;
+    std::uint32_t codeOfZero = ZEL_ERR_INVALID_ARGUMENT;
 };
 
 void PrintTo(const Export &each, std::ostream *out)
@@ -145,6 +147,7 @@ void PrintTo(const Export &each, std::ostream *out)
 const Export kUnlock = {
     .name = "zelUnlockPen",
     .call = [](PenHandle *pen, const char *password, const char *) { return zelUnlockPen(pen, password); },
+    .sends = {"the digest"},
     .codeOfLockedPen = ZEL_ERR_UNEXPECTED};
 
 const Export kSetPassword = {.name = "zelSetPasswordData",
@@ -152,7 +155,7 @@ const Export kSetPassword = {.name = "zelSetPasswordData",
                                  [](PenHandle *pen, const char *password, const char *newPassword) {
                                      return zelSetPasswordData(pen, password, newPassword, "the usual one");
                                  },
-                             .sendsNewPassword = true};
+                             .sends = {"the digest", "the new password"}};
 
 const Export kSetPasswordWithoutHint = {
     .name = "zelSetPasswordData", .call = [](PenHandle *pen, const char *password, const char *newPassword) {
@@ -160,9 +163,42 @@ const Export kSetPasswordWithoutHint = {
     }};
 
 const Export kRemovePassword = {.name = "zelRemovePasswordData",
-                                .call = [](PenHandle *pen, const char *password, const char *) {
-                                    return zelRemovePasswordData(pen, password);
-                                }};
+                                .call = [](PenHandle *pen, const char *password,
+                                           const char *) { return zelRemovePasswordData(pen, password); },
+                                .sends = {"the digest"}};
+
+struct HostBytes {
+    explicit HostBytes(const char *text)
+        : data(reinterpret_cast<const std::uint8_t *>(text)),
+          length(static_cast<std::uint32_t>(std::strlen(text)))
+    {
+    }
+    const std::uint8_t *data;
+    std::uint32_t length;
+};
+
+const Export kInstallSigningKey = {.name = "zelInstallSigningKey",
+                                   .call =
+                                       [](PenHandle *pen, const char *key, const char *) {
+                                           const HostBytes part(key);
+                                           return zelInstallSigningKey(
+                                               pen, 1, part.data, part.length, part.data, part.length,
+                                               part.data, part.length, part.data, part.length, part.data,
+                                               part.length, part.data, part.length, part.data, part.length,
+                                               part.data, part.length);
+                                       },
+                                   .sends = {"the password"},
+                                   .codeOfZero = ZEL_OK};
+
+const Export kInstallAuthenticator = {.name = "zelInstallCertificateAuthenticator",
+                                      .call =
+                                          [](PenHandle *pen, const char *key, const char *) {
+                                              const HostBytes part(key);
+                                              return zelInstallCertificateAuthenticator(
+                                                  pen, part.data, part.length, part.data, part.length);
+                                          },
+                                      .sends = {"the password"},
+                                      .codeOfZero = ZEL_OK};
 
 class SecretsInMemory : public testing::Test
 {
@@ -205,18 +241,31 @@ protected:
         EXPECT_EQ(code, expected);
     }
 
+    void checkEveryAllocation(const Export &made, Memory memory)
+    {
+        failEveryAllocation([&](std::size_t n) {
+            ForgetfulPen pen;
+            pen.answer(wire::status(1));
+            pen.answer(wire::status(0));
+            call(made, pen.handle(), n, memory);
+            expectNothingLeft();
+            return allocationHasFailed();
+        });
+    }
+
     void expectNothingLeft()
     {
         for (const MemorySearch::Find &find : m_search.run())
             ADD_FAILURE() << testing::PrintToString(find);
     }
 
-    /** That many bytes of the password, or a few less. */
-    void expectFoundIn(const char *where, std::size_t length)
+    /** So many bytes of the password, or a few less; where it is not told, anywhere. */
+    void expectFound(std::size_t length, std::string_view where = {})
     {
         const Finds finds = m_search.run();
         EXPECT_TRUE(std::ranges::any_of(finds, [&](const MemorySearch::Find &find) {
-            return find.where == where && find.length <= length && find.length + 32 >= length;
+            return (where.empty() || find.where == where) && find.length <= length &&
+                   find.length + 32 >= length;
         })) << testing::PrintToString(finds);
     }
 
@@ -247,18 +296,6 @@ protected:
     {
         SecretsInMemory::expectCode(expected, GetParam(), pen.handle());
     }
-
-    void checkEveryAllocation(Memory memory)
-    {
-        failEveryAllocation([&](std::size_t n) {
-            ForgetfulPen pen;
-            pen.answer(wire::status(1));
-            pen.answer(wire::status(0));
-            call(GetParam(), pen.handle(), n, memory);
-            expectNothingLeft();
-            return allocationHasFailed();
-        });
-    }
 };
 
 /** Some bytes of .bss. */
@@ -272,7 +309,7 @@ TEST_F(SecretsInMemory, AreFoundOnTheHeap)
 {
     const auto block = std::make_unique<std::uint8_t[]>(m_password.length());
     m_password.writeTo(block.get());
-    expectFoundIn("[heap]", m_password.length());
+    expectFound(m_password.length(), "[heap]");
 }
 
 // But for what the heap itself writes into it.
@@ -282,7 +319,7 @@ TEST_F(SecretsInMemory, AreFoundInAFreedBlock)
         const auto block = std::make_unique<std::uint8_t[]>(m_password.length());
         m_password.writeTo(block.get());
     }
-    expectFoundIn("[heap]", m_password.length());
+    expectFound(m_password.length(), "[heap]");
 }
 
 TEST_F(SecretsInMemory, AreFoundOnTheDeadPartOfTheStack)
@@ -292,7 +329,7 @@ TEST_F(SecretsInMemory, AreFoundOnTheDeadPartOfTheStack)
         m_password.writeTo(local);
         return 0;
     });
-    expectFoundIn("[stack]", m_password.length());
+    expectFound(m_password.length(), "[stack]");
 }
 
 TEST_F(SecretsInMemory, AreFoundOnTheStackOfAThread)
@@ -300,21 +337,34 @@ TEST_F(SecretsInMemory, AreFoundOnTheStackOfAThread)
     std::thread([&] {
         std::uint8_t local[512];
         m_password.writeTo(local);
-        expectFoundIn("", m_password.length());
+        expectFound(m_password.length());
     }).join();
+}
+
+TEST_F(SecretsInMemory, AreFoundInAVectorRegister)
+{
+    {
+        const Page page;
+        m_password.writeTo(page.bytes());
+        zel::test::callBelowStackRoom([&] {
+            asm volatile("movups (%0), %%xmm15" : : "r"(page.bytes()) : "xmm15");
+            return 0;
+        });
+    }
+    expectFound(16);
 }
 
 TEST_F(SecretsInMemory, AreFoundInAGlobal)
 {
     m_password.writeTo(s_global);
-    expectFoundIn("", m_password.length());
+    expectFound(m_password.length());
 }
 
 TEST_F(SecretsInMemory, AreFoundInPagesOfTheSystem)
 {
     const Page page;
     m_password.writeTo(page.bytes() + kPage - m_password.length());
-    expectFoundIn("", m_password.length());
+    expectFound(m_password.length());
 }
 
 TEST_F(SecretsInMemory, AreFoundInAnyWidth)
@@ -361,21 +411,24 @@ TEST_P(SecretsOfACall, AreGoneWhenThePenAccepts)
     // And they were there to be found.
     const Page requests;
     const Finds finds = m_search.in(pen.readInto(requests));
-    const auto sent = [&](std::string_view what, std::size_t length) {
-        return std::ranges::any_of(finds, [&](const MemorySearch::Find &find) {
-            return find.what == what && find.length == length;
-        });
-    };
-    EXPECT_TRUE(sent("the digest", 32));
-    EXPECT_EQ(sent("the new password", m_newPassword.length()), GetParam().sendsNewPassword);
+    const std::pair<std::string_view, std::size_t> lengths[] = {{"the password", m_password.length()},
+                                                                {"the new password", m_newPassword.length()},
+                                                                {"the digest", 32}};
+    for (const auto &[what, length] : lengths) {
+        const bool sent =
+            std::ranges::any_of(finds, [&, what = what, length = length](const MemorySearch::Find &find) {
+                return find.what == what && find.length == length;
+            });
+        EXPECT_EQ(sent, std::ranges::count(GetParam().sends, what) != 0) << what;
+    }
 }
 
-TEST_P(SecretsOfACall, AreGoneWhenThePenRefuses)
+TEST_P(SecretsOfACall, AreGoneWhenThePenAnswersZero)
 {
     ForgetfulPen pen;
     pen.answer(wire::status(0));
     pen.answer(wire::status(0));
-    expectCode(ZEL_ERR_INVALID_ARGUMENT, pen);
+    expectCode(GetParam().codeOfZero, pen);
 }
 
 TEST_P(SecretsOfACall, AreGoneWhenThePasswordIsLongerThanWhatCounts)
@@ -429,16 +482,27 @@ TEST_P(SecretsOfACall, AreGoneWhenThereIsNoConnection)
 
 TEST_P(SecretsOfACall, AreGoneWhenAnAllocationFails)
 {
-    checkEveryAllocation(Memory::FailsOnce);
+    checkEveryAllocation(GetParam(), Memory::FailsOnce);
 }
 
 TEST_P(SecretsOfACall, AreGoneWhenTheMemoryRunsOut)
 {
-    checkEveryAllocation(Memory::StaysShort);
+    checkEveryAllocation(GetParam(), Memory::StaysShort);
 }
 
-INSTANTIATE_TEST_SUITE_P(Exports, SecretsOfACall, testing::Values(kUnlock, kSetPassword, kRemovePassword),
+INSTANTIATE_TEST_SUITE_P(Exports, SecretsOfACall,
+                         testing::Values(kUnlock, kSetPassword, kRemovePassword, kInstallSigningKey,
+                                         kInstallAuthenticator),
                          [](const auto &each) { return std::string(each.param.name); });
+
+TEST_F(SecretsInMemory, AreGoneWhenAKeyIsLargerThanTheBuffers)
+{
+    give(1000, 31);
+    ForgetfulPen pen;
+    pen.answer(wire::status(1));
+    expectCode(ZEL_OK, kInstallSigningKey, pen.handle());
+    checkEveryAllocation(kInstallSigningKey, Memory::FailsOnce);
+}
 
 // What is refused has been hashed before.
 
