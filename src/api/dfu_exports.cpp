@@ -28,22 +28,21 @@ constexpr CallFrame requestFrame(const char *logName)
 /** A request whose answer only says whether it was done: any value that is not null. */
 using DfuRequest = std::unique_ptr<Value> (DfuClient::*)();
 
-uint32_t succeedUnlessNull(const Value *result, const char *succeeded, const char *failed)
+uint32_t succeedUnlessNull(const Value *result, const char *logName, const char *nameInFailure)
 {
     if (isNull(result)) {
-        LogError(failed);
+        LogError(FormatLogText("%s returned: Value: null", nameInFailure));
         return ZEL_ERR_INVALID_ARGUMENT;
     }
-    LogDebug(succeeded);
+    LogDebug(FormatLogText("%s succeeded", logName));
     return ZEL_OK;
 }
 
-uint32_t runCommand(const CallFrame &frame, DfuPenHandle *pen, DfuRequest request, const char *succeeded,
-                    const char *failed)
+uint32_t runCommand(const CallFrame &frame, DfuPenHandle *pen, DfuRequest request)
 {
     return frame.run({required(pen)}, [&] {
         const std::unique_ptr<Value> result = (pen->dfu().*request)();
-        return succeedUnlessNull(result.get(), succeeded, failed);
+        return succeedUnlessNull(result.get(), frame.logName, frame.logName);
     });
 }
 
@@ -149,36 +148,31 @@ uint32_t zelDfuGetMode(const DiscoveryHandle *record, uint8_t *mode)
 uint32_t zelDfuResetPort(DfuPenHandle *pen)
 {
     static constexpr CallFrame frame = requestFrame("zelDfuResetPort");
-    return runCommand(frame, pen, &DfuClient::DfuResetPort, "zelDfuResetPort succeeded",
-                      "zelDfuResetPort returned: Value: null");
+    return runCommand(frame, pen, &DfuClient::DfuResetPort);
 }
 
 uint32_t zelDfuAbort(DfuPenHandle *pen)
 {
     static constexpr CallFrame frame = requestFrame("zelDfuAbort");
-    return runCommand(frame, pen, &DfuClient::DfuAbort, "zelDfuAbort succeeded",
-                      "zelDfuAbort returned: Value: null");
+    return runCommand(frame, pen, &DfuClient::DfuAbort);
 }
 
 uint32_t zelDfuClearStatus(DfuPenHandle *pen)
 {
     static constexpr CallFrame frame = requestFrame("zelDfuClearStatus");
-    return runCommand(frame, pen, &DfuClient::DfuClearStatus, "zelDfuClearStatus succeeded",
-                      "zelDfuClearStatus returned: Value: null");
+    return runCommand(frame, pen, &DfuClient::DfuClearStatus);
 }
 
 uint32_t zelDfuDetach(DfuPenHandle *pen)
 {
     static constexpr CallFrame frame = requestFrame("zelDfuDetach");
-    return runCommand(frame, pen, &DfuClient::DfuDetach, "zelDfuDetach succeeded",
-                      "zelDfuDetach returned: Value: null");
+    return runCommand(frame, pen, &DfuClient::DfuDetach);
 }
 
 uint32_t zelDfuDetachBoot(DfuPenHandle *pen)
 {
     static constexpr CallFrame frame = requestFrame("zelDfuDetachBoot");
-    return runCommand(frame, pen, &DfuClient::DfuDetachBoot, "zelDfuDetachBoot succeeded",
-                      "zelDfuDetachBoot returned: Value: null");
+    return runCommand(frame, pen, &DfuClient::DfuDetachBoot);
 }
 
 uint32_t zelDfuGetState(DfuPenHandle *pen, int32_t *state)
@@ -218,7 +212,6 @@ uint32_t zelDfuDownload(DfuPenHandle *pen, const void *block)
     return frame.run({required(pen), required(block)}, [&] {
         const auto *const bytes = static_cast<const std::uint8_t *>(block);
         const std::unique_ptr<Value> result = pen->dfu().DfuDownload(bytes, sizeOfBlock(bytes));
-        return succeedUnlessNull(result.get(), "zelDfuDownload succeeded",
-                                 "zelDfuUpload returned: Value: null"); // named so ever since
+        return succeedUnlessNull(result.get(), frame.logName, "zelDfuUpload"); // named so ever since
     });
 }
