@@ -166,7 +166,7 @@ TEST_F(FirmwareUpgrade, ResetPenLeavesThisModeAndArrivesInTheOrdinaryOne)
 {
     downloadRest(Bytes(kBlockSize, 0xaa));
     Host ordinary;
-    ASSERT_TRUE(m_service.rendezvous().waitForSubscribers(pensim::Subscription::ordinary, 1, kPatience));
+    ASSERT_TRUE(m_service.rendezvous().waitForMessages("LIST", 2, kPatience)); // one of each host
     EXPECT_EQ(zelDfuResetPort(m_handle), ZEL_OK);
     EXPECT_EQ(m_host->departures(1), Ids{kPenId});
     EXPECT_EQ(ordinary.arrivals(1), Ids{kPenId});
