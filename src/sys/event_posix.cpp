@@ -30,9 +30,7 @@ int millisecondsUntil(Clock::time_point deadline)
 // leaves no lock taken and no count of waiting threads behind, over which others would hang.
 struct LEvent::Native {
     Native(bool manual, bool initially)
-        : manualReset(manual),
-          signalled(initially),
-          descriptor(::eventfd(initially ? 1 : 0, EFD_CLOEXEC | EFD_NONBLOCK))
+        : manualReset(manual), descriptor(::eventfd(initially ? 1 : 0, EFD_CLOEXEC | EFD_NONBLOCK))
     {
         if (descriptor < 0)
             throw ZELException("Unable to create new event");
@@ -67,8 +65,8 @@ struct LEvent::Native {
     }
 
     const bool manualReset;
-    /** What poll() tells makes nothing visible that another thread wrote; this does. */
-    std::atomic<bool> signalled;
+    /** What poll() tells makes nothing visible that the setting threads wrote; this count does. */
+    std::atomic<std::uint32_t> signals{0};
     const int descriptor;
 };
 
@@ -85,22 +83,20 @@ LEvent::~LEvent()
 
 void LEvent::signal()
 {
-    m_native->signalled = true;
+    ++m_native->signals;
     ::eventfd_write(m_native->descriptor, 1);
 }
 
 void LEvent::reset()
 {
     m_native->take();
-    m_native->signalled = false;
 }
 
 bool LEvent::wait(std::uint32_t milliseconds)
 {
     if (!m_native->awaitSignal(milliseconds))
         return false;
-    if (m_native->signalled && !m_native->manualReset)
-        m_native->signalled = false;
+    static_cast<void>(m_native->signals.load());
     return true;
 }
 

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <thread>
 
 using zel::LEvent;
@@ -44,6 +45,32 @@ TEST(Event, SetWakesAWaitingThread)
     event.set();
     waiting.join();
     EXPECT_TRUE(woken);
+}
+
+TEST(Event, EachSetOfAnAutoResetEventIsTakenByOneThread)
+{
+    LEvent event(false, false);
+    LEvent wasTaken(false, false);
+    std::atomic<int> taken{0};
+    std::atomic<bool> done{false};
+    const auto take = [&] {
+        while (!done)
+            if (event.wait(10)) {
+                ++taken;
+                wasTaken.set();
+            }
+    };
+    std::thread one(take);
+    std::thread other(take);
+    for (int set = 1; set <= 5000; ++set) {
+        event.set();
+        EXPECT_TRUE(wasTaken.wait(20000));
+        EXPECT_EQ(taken, set);
+    }
+    done = true;
+    one.join();
+    other.join();
+    EXPECT_EQ(taken, 5000);
 }
 
 TEST(Event, WaitWithoutLimitEndsWithTheEvent)
