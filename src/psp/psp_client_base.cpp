@@ -183,9 +183,6 @@ void PspClientBase::sendRequest(const PspInstruction &instruction)
     } catch (const ZELException &failure) {
         failStream();
         throw PspConnectionException(failure.what());
-    } catch (...) {
-        failStream();
-        throw;
     }
 }
 
