@@ -320,6 +320,7 @@ TEST_P(DfuRequests, SuccessWritesTheOutput)
     EXPECT_EQ(written(GetParam().output.size()), GetParam().output);
     EXPECT_EQ(m_output[GetParam().output.size()], kUntouched);
     EXPECT_TRUE(m_log.contains(LogLevel::Debug, "[" + name() + "]"));
+    EXPECT_TRUE(m_log.contains(LogLevel::Debug, "[DfuClient::" + name().substr(3) + "]"));
     if (GetParam().succeeded != nullptr) {
         EXPECT_TRUE(m_log.contains(LogLevel::Debug, GetParam().succeeded));
     }

@@ -375,6 +375,23 @@ TEST_F(PageExports, AnswersOfTheWrongTypeEndTheSessionAndGive1)
     }
 }
 
+// Pens have heard of the session's end by then, and hear of it again.
+TEST_F(PageExports, MorePagesThanCanBeCountedAreFoundBehindTheEndOfTheSession)
+{
+    std::vector<Bytes> styloPages;
+    for (std::uint64_t i = 0; i < 65535; ++i)
+        styloPages.push_back(wire::list({wire::long64(kStyloPage + i), wire::binary({})}));
+    std::vector<Bytes> answers = wholeRetrieval();
+    answers[5] = wire::result(wire::list(styloPages));
+    answer(answers);
+    m_pen.service().then(kDone);
+    expectEmpty(getAllPages(), ZEL_ERR_INVALID_ARGUMENT);
+    Instructions expected(kWholeRetrieval.begin(), kWholeRetrieval.end() - 1);
+    expected.insert(expected.end(), {"U0YE", "R2SM"});
+    EXPECT_EQ(m_pen.service().instructions(), expected);
+    EXPECT_EQ(m_pen.service().requests().back(), mmiState(3));
+}
+
 TEST_F(PageExports, EndOfTheSessionThatFailsInTurnDecidesTheCode)
 {
     const struct {

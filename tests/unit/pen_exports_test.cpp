@@ -224,6 +224,13 @@ TEST_F(ConnectedPenExports, ManagerTellsWhetherThereWasAClient)
     EXPECT_EQ(m_pen.handle()->client, nullptr);
 }
 
+TEST_F(ConnectedPenExports, DisconnectingIsLoggedOnceMoreAtTheClientsEnd)
+{
+    const LogCapture log;
+    EXPECT_TRUE(manager()->disconnectPen(*m_pen.handle()));
+    EXPECT_EQ(log.count("[PspClientBase::disconnect] disconnected"), 2u);
+}
+
 TEST_F(ConnectedPenExports, HandleOutlivesItsServiceAndReportsTheLoss)
 {
     m_pen.service().stopListening();

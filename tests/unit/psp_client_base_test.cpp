@@ -3,13 +3,17 @@
 #include "net/socket.h"
 #include "protocol/value_convert.h"
 #include "support/log_capture.h"
+#include "support/loopback.h"
 #include "support/scripted_pen.h"
 #include "sys/exceptions.h"
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <limits>
+#include <thread>
 #include <typeinfo>
+#include <vector>
 
 namespace {
 
@@ -143,6 +147,19 @@ TEST_F(PspClientBaseTest, DestructionClosesTheConnection)
         client.execute(kInstruction);
     }
     EXPECT_TRUE(m_service.waitUntilClosed());
+}
+
+// A close alone would reset the connection: the pen's bytes were not read.
+TEST_F(PspClientBaseTest, PenSeesAnOrderlyEndWhateverWasLeftUnread)
+{
+    loopback::Listener listener;
+    Client client(kLocalhost, listener.port());
+    client.setPenConnected(true);
+    client.connect();
+    const loopback::OwnedSocket pen = listener.accept();
+    loopback::sendAll(pen, "unasked");
+    client.disconnect();
+    EXPECT_EQ(loopback::receiveOnce(pen), "");
 }
 
 TEST_F(PspClientBaseTest, NoExchangeWhileThePenIsAbsent)
@@ -326,6 +343,7 @@ TEST_F(PspClientBaseTest, ResponseThatIsNoArrayRaisesAnExceptionWithoutText)
     connect();
     EXPECT_EQ(textOf<ZELException>([&] { exchange(wire::int32(0)); }), "");
     EXPECT_EQ(textOf<ZELException>([&] { exchange({0x0f}); }), "");
+    EXPECT_TRUE(m_log.contains(LogLevel::Debug, "Received and parsed value:\n(any type) unknown"));
     EXPECT_EQ(exchange(wire::status(0))->getInt(), 0u) << "the answers were whole: the next one follows them";
 }
 
@@ -335,6 +353,27 @@ TEST_F(PspClientBaseTest, ResponseWithoutStatusIsALostConnection)
     EXPECT_THROW(exchange({0x08, 0x00, 0x00}), PspConnectionException);
     EXPECT_THROW(exchange(wire::list({wire::short16(0)})), PspConnectionException);
     EXPECT_THROW(exchange(wire::list({{0x0f}})), PspConnectionException);
+}
+
+TEST_F(PspClientBaseTest, ExchangesOfSeveralThreadsNeverInterleave)
+{
+    constexpr std::uint16_t kThreads = 4;
+    for (std::uint16_t i = 0; i < kThreads; ++i) {
+        const Bytes question = wire::request("R1GP", {wire::short16(i)});
+        m_service.always({reinterpret_cast<const char *>(question.data()), question.size()},
+                         wire::result(wire::short16(i)));
+    }
+    connect();
+    std::atomic<int> answered{0};
+    std::vector<std::thread> threads;
+    for (std::uint16_t i = 0; i < kThreads; ++i)
+        threads.emplace_back([&, i] {
+            for (int round = 0; round < 50; ++round)
+                answered += m_client.execute(kInstruction, Value::createShort(i))->getShort() == i ? 1 : 0;
+        });
+    for (std::thread &thread : threads)
+        thread.join();
+    EXPECT_EQ(answered, 4 * 50);
 }
 
 // --- failures
