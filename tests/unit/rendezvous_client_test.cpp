@@ -1,12 +1,14 @@
 #include "rendezvous/rendezvous_client.h"
 
 #include "support/log_capture.h"
+#include "support/process_counts.h"
 #include "support/rendezvous_server.h"
 #include "sys/exceptions.h"
 #include "sys/thread.h"
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <thread>
 
 using zel::RendezvousClient;
@@ -25,6 +27,14 @@ std::string messageOf(Call call)
         return failure.what();
     }
     return "(no exception)";
+}
+
+/** That a client which had connected since has let go of its socket, where that can be told. */
+void expectClosed(const zel::test::ProcessCounts &before)
+{
+    if (zel::test::countsExactly()) {
+        EXPECT_EQ(zel::test::countProcess(before), before);
+    }
 }
 
 } // namespace
@@ -137,8 +147,10 @@ TEST(RendezvousClient, ServerThatClosesWhileListingGivesWhatWasGathered)
         loopback::sendAll(client, wire::pen("", "1") + wire::pen("", "2") + "RVP1\r\npen-id");
     });
     RendezvousClient client(server.endpoint(), false);
+    const zel::test::ProcessCounts before = zel::test::countProcess();
     ASSERT_TRUE(client.connectToRendezvousServer());
     EXPECT_EQ(client.enumerate().size(), 2u);
+    expectClosed(before);
     // No closed handle is used again: the next wait tells that the server is gone.
     EXPECT_EQ(client.waitForRendezvousEvent().command, RendezvousCommand::ServerGone);
 }
@@ -152,9 +164,11 @@ TEST(RendezvousClient, ResetWhileListingRaises)
         loopback::reset(loopback::OwnedSocket(const_cast<loopback::OwnedSocket &>(client).release()));
     });
     RendezvousClient client(server.endpoint(), false);
+    const zel::test::ProcessCounts before = zel::test::countProcess();
     ASSERT_TRUE(client.connectToRendezvousServer());
     EXPECT_EQ(messageOf<zel::ZELRendezvousException>([&] { client.enumerate(); }),
               "RendezvousClient::enumerate() - enumerating pens failed 10054");
+    expectClosed(before);
     EXPECT_EQ(client.waitForRendezvousEvent().command, RendezvousCommand::ServerGone);
 }
 
@@ -206,6 +220,23 @@ TEST(RendezvousClient, MessageBeyondTheBufferIsCutAndTheNextOneIsWhole)
     client.disconnectFromRendezvousServer();
 }
 
+TEST(RendezvousClient, MessageIsKeptToItsByte1023)
+{
+    const std::string head = "RVP1\r\nCONNECT\r\n";
+    const std::string key = "pen-vid=1";
+    const std::string filling(1023 - head.size() - key.size(), 'x');
+    RendezvousServer server([&](const loopback::OwnedSocket &client) {
+        wire::enumerate(client, {});
+        loopback::sendAll(client, wire::message(head + filling + key + "2\r\n"));
+        wire::untilClosed(client);
+    });
+    RendezvousClient client(server.endpoint(), false);
+    ASSERT_TRUE(client.connectToRendezvousServer());
+    client.enumerate();
+    EXPECT_EQ(client.waitForRendezvousEvent().vendorId, 0x1);
+    client.disconnectFromRendezvousServer();
+}
+
 TEST(RendezvousClient, MessageInPiecesIsPutTogether)
 {
     RendezvousServer server([](const loopback::OwnedSocket &client) {
@@ -245,6 +276,24 @@ TEST(RendezvousClient, WaitEndsAtOnceWhenToldToDisconnect)
     stopping.join();
 }
 
+// The stop of an earlier life, which nobody waited for, does not end the next wait.
+TEST(RendezvousClient, WaitOfAnArmedClientGoesOn)
+{
+    const zel::net::Endpoint nobody = loopback::deadEndpoint();
+    RendezvousClient client(nobody, false);
+    client.disconnectFromRendezvousServer();
+    client.rearm();
+    std::atomic<bool> ended{false};
+    std::thread waiting([&] {
+        EXPECT_THROW(client.wait(), zel::ZELRendezvousShutDownException);
+        ended = true;
+    });
+    zel::sleepMilliseconds(100);
+    EXPECT_FALSE(ended);
+    client.disconnectFromRendezvousServer();
+    waiting.join();
+}
+
 TEST(RendezvousClient, StopBeforeAConnectionIsNotLost)
 {
     RendezvousServer server([](const loopback::OwnedSocket &client) { wire::untilClosed(client); });
@@ -252,7 +301,6 @@ TEST(RendezvousClient, StopBeforeAConnectionIsNotLost)
     client.disconnectFromRendezvousServer();
     EXPECT_FALSE(client.connect());
     EXPECT_THROW(client.wait(), zel::ZELRendezvousShutDownException);
-    // Armed again it forgets the old stop, also the event that nobody waited for.
     client.rearm();
     EXPECT_TRUE(client.connectToRendezvousServer());
     client.disconnectFromRendezvousServer();

@@ -1,7 +1,9 @@
 #include "session/discovery_record.h"
 #include "session/manager.h"
 #include "support/log_capture.h"
+#include "support/refused_threads.h"
 #include "support/rendezvous_server.h"
+#include "sys/exceptions.h"
 #include "sys/thread.h"
 
 #include <gtest/gtest.h>
@@ -98,6 +100,18 @@ TEST(RendezvousListenerOnPosix, RestartsOfOneManagerLeakNothing)
 }
 
 // Where nobody accepts, a connect hangs for minutes.
+TEST(RendezvousListenerOnPosix, ThreadThatNeverRanIsNotKilled)
+{
+    const LogCapture log;
+    CZELManager manager(loopback::deadEndpoint());
+    {
+        const zel::test::RefusedThreads refused;
+        EXPECT_THROW(manager.StartRendezvous(), zel::ZELException);
+    }
+    EXPECT_TRUE(manager.StopRendezvous());
+    EXPECT_EQ(log.count(kKilled), 0u);
+}
+
 TEST(RendezvousListenerOnPosix, StopEndsAConnectThatHangs)
 {
     loopback::Listener full(0);

@@ -155,6 +155,7 @@ TEST(RendezvousListener, ArrivalAndDepartureReachTheirCallbacks)
     EXPECT_EQ(departure.vendorId, 0x1209);
     EXPECT_TRUE(log.contains(LogLevel::Debug, "RendezvousListener::handleNotifications()"));
     EXPECT_TRUE(log.contains(LogLevel::Debug, "New AbstractPen object created, but not added to PenManager"));
+    EXPECT_EQ(log.count("Pen connected 49153"), 2u) << "as of the departure";
     EXPECT_TRUE(eventually([&] { return log.count("Pen disconnected 49153") == 2; }))
         << "once where it is parsed, once where it is handled";
 }

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <string_view>
+
 using zel::scanDecimal;
 using zel::scanHexadecimal;
 
@@ -36,6 +38,12 @@ TEST(ScannedNumber, HexadecimalMayCarryItsPrefix)
     EXPECT_EQ(scanHexadecimal("ab9Z"), 0xAB9u);
     EXPECT_EQ(scanHexadecimal("0x"), 0u);
     EXPECT_EQ(scanHexadecimal("0xg"), 0u);
+}
+
+TEST(ScannedNumber, PrefixIsTakenOnlyBeforeADigitOfTheText)
+{
+    const std::string_view text = "0x1F";
+    EXPECT_EQ(scanHexadecimal(text.substr(0, 2)), 0u) << "what stands behind the text is none of it";
 }
 
 TEST(ScannedNumber, LargestHexadecimalBelowAllOnesIsReadAsItIs)

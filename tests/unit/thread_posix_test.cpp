@@ -1,3 +1,4 @@
+#include "support/refused_threads.h"
 #include "sys/exceptions.h"
 #include "sys/thread.h"
 
@@ -5,10 +6,14 @@
 
 #include <atomic>
 #include <csignal>
+#include <cstddef>
 #include <functional>
 #include <string>
+#include <thread>
+#include <vector>
 
 #include <pthread.h>
+#include <unistd.h>
 
 using zel::LEvent;
 using zel::LThread;
@@ -173,6 +178,97 @@ TEST(ThreadOnPosix, KillOfAnotherDoesNotLetALateOneGo)
     EXPECT_EQ(currentHandler().sa_handler, hostHandler) << "nothing is under way any more";
 }
 
+namespace {
+
+std::atomic<bool> s_onAlternateStack{false};
+
+void hostHandlerThatLooksAtItsStack(int)
+{
+    stack_t stack{};
+    sigaltstack(nullptr, &stack);
+    s_onAlternateStack = (stack.ss_flags & SS_ONSTACK) != 0;
+    ++s_hostSignals;
+}
+
+/** The calling thread's handlers run on a stack of their own. */
+class AlternateStack
+{
+public:
+    AlternateStack()
+    {
+        stack_t stack{};
+        stack.ss_sp = m_bytes.data();
+        stack.ss_size = m_bytes.size();
+        sigaltstack(&stack, &m_before);
+    }
+    ~AlternateStack() { sigaltstack(&m_before, nullptr); }
+
+private:
+    std::vector<std::byte> m_bytes = std::vector<std::byte>(1 << 16);
+    stack_t m_before{};
+};
+
+} // namespace
+
+// Threads of hosts whose stacks are small, or that are in a call of the system, do not suffer from a kill.
+TEST(ThreadOnPosix, HandlerDuringAKillSparesStacksAndSystemCalls)
+{
+#ifdef __SANITIZE_THREAD__
+    GTEST_SKIP() << "ThreadSanitizer runs handlers when and where it likes";
+#endif
+    struct sigaction action = {};
+    action.sa_handler = hostHandlerThatLooksAtItsStack;
+    action.sa_flags = SA_RESTART | SA_ONSTACK;
+    const HostHandler host(action);
+    s_hostSignals = 0;
+    s_onAlternateStack = false;
+
+    Stubborn stubborn;
+    stubborn.thread.kill();
+    ASSERT_NE(currentHandler().sa_handler, hostHandlerThatLooksAtItsStack) << "the signal is still under way";
+
+    int ends[2];
+    ASSERT_EQ(pipe(ends), 0);
+    ssize_t received = 0;
+    std::atomic<bool> reading{false};
+    std::thread reader([&] {
+        const AlternateStack stack;
+        char byte = 0;
+        reading = true;
+        received = read(ends[0], &byte, 1);
+    });
+    while (!reading)
+        zel::sleepMilliseconds(1);
+    for (int i = 0; i < 20; ++i) {
+        zel::sleepMilliseconds(1);
+        pthread_kill(reader.native_handle(), SIGURG);
+    }
+    while (s_hostSignals == 0)
+        zel::sleepMilliseconds(1);
+    EXPECT_EQ(write(ends[1], "x", 1), 1);
+    reader.join();
+    close(ends[0]);
+    close(ends[1]);
+    EXPECT_TRUE(s_onAlternateStack);
+    EXPECT_EQ(received, 1) << "the call is not interrupted";
+    EXPECT_FALSE(stubborn.wentOnWhenItListened());
+}
+
+// A parked thread that took one would run the host's handler on a stack which nobody owns any more.
+TEST(ThreadOnPosix, KilledThreadTakesNoSignalOfTheProcess)
+{
+    killOneThread();
+    sigset_t ours;
+    sigemptyset(&ours);
+    sigaddset(&ours, SIGUSR2);
+    sigset_t before;
+    pthread_sigmask(SIG_BLOCK, &ours, &before);
+    kill(getpid(), SIGUSR2);
+    const timespec atOnce{};
+    EXPECT_EQ(sigtimedwait(&ours, nullptr, &atOnce), SIGUSR2);
+    pthread_sigmask(SIG_SETMASK, &before, nullptr);
+}
+
 TEST(ThreadOnPosix, OnlyTheKillAndItsOwnFaultsInterruptAThread)
 {
     sigset_t blocked;
@@ -198,12 +294,7 @@ TEST(ThreadOnPosix, BodyThatExitsItsThreadEndsItOnly)
 
 TEST(ThreadOnPosix, SystemThatGivesNoThreadIsReported)
 {
-    pthread_attr_t normal;
-    pthread_attr_t absurd;
-    ASSERT_EQ(pthread_getattr_default_np(&normal), 0);
-    ASSERT_EQ(pthread_attr_init(&absurd), 0);
-    ASSERT_EQ(pthread_attr_setstacksize(&absurd, std::size_t{1} << 47), 0);
-    ASSERT_EQ(pthread_setattr_default_np(&absurd), 0);
+    const zel::test::RefusedThreads refused;
     BodyThread thread([] {});
     std::string message;
     try {
@@ -211,7 +302,6 @@ TEST(ThreadOnPosix, SystemThatGivesNoThreadIsReported)
     } catch (const zel::ZELException &e) {
         message = e.what();
     }
-    pthread_setattr_default_np(&normal);
     EXPECT_EQ(message, "Unable to create new thread");
     EXPECT_FALSE(thread.isRunning());
 }
