@@ -1,6 +1,7 @@
 // What hashing a password leaves in memory. The hash runs on a thread whose stack is a block of this test,
 // so that the whole of it can be searched afterwards.
 #include "security/password_hash.h"
+#include "sys/secure_wipe.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -22,24 +23,42 @@ std::string password()
     return text;
 }
 
-/** What the thread does: it hashes a password, or keeps a careless copy. */
 struct Job {
     std::string secret;
+    void (*work)(Job &); // what the thread does
     zel::PasswordDigest digest{};
-    bool hashes = true;
 };
+
+void hash(Job &job)
+{
+    job.digest = zel::hashPassword(job.secret.c_str(), kPenId);
+}
+
+/** Leaves the secret on the stack, 7 KiB below its caller. */
+[[gnu::noinline]] void copyCarelessly(Job &job)
+{
+    volatile char room[7 * 1024];
+    for (std::size_t i = 0; i < job.secret.size(); ++i)
+        room[i] = job.secret[i];
+    job.digest[0] = static_cast<std::uint8_t>(room[0]);
+}
+
+void copyAndWipe(Job &job)
+{
+    copyCarelessly(job);
+    zel::wipeTraces();
+}
+
+void copyAndHash(Job &job)
+{
+    copyCarelessly(job);
+    hash(job);
+}
 
 void *run(void *argument)
 {
     Job &job = *static_cast<Job *>(argument);
-    if (job.hashes) {
-        job.digest = zel::hashPassword(job.secret.c_str(), kPenId);
-    } else {
-        volatile char copy[128];
-        for (std::size_t i = 0; i < job.secret.size(); ++i)
-            copy[i] = job.secret[i];
-        job.digest[0] = static_cast<std::uint8_t>(copy[0]);
-    }
+    job.work(job);
     return nullptr;
 }
 
@@ -105,7 +124,7 @@ TEST(PasswordMemory, SearchFindsWhatIsLeft)
     if (!kStackIsTheProgramsOwn)
         GTEST_SKIP() << "the sanitizer's stack";
     OwnStack stack;
-    Job job{.secret = password(), .hashes = false};
+    Job job{.secret = password(), .work = copyCarelessly};
     stack.runJob(job);
     EXPECT_TRUE(stack.holdsPartOf(job.secret, 8));
 }
@@ -115,8 +134,29 @@ TEST(PasswordMemory, HashingLeavesNoPartOfThePasswordOnTheStack)
     if (!kStackIsTheProgramsOwn)
         GTEST_SKIP() << "the sanitizer's stack";
     OwnStack stack;
-    Job job{.secret = password()};
+    Job job{.secret = password(), .work = hash};
     stack.runJob(job);
     EXPECT_NE(job.digest, zel::PasswordDigest{});
     EXPECT_FALSE(stack.holdsPartOf(job.secret, 4));
+}
+
+TEST(PasswordMemory, WipedStackHoldsNothingAsFarAsEightKibibytesDown)
+{
+    if (!kStackIsTheProgramsOwn)
+        GTEST_SKIP() << "the sanitizer's stack";
+    OwnStack stack;
+    Job job{.secret = password(), .work = copyAndWipe};
+    stack.runJob(job);
+    EXPECT_FALSE(stack.holdsPartOf(job.secret, 8));
+}
+
+// Whatever the compiler made of it: what functions below the hash may have left goes with its end.
+TEST(PasswordMemory, HashingWipesTheStackBelowItself)
+{
+    if (!kStackIsTheProgramsOwn)
+        GTEST_SKIP() << "the sanitizer's stack";
+    OwnStack stack;
+    Job job{.secret = password(), .work = copyAndHash};
+    stack.runJob(job);
+    EXPECT_FALSE(stack.holdsPartOf(job.secret, 8));
 }

@@ -86,9 +86,11 @@ TEST(PenPspVersions, EmptySetHasEmptyText)
 
 TEST(PenPspVersions, IdOutsideTheTableShowsAsUnknown)
 {
-    PenPspVersions versions;
-    versions.add(77);
-    EXPECT_EQ(versions.toText(), "Unknown");
+    for (const std::uint32_t id : {10u, 77u}) {
+        PenPspVersions versions;
+        versions.add(id);
+        EXPECT_EQ(versions.toText(), "Unknown") << id;
+    }
 }
 
 TEST(PenPspVersions, CopyIsIndependent)

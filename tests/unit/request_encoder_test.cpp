@@ -250,6 +250,33 @@ TEST_F(RequestEncoding, BlockOfAnotherSizeIsRefusedUntouched)
     }
 }
 
+namespace {
+
+/** Counts the times that what it holds was sent on. */
+class FlushCounter : public std::stringbuf
+{
+public:
+    int flushes = 0;
+
+protected:
+    int sync() override
+    {
+        ++flushes;
+        return std::stringbuf::sync();
+    }
+};
+
+} // namespace
+
+TEST_F(RequestEncoding, StreamIsFlushedOnceBehindTheRequest)
+{
+    FlushCounter buffer;
+    std::ostream stream(&buffer);
+    m_encoder.encode(stream);
+    EXPECT_EQ(buffer.flushes, 1);
+    EXPECT_EQ(buffer.str().size(), 26u);
+}
+
 TEST_F(RequestEncoding, FailedStreamThrowsIOException)
 {
     std::ostringstream stream;

@@ -5,6 +5,8 @@
 
 #include <gtest/gtest.h>
 
+#include <new>
+
 namespace {
 
 using Block = std::array<std::uint8_t, 32>;
@@ -22,6 +24,15 @@ Block block(const char *digits)
 }
 
 } // namespace
+
+TEST(Rijndael256, KeyIsGoneAfterTheScope)
+{
+    alignas(zel::Rijndael256) std::array<std::uint8_t, sizeof(zel::Rijndael256)> room{};
+    auto *const cipher = new (room.data()) zel::Rijndael256(Block{1, 2, 3});
+    EXPECT_NE(room, decltype(room){}) << "the round keys";
+    cipher->~Rijndael256();
+    EXPECT_EQ(room, decltype(room){});
+}
 
 TEST(Rijndael256, DigitsOfPiUnderDigitsOfEGiveThePublishedBlock)
 {

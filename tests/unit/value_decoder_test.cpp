@@ -202,6 +202,17 @@ TEST(ValueDecoder, BytesReceivedPayForElementsWithoutABody)
     EXPECT_EQ(decodedTrickling(bytes)->getArray().size(), 17u);
 }
 
+TEST(ValueDecoder, SkippedHeaderBytesPayToo)
+{
+    const Bytes header(20000, 0xEE);
+    Bytes bytes = Bytes{0x08} + header + Bytes{0x00, 0x06};
+    for (int i = 0; i < 6; ++i)
+        bytes = std::move(bytes) + Bytes{0x09} + header + Bytes{0xFF, 0xFF, 0x00} + header;
+    TrickleStream stream(bytes, 4096);
+    ProtocolInputStream in(stream);
+    EXPECT_EQ(ValueFormatV1_0(20001).decode(in)->getArray().size(), 6u);
+}
+
 TEST(ValueDecoder, TooManyElementsWithoutABodyAreLogged)
 {
     LogCapture log;

@@ -535,13 +535,15 @@ TEST_P(ByteCount, IsHeaderAndBodyWhateverFollows)
 
 TEST_P(ByteCount, ComesWithTheValueFromAStream)
 {
-    TrickleStream stream(GetParam().bytes, 2);
-    ProtocolInputStream in(stream);
-    std::uint32_t count = 0;
-    const auto value = ValueFormatV1_0().decodeAndCountBytes(in, &count);
-    EXPECT_TRUE(sameTree(value.get(), decodeValue(GetParam().bytes).get()));
-    EXPECT_EQ(count, GetParam().count);
-    EXPECT_EQ(stream.buffer().left(), 0u);
+    for (const std::size_t step : {1u, 2u, 3u, 4u, 100u}) {
+        TrickleStream stream(GetParam().bytes, step);
+        ProtocolInputStream in(stream);
+        std::uint32_t count = 0;
+        const auto value = ValueFormatV1_0().decodeAndCountBytes(in, &count);
+        EXPECT_TRUE(sameTree(value.get(), decodeValue(GetParam().bytes).get()));
+        EXPECT_EQ(count, GetParam().count) << "in steps of " << step;
+        EXPECT_EQ(stream.buffer().left(), 0u);
+    }
 }
 
 TEST_P(ByteCount, OfCutInputIsNone)
@@ -559,6 +561,12 @@ TEST(ValueFormat, CountIncludesALongerHeader)
     const Bytes bytes = {0x02, 0xEE, 0xEE, 0x07};
     std::uint32_t count = 0;
     EXPECT_TRUE(ValueFormatV1_0(3).decodeAndCountBytes(bytes.data(), 4, &count));
+    EXPECT_EQ(count, 4u);
+
+    TrickleStream stream(bytes, 1);
+    ProtocolInputStream in(stream);
+    count = 0;
+    EXPECT_EQ(ValueFormatV1_0(3).decodeAndCountBytes(in, &count)->getByte(), 7);
     EXPECT_EQ(count, 4u);
 }
 
