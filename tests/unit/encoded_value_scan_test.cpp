@@ -1,6 +1,7 @@
 #include "protocol/encoded_value_scan.h"
 
 #include "protocol/byte_source.h"
+#include "protocol/value.h"
 #include "protocol/value_decoder.h"
 #include "protocol/value_format.h"
 #include "support/wire.h"
@@ -113,5 +114,65 @@ TEST(EncodedValueScan, ElementsWithoutABodyAreBoundedAsInTheDecoder)
             EXPECT_EQ(isOneEncodedValue(bytes), arrays == 4) << arrays;
             EXPECT_EQ(decodesToExactlyOneValue(bytes), arrays == 4) << arrays;
         }
+    }
+}
+
+namespace {
+
+/** What stands before the elements that come free: its wire form, and what the tree holds of it. */
+struct Payload {
+    const char *name;
+    Bytes bytes;
+    std::size_t values;
+    std::size_t contents;
+};
+
+const Payload kPayloads[] = {
+    {"nothing", {}, 0, 0},
+    {"numbers", repeated({0x02, 0x07}, 100), 100, 0},
+    {"string", Bytes{0x06, 0x03, 0xE8} + Bytes(1000, 0x41), 1, 1000},
+    {"binary", Bytes{0x07, 0x00, 0x00, 0x03, 0xE8} + Bytes(1000, 0x41), 1, 1000},
+    {"escaped binary", Bytes{0x0E} + Bytes(900, 0x41) + repeated({0xDB, 0xDC}, 100) + Bytes{0xC0}, 1, 1000},
+};
+
+constexpr std::size_t kAllowance = 16 * 1024 * 1024;
+/** A value, two words of the heap's and the element that points there. */
+constexpr std::size_t kPerValue = sizeof(Value) + 16 + sizeof(ValueList::value_type);
+constexpr std::size_t kFullArrays = kAllowance / (65535 * kPerValue);
+
+/** A value array: the payload, full data arrays of 65,535 absent elements, one of so many, and bytes that the
+ *  decoder has not received yet when it admits those. */
+Bytes withAbsentElements(const Payload &payload, std::size_t count)
+{
+    return Bytes{0x08} + wire::bigEndian(payload.values + kFullArrays + 2, 2) + payload.bytes +
+           repeated({0x09, 0xFF, 0xFF, 0x0F}, kFullArrays) + Bytes{0x09} + wire::bigEndian(count, 2) +
+           Bytes{0x0F} + wire::long64(1);
+}
+
+/** How many absent elements the last of those arrays may have: the tree may hold 64 bytes per byte received
+ *  and 16 MiB. */
+std::size_t mostAbsentElements(const Payload &payload)
+{
+    const std::size_t received = 3 + payload.bytes.size() + (kFullArrays + 1) * 4;
+    const std::size_t arrays = 1 + kFullArrays + 1; // with the one around them
+    const std::size_t held = (arrays + payload.values + kFullArrays * 65535) * kPerValue + payload.contents;
+    return (64 * received + kAllowance - held) / kPerValue;
+}
+
+} // namespace
+
+// To the element: whatever else the tree holds is charged, whatever was received is credited, and the decoder
+// and the scan agree about both.
+TEST(EncodedValueScan, FreeElementsEndWhereTheTreeIsFullAsInTheDecoder)
+{
+    for (const Payload &payload : kPayloads) {
+        const std::size_t most = mostAbsentElements(payload);
+        ASSERT_LT(most, 65535u) << payload.name;
+        const Bytes full = withAbsentElements(payload, most);
+        EXPECT_TRUE(decodesToExactlyOneValue(full)) << payload.name;
+        EXPECT_TRUE(isOneEncodedValue(full)) << payload.name;
+        const Bytes tooFull = withAbsentElements(payload, most + 1);
+        EXPECT_FALSE(decodesToExactlyOneValue(tooFull)) << payload.name;
+        EXPECT_FALSE(isOneEncodedValue(tooFull)) << payload.name;
     }
 }
