@@ -34,16 +34,16 @@ ValueList copyElements(const ValueList &elements)
 
 } // namespace
 
-Value::~Value()
-{
-    release();
-}
-
 void Value::release() noexcept
 {
-    if (isArray())
+    if (isArray()) {
         std::destroy_at(&m_payload.elements);
-    else if (ownsBlock())
+        return;
+    }
+    if (m_secret)
+        // NOLINTNEXTLINE(cppcoreguidelines-pro-type-const-cast): the bytes are this object's own
+        secureWipe(const_cast<std::uint8_t *>(bytes()), m_length);
+    if (ownsBlock())
         FreeBlock()(m_payload.block);
 }
 
@@ -64,9 +64,10 @@ void Value::setBytes(const void *data, std::size_t size)
     m_length = static_cast<std::uint32_t>(size);
 }
 
-std::unique_ptr<Value> Value::createBytes(ValueType type, const void *data, std::size_t size)
+std::unique_ptr<Value> Value::createBytes(ValueType type, const void *data, std::size_t size, bool secret)
 {
     std::unique_ptr<Value> value = createBare(type);
+    value->m_secret = secret;
     value->setBytes(data, size);
     return value;
 }
@@ -86,32 +87,14 @@ std::unique_ptr<Value> Value::createString(std::string_view text)
     return createBytes(ValueType::String, text.data(), text.size());
 }
 
-class Value::Secret : public Value
-{
-public:
-    explicit Secret(ValueType type) noexcept : Value(type, 0) {}
-    // NOLINTNEXTLINE(cppcoreguidelines-pro-type-const-cast): the bytes are this object's own
-    ~Secret() override { secureWipe(const_cast<std::uint8_t *>(bytes()), m_length); }
-
-private:
-    std::unique_ptr<Value> copyBytes() const override { return createSecret(m_type, bytes(), m_length); }
-};
-
-std::unique_ptr<Value> Value::createSecret(ValueType type, const void *data, std::size_t size)
-{
-    auto value = std::make_unique<Secret>(type);
-    value->setBytes(data, size);
-    return value;
-}
-
 std::unique_ptr<Value> Value::createSecretString(std::string_view text)
 {
-    return createSecret(ValueType::String, text.data(), text.size());
+    return createBytes(ValueType::String, text.data(), text.size(), true);
 }
 
 std::unique_ptr<Value> Value::createSecretBinary(std::span<const std::uint8_t> bytes)
 {
-    return createSecret(ValueType::Binary, bytes.data(), bytes.size());
+    return createBytes(ValueType::Binary, bytes.data(), bytes.size(), true);
 }
 
 std::unique_ptr<Value> Value::createBinary(const std::uint8_t *data, std::uint32_t size)
@@ -138,9 +121,7 @@ std::unique_ptr<Value> Value::createEscapedBinaryOwned(ByteBlock data, std::uint
 
 std::unique_ptr<Value> Value::createArray(ValueType type, ValueList elements)
 {
-    std::unique_ptr<Value> value = createBare(type);
-    value->m_payload.elements = std::move(elements);
-    return value;
+    return std::unique_ptr<Value>(new Value(type, std::move(elements)));
 }
 
 std::unique_ptr<Value> Value::createValueArray(ValueList elements)
@@ -234,7 +215,7 @@ std::unique_ptr<Value> Value::copy() const
     case ValueType::String:
     case ValueType::Binary:
     case ValueType::EscapedBinary:
-        return copyBytes();
+        return createBytes(m_type, bytes(), m_length, m_secret);
     case ValueType::ValueArray:
     case ValueType::TerminatedArray:
         return createArray(m_type, copyElements(m_payload.elements));
@@ -259,6 +240,7 @@ void Value::takeFrom(Value &other) noexcept
 {
     release();
     m_type = other.m_type;
+    m_secret = other.m_secret;
     m_length = other.m_length;
     if (other.isArray()) {
         std::construct_at(&m_payload.elements, std::move(other.m_payload.elements));
@@ -266,7 +248,10 @@ void Value::takeFrom(Value &other) noexcept
     } else {
         std::memcpy(m_payload.inlineBytes, other.m_payload.inlineBytes, sizeof m_payload.inlineBytes);
     }
+    if (other.m_secret)
+        secureWipe(other.m_payload.inlineBytes, sizeof other.m_payload.inlineBytes);
     other.m_type = ValueType::Null;
+    other.m_secret = false;
     other.m_length = 0;
     other.m_payload.scalar = 0;
 }

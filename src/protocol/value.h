@@ -1,6 +1,7 @@
 #pragma once
 
 #include "protocol/binary_buffer.h"
+#include "protocol/block_allocator.h"
 #include "protocol/byte_block.h"
 
 #include <cstdint>
@@ -8,6 +9,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace zel {
@@ -31,7 +33,7 @@ enum class ValueType : std::uint32_t {
 
 class Value;
 /** An absent element (null pointer) stands for one that decoded to no value. */
-using ValueList = std::vector<std::unique_ptr<Value>>;
+using ValueList = std::vector<std::unique_ptr<Value>, BlockAllocator<std::unique_ptr<Value>>>;
 
 /** The typed datum of PSP. A value owns its text, bytes and elements. Not synchronised: a value
  *  belongs to one thread at a time.
@@ -43,7 +45,11 @@ class Value
 public:
     static constexpr std::uint32_t kInlineSize = 24;
 
-    virtual ~Value();
+    ~Value()
+    {
+        if (m_type >= ValueType::String) // the others hold nothing
+            release();
+    }
     Value(const Value &) = delete;
     Value &operator=(const Value &) = delete;
 
@@ -123,10 +129,6 @@ public:
     void appendTo(std::string &out, std::int32_t indent = 0) const;
 
 private:
-    class Secret;
-    /** Of one that has text or bytes. */
-    virtual std::unique_ptr<Value> copyBytes() const { return createBytes(m_type, bytes(), m_length); }
-
     union Payload {
         Payload() noexcept : scalar(0) {}
         ~Payload() {} // NOLINT(modernize-use-equals-default): that would be deleted
@@ -147,13 +149,18 @@ private:
             m_payload.scalar = scalar;
     }
 
+    Value(ValueType type, ValueList elements) noexcept : m_type(type)
+    {
+        std::construct_at(&m_payload.elements, std::move(elements));
+    }
+
     static std::unique_ptr<Value> createScalar(ValueType type, std::uint64_t scalar)
     {
         return std::unique_ptr<Value>(new Value(type, scalar));
     }
     static std::unique_ptr<Value> createArray(ValueType type, ValueList elements);
-    static std::unique_ptr<Value> createBytes(ValueType type, const void *data, std::size_t size);
-    static std::unique_ptr<Value> createSecret(ValueType type, const void *data, std::size_t size);
+    static std::unique_ptr<Value> createBytes(ValueType type, const void *data, std::size_t size,
+                                              bool secret = false);
     static std::unique_ptr<Value> createBytesOwned(ValueType type, ByteBlock data, std::uint32_t size);
 
     static bool isArrayType(ValueType type) noexcept
@@ -184,6 +191,7 @@ private:
 
     Payload m_payload;
     ValueType m_type;
+    bool m_secret = false;      // text or bytes that are wiped
     std::uint32_t m_length = 0; // of text and bytes; a data array keeps its element type here
 };
 
