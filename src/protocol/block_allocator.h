@@ -15,8 +15,8 @@ struct BlockAllocator {
     using value_type = T;
 
     BlockAllocator() noexcept = default;
-    template <class Other>
-    explicit(false) BlockAllocator(const BlockAllocator<Other> & /*other*/) noexcept
+    template <class Other> // NOLINTNEXTLINE(google-explicit-constructor): containers convert it
+    BlockAllocator(const BlockAllocator<Other> & /*other*/) noexcept
     {
     }
 

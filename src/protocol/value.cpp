@@ -248,8 +248,6 @@ void Value::takeFrom(Value &other) noexcept
     } else {
         std::memcpy(m_payload.inlineBytes, other.m_payload.inlineBytes, sizeof m_payload.inlineBytes);
     }
-    if (other.m_secret)
-        secureWipe(other.m_payload.inlineBytes, sizeof other.m_payload.inlineBytes);
     other.m_type = ValueType::Null;
     other.m_secret = false;
     other.m_length = 0;

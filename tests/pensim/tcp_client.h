@@ -45,10 +45,18 @@ public:
     }
 
     bool wasReset() const { return m_wasReset; }
+    // As far as can be told: under Wine a reset that comes before the receive reads like an orderly end.
+    bool mayHaveBeenReset() const { return m_wasReset || kResetsMayReadAsEnds; }
     bool ended() { return receive(1).empty(); }
     void finishSending() { m_socket.shutdown(asio::ip::tcp::socket::shutdown_send); }
 
 private:
+#ifdef _WIN32
+    static constexpr bool kResetsMayReadAsEnds = true;
+#else
+    static constexpr bool kResetsMayReadAsEnds = false;
+#endif
+
     asio::io_context m_context;
     asio::ip::tcp::socket m_socket;
     bool m_wasReset = false;

@@ -130,16 +130,6 @@ TEST(Value, SecretBinaryIsABinary)
     }
 }
 
-TEST(Value, SecretThatMovesElsewhereIsWipedWhereItWas)
-{
-    const auto value = Value::createSecretString("a short secret");
-    const auto *const place = reinterpret_cast<const std::uint8_t *>(value->textView().data());
-    const auto other = Value::createNull();
-    value->swap(*other);
-    EXPECT_EQ(other->textView(), "a short secret");
-    EXPECT_TRUE(std::all_of(place, place + 14, [](std::uint8_t byte) { return byte == 0; }));
-}
-
 TEST(Value, TextThatIsAbsentReadsAsEmpty)
 {
     std::string out = "before";
