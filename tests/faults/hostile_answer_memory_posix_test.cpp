@@ -17,6 +17,7 @@ namespace {
 
 namespace wire = zel::test::wire;
 using zel::test::Answer;
+using zel::test::repeated;
 using zel::test::operator+; // NOLINT(misc-unused-using-decls): it is used
 
 constexpr std::size_t kMiB = std::size_t{1024} * 1024;
@@ -38,15 +39,6 @@ using Shape = Bytes (*)(std::size_t size);
 
 const Bytes kNull = {0x00};
 const Bytes kEmptyTerminatedArray = {0x0a, 0x0b};
-
-Bytes repeated(const Bytes &bytes, std::size_t times)
-{
-    Bytes all;
-    all.reserve(bytes.size() * times);
-    for (std::size_t i = 0; i < times; ++i)
-        all.insert(all.end(), bytes.begin(), bytes.end());
-    return all;
-}
 
 /** Value arrays, as long as a count allows, in a value array. */
 Bytes arraysOf(const Bytes &element, std::size_t size)

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <initializer_list>
 #include <string_view>
@@ -14,6 +15,16 @@ inline Bytes operator+(Bytes left, const Bytes &right)
 {
     left.insert(left.end(), right.begin(), right.end());
     return left;
+}
+
+/** These bytes so many times. */
+inline Bytes repeated(const Bytes &bytes, std::size_t times)
+{
+    Bytes all;
+    all.reserve(bytes.size() * times);
+    for (std::size_t i = 0; i < times; ++i)
+        all.insert(all.end(), bytes.begin(), bytes.end());
+    return all;
 }
 
 namespace wire {

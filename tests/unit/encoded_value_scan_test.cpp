@@ -28,14 +28,6 @@ bool decodesToExactlyOneValue(const Bytes &bytes)
     }
 }
 
-Bytes repeated(const Bytes &bytes, std::size_t count)
-{
-    Bytes all;
-    for (std::size_t i = 0; i < count; ++i)
-        all.insert(all.end(), bytes.begin(), bytes.end());
-    return all;
-}
-
 } // namespace
 
 TEST(EncodedValueScan, AgreesWithTheDecoderOnEveryTwoBytes)

@@ -16,15 +16,6 @@ using namespace zel::test;
 /** Input that nobody means well with. */
 namespace {
 
-Bytes repeated(const Bytes &bytes, std::size_t count)
-{
-    Bytes all;
-    all.reserve(bytes.size() * count);
-    for (std::size_t i = 0; i < count; ++i)
-        all.insert(all.end(), bytes.begin(), bytes.end());
-    return all;
-}
-
 Bytes nestedValueArrays(std::size_t depth)
 {
     return repeated({0x08, 0x00, 0x01}, depth - 1) + Bytes{0x08, 0x00, 0x00};
