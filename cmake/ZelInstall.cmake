@@ -1,11 +1,12 @@
-# What an installation holds: the library, its header, the import libraries, and the package
-# that find_package(zel) finds, with the target zel::zel.
+# What an installation holds: the library, its headers, the import libraries, the licence, and the
+# package that find_package(zel) finds, with the target zel::zel.
 include(CMakePackageConfigHelpers)
 
 set(ZEL_PACKAGE_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/zel)
 
 install(TARGETS zel EXPORT zelTargets)
 install(DIRECTORY include/zel DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+install(FILES LICENSE DESTINATION ${CMAKE_INSTALL_DOCDIR})
 if(WIN32)
     install(FILES ${PROJECT_BINARY_DIR}/zel.lib DESTINATION ${CMAKE_INSTALL_LIBDIR})
 endif()

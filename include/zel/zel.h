@@ -1,3 +1,4 @@
+/* SPDX-License-Identifier: MIT */
 /** zel: finds digital pens and talks to them.
  *
  *  A pen service on this machine owns the pens' USB and Bluetooth links. This library is its client: a

@@ -24,6 +24,7 @@ started() { WINEPATH=$windows_bin "$@" </dev/null; }
 
 rm -rf build/install/"$preset"*
 expect "$preset: the package installs" cmake --install "build/$preset" --prefix "$prefix"
+expect "$preset: the package holds the licence" cmp LICENSE "$prefix/share/doc/zel/LICENSE"
 case $preset in
     native)
         expect "native: hosts build from the package" consumer native
