@@ -4,6 +4,8 @@ option(ZEL_COVERAGE "Record line and branch coverage" OFF)
 option(ZEL_LIBFUZZER "Build the fuzz targets as libFuzzer programs" OFF)
 
 if(ZEL_SANITIZE)
+    # The code asks this macro: of the compilers' own macros, no two compilers define the same.
+    add_compile_definitions(ZEL_SANITIZED)
     # Stacks with lines are all that is looked at: less debug information builds faster.
     add_compile_options(-fsanitize=${ZEL_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all -O1 -g1)
     add_link_options(-fsanitize=${ZEL_SANITIZE})

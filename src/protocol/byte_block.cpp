@@ -13,8 +13,8 @@ namespace zel {
 
 namespace {
 
-#ifdef __SANITIZE_ADDRESS__
-// AddressSanitizer guards the blocks of the C heap and no others.
+#ifdef ZEL_SANITIZED
+// Sanitizers watch the blocks of the C heap and no others.
 constexpr std::size_t kChunkFrom = std::numeric_limits<std::size_t>::max();
 constexpr std::size_t kPagesFrom = kChunkFrom;
 #else

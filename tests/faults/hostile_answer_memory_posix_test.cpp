@@ -23,7 +23,7 @@ using zel::test::operator+; // NOLINT(misc-unused-using-decls): it is used
 constexpr std::size_t kMiB = std::size_t{1024} * 1024;
 
 // Of the large size it takes many small blocks, which a sanitizer makes slow.
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#ifdef ZEL_SANITIZED
 constexpr std::size_t kSizes[] = {1000, kMiB / 16};
 #else
 constexpr std::size_t kSizes[] = {1000, kMiB / 4, 2 * kMiB};

@@ -32,7 +32,7 @@ using Finds = std::vector<MemorySearch::Find>;
 
 // Sanitizers keep locals elsewhere than on the stack, freed blocks for a while, and copies of what passes
 // through their functions.
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#ifdef ZEL_SANITIZED
 constexpr bool kMemoryIsTheProgramsOwn = false;
 #else
 constexpr bool kMemoryIsTheProgramsOwn = true;

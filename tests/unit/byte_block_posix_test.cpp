@@ -23,7 +23,7 @@ std::size_t residentBytes()
 
 void expectMemoryToGoWithTheBlocks(std::size_t count, std::size_t size)
 {
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#ifdef ZEL_SANITIZED
     GTEST_SKIP() << "sanitizers keep memory of their own";
 #endif
     std::vector<zel::ByteBlock> blocks;

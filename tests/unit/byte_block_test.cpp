@@ -63,8 +63,8 @@ TEST(ByteBlock, ResizingNoBlockAllocatesOne)
     }
 }
 
-// AddressSanitizer ends the program when the C heap is asked for what cannot be had.
-#ifndef __SANITIZE_ADDRESS__
+// Sanitizers end the program when the C heap is asked for what cannot be had.
+#ifndef ZEL_SANITIZED
 
 TEST(ByteBlock, AnImpossibleSizeThrowsBadAlloc)
 {

@@ -63,7 +63,7 @@ void *run(void *argument)
 }
 
 // Sanitizers keep locals elsewhere than on the stack, and copies of what passes through their functions.
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#ifdef ZEL_SANITIZED
 constexpr bool kStackIsTheProgramsOwn = false;
 #else
 constexpr bool kStackIsTheProgramsOwn = true;
