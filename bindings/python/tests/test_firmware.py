@@ -63,6 +63,14 @@ def test_a_fault_of_the_pen_is_told_in_words_and_cleared_by_the_next_try(pensim)
             pen.download(IMAGE)
 
 
+@pytest.mark.pensim([{"id": "0x1", "mode": "firmware-upgrade",
+                      "dfu": {"manifestation_tolerant": False, "manifest_ms": 300}}])
+def test_a_pen_has_the_time_that_it_asks_for_before_it_is_reset(pensim):
+    zel.firmware.download(IMAGE)
+    with zel.Library() as library:
+        assert library.wait(timeout=10).pen_id == 1  # it runs its new firmware
+
+
 def test_single_requests(upgrade_pen):
     upgrade_pen.send_block(0, b"abc")
     status = upgrade_pen.status

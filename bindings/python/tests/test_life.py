@@ -98,6 +98,52 @@ def test_a_program_ends_while_an_iteration_runs_in_a_thread(pensim):
     assert run(code) == "over\n"
 
 
+def test_the_native_library_ends_before_python_does(pensim):
+    code = f"""
+        from zel import _native
+        disconnect, end = _native.disconnect, _native.end
+        _native.disconnect = lambda name, handle: (print(name), disconnect(name, handle))
+        _native.end = lambda name: (print(name), end(name))
+        lib = zel.Library(); pen = lib.connect(lib.wait('{SERIAL}'))
+        """
+    assert run(code) == "zelDisconnectPen\nzelExit\n"
+
+
+@pytest.mark.skipif(not sys.platform.startswith("linux"), reason="limits descriptors")
+def test_a_start_that_fails_for_want_of_descriptors_can_be_repeated(pensim):
+    code = f"""
+        import resource
+        from zel import _native
+        _native.library()
+        soft, hard = resource.getrlimit(resource.RLIMIT_NOFILE)
+        resource.setrlimit(resource.RLIMIT_NOFILE, (0, hard))
+        try:
+            zel.Library()
+        except zel.ZelError as failure:
+            print('failed')
+        resource.setrlimit(resource.RLIMIT_NOFILE, (soft, hard))
+        with zel.Library() as lib:
+            print(lib.wait('{SERIAL}'))
+        """
+    assert run(code) == f"failed\n{SERIAL}\n"
+
+
+@pytest.mark.skipif(not sys.platform.startswith("linux"), reason="reads /proc")
+def test_retrievals_leave_no_memory_behind(pensim):
+    code = f"""
+        def resident():
+            with open('/proc/self/statm') as file:
+                return int(file.read().split()[1]) * 4096
+        with zel.Library() as lib, lib.connect(lib.wait('{SERIAL}')) as pen:
+            sizes = []
+            for _ in range(60):
+                assert len(pen.fetch().data) > 1200000
+                sizes.append(resident())
+            print(sizes[-1] - sizes[9] < 20000000)
+        """
+    assert run(code) == "True\n"
+
+
 def test_page_data_outlives_everything(pensim):
     with zel.Library() as library, library.connect(library.wait(SERIAL)) as pen:
         strokes = pen.fetch()[2].strokes

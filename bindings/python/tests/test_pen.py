@@ -250,6 +250,16 @@ def test_a_connection_that_fails_leaves_nothing(pensim, library):
     assert library._shared._users == 1
 
 
+@pytest.mark.pensim([{"id": "0x1", "software_version": 0}])
+def test_a_connection_that_is_lost_while_it_is_made_leaves_nothing(pensim, library):
+    info = library.wait()
+    pensim.fault("1", instruction="R1GP", cut_after=2, occurrence=1)
+    with pytest.raises(zel.CommunicationError):
+        library.connect(info)  # the descriptor would be missed at the end of the test
+    with library.connect(library.wait()) as pen:
+        assert pen.locked is False
+
+
 def test_a_foreign_usb_device_is_refused():
     with zel.testing.Pensim({"pens": [{"id": "0x1", "vendor_id": 1, "product_id": 1}]}), zel.Library() as library:
         with pytest.raises(zel.DeviceNotSupportedError):

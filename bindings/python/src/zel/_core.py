@@ -208,7 +208,7 @@ class Core:
         try:
             self._start_native(self._callback)
         except ZelError as failure:
-            if failure.code == 1:  # no listener, but the library counts as initialised
+            if failure.code != 6:  # no listener, but the library may count as initialised
                 _native.end(self._stop_native)
             raise
         self._pump = threading.Thread(target=self._run, name="zel", daemon=True)
@@ -400,8 +400,7 @@ class Core:
             # A pen that is announced again without having left tells that the server announces all its pens
             # once more. Twice within a moment is one pen that arrived while the list was being told.
             if self._resync_ends is None and now - present.announced > SETTLE_SECONDS:
-                old = {key for key, one in self._pens.items() if now - one.announced > SETTLE_SECONDS}
-                self._begin_resync(old - {info.pen_id})
+                self._begin_resync(set(self._pens) - {info.pen_id})
             present.info = info
             present.announced = now
             self._publish(Event("arrived", info, repeated=True))
