@@ -110,6 +110,37 @@ TEST(Discovery, HostComesBackToAServiceThatWasStartedAgain)
     EXPECT_EQ(host.arrivals(2), (Ids{7, 7}));
 }
 
+TEST(Discovery, DepartureWhileTheServiceWasAwayIsNeverReported)
+{
+    pensim::Service service({}, {{pen(7), pen(8)}, {}});
+    service.start();
+    Host host;
+    host.arrivals(2);
+    service.rendezvous().shutDown(Ending::reset);
+    service.undock(8);
+    service.rendezvous().listen();
+    EXPECT_EQ(host.arrivals(3), (Ids{7, 8, 7}));
+    service.dock(pen(9)); // is told after all that the service had to tell
+    EXPECT_EQ(host.arrivals(4), (Ids{7, 8, 7, 9}));
+    EXPECT_EQ(host.departures(0), Ids{});
+}
+
+TEST(Discovery, SerialOfAnIdentityOfAllOnesSaysSo)
+{
+    constexpr std::uint64_t kNoIdentity = ~std::uint64_t{0};
+    pensim::Service service({}, {{pen(kNoIdentity)}, {}});
+    service.start();
+    Host host;
+    const Connection connection(host, kNoIdentity);
+    ASSERT_EQ(connection.code(), ZEL_OK);
+    char *announced = nullptr;
+    char *connected = nullptr;
+    EXPECT_EQ(zelGetDevicePenSerial(host.record(kNoIdentity), &announced), ZEL_OK);
+    EXPECT_EQ(zelGetPenSerial(connection.pen(), &connected), ZEL_OK);
+    EXPECT_EQ(takeText(announced), "INVALID-PEN-ID");
+    EXPECT_EQ(takeText(connected), "INVALID-PEN-ID");
+}
+
 TEST(Discovery, MessagesInPiecesAreReadAsWhole)
 {
     pensim::Service service({}, {{pen(7)}, {{}, {}, 1, std::chrono::milliseconds(0)}});

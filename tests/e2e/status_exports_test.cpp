@@ -39,6 +39,19 @@ TEST_F(UserData, CardIsTextAAndSeventeenEmptyTexts)
     EXPECT_EQ(pen.requests()[2], card);
 }
 
+// The longest text that can be sent: its count, which is of 16 bits, includes the NUL.
+TEST_F(UserData, TextOf65534BytesIsSentWhole)
+{
+    AnnouncedPen pen;
+    for (int i = 0; i < 3; ++i)
+        pen.answer({.bytes = wire::status(0)});
+    const std::string longest(65534, 'x');
+    EXPECT_EQ(zelSetUserData(pen.handle(), "", longest.c_str(), ""), ZEL_OK);
+    ASSERT_EQ(pen.requests().size(), 3u);
+    EXPECT_EQ(pen.requests()[0], bytesOf("'R1SP' 02  00 03 200B  01 06 FFFF") +
+                                     Bytes(longest.begin(), longest.end()) + bytesOf("00"));
+}
+
 TEST_F(UserData, EmptyCardLeavesTheOutputsNull)
 {
     AnnouncedPen pen;

@@ -9,7 +9,7 @@ mingw=x86_64-w64-mingw32
 
 # --- exported names
 
-declared() { sed -n 's/^ZEL_API uint32_t \(zel[A-Za-z]*\)(.*/\1/p' include/zel/zel.h; }
+declared() { sed -n 's/^ZEL_API uint32_t ZEL_CALL \(zel[A-Za-z]*\)(.*/\1/p' include/zel/zel.h; }
 listed() { sed -n 's/^ *\(zel[A-Za-z]*\)$/\1/p' src/exports.def; }
 # The version node itself stands among the symbols as an absolute one.
 exported_by_so() { nm --dynamic --defined-only "$so" | awk '$2 != "A" { sub(/@.*/, "", $3); print $3 }'; }

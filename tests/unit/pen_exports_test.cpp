@@ -111,6 +111,32 @@ TEST_F(ConnectPen, UnreadableSoftwareVersionLeavesTheHandleConnected)
     }
 }
 
+TEST_F(ConnectPen, ConnectionLostOverTheLockIsToldByTheNextFunction)
+{
+    m_service.then(closing());
+    EXPECT_EQ(connect(), ZEL_OK);
+    HandedText name;
+    EXPECT_EQ(zelGetPenProductName(m_pen, name.out()), ZEL_ERR_COMMUNICATION);
+}
+
+// A locked pen does not tell its version, and nobody asks again while the handle lives.
+TEST_F(ConnectPen, UnlockedPenOfUnknownSoftwareIsOldUntilItIsConnectedAgain)
+{
+    m_service.then(wire::result(wire::byte(1)));
+    EXPECT_EQ(connect(0), ZEL_OK);
+    m_service.then(wire::result(wire::byte(1)));
+    EXPECT_EQ(zelUnlockPen(m_pen, "secret"), ZEL_OK);
+    uint32_t seconds = 0;
+    EXPECT_EQ(zelGetWakeUpTime(m_pen, &seconds), ZEL_ERR_NOT_SUPPORTED);
+
+    EXPECT_EQ(zelDisconnectPen(&m_pen), ZEL_OK);
+    m_service.then(wire::result(wire::byte(0))).then(wire::result(wire::short16(0x0502)));
+    EXPECT_EQ(connect(0), ZEL_OK);
+    m_service.then(wire::result(wire::int32(600)));
+    EXPECT_EQ(zelGetWakeUpTime(m_pen, &seconds), ZEL_OK);
+    EXPECT_EQ(seconds, 600u);
+}
+
 TEST_F(ConnectPen, UnreachableServiceLeavesAHandleWithoutClient)
 {
     m_service.stopListening();
@@ -188,6 +214,30 @@ TEST(PenExports, NothingWorksUninitialised)
     EXPECT_EQ(name, nullptr);
     EXPECT_EQ(zelGetPenLockedStatus(&pen, &locked), ZEL_ERR_NOT_INITIALIZED);
     EXPECT_EQ(locked, 1);
+}
+
+TEST(PenExports, HandleAndItsConnectionOutliveTheLibrary)
+{
+    ScriptedPen service;
+    PenHandle *pen = nullptr;
+    {
+        const InitializedLibrary library;
+        const DiscoveryRecord record = arrivalOf(service, 0x0503);
+        service.then(wire::result(wire::byte(1)));
+        ASSERT_EQ(zelConnectPen(&record, &pen), ZEL_OK);
+    }
+    const PenHandle *const handle = pen;
+    EXPECT_EQ(zelDisconnectPen(&pen), ZEL_ERR_NOT_INITIALIZED);
+    EXPECT_EQ(pen, handle);
+
+    const InitializedLibrary library;
+    HandedText name;
+    service.then(wire::result(wire::string("Quill 3")));
+    EXPECT_EQ(zelGetPenProductName(pen, name.out()), ZEL_OK);
+    EXPECT_EQ(zelDisconnectPen(&pen), ZEL_OK);
+    EXPECT_EQ(pen, nullptr);
+    EXPECT_TRUE(service.waitUntilClosed());
+    EXPECT_EQ(service.connections(), 1u);
 }
 
 class ConnectedPenExports : public testing::Test

@@ -17,6 +17,8 @@
 #include <vector>
 
 #include <pthread.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 using zel::CZELManager;
 namespace wire = rendezvous_wire;
@@ -184,6 +186,19 @@ namespace {
     zel::setManager(listeningTo(endpoint));
     zel::sleepMilliseconds(100);
     std::exit(7);
+}
+
+TEST(RendezvousListenerOnPosix, ForkedProcessHasNoListener)
+{
+    const auto manager = listeningTo(loopback::deadEndpoint());
+    const pid_t child = fork();
+    if (child == 0)
+        _exit(entriesOf("/proc/self/task") == 1 ? 0 : 1);
+    int status = -1;
+    ASSERT_EQ(waitpid(child, &status, 0), child);
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
+    EXPECT_GE(entriesOf("/proc/self/task"), 2u); // the listener goes on here
+    EXPECT_TRUE(manager->StopRendezvous());
 }
 
 } // namespace
