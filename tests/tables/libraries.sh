@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# What the built libraries show to the world: exported names, imported libraries, hardening.
+# What the built libraries and programs show to the world: exported names, imported libraries, hardening,
+# resources, and nothing of the machine that built them.
 # Run in the root of the tree, after both platforms were built.
 source "$(dirname "$0")/cases.sh"
 
@@ -58,8 +59,62 @@ for pe in "$dll" build/windows/bin/*.exe; do
     expect "$name: frames are guarded" has ' __stack_chk_fail' $mingw-nm "$pe"
 done
 
-# --- version resource
+# --- resources
 
-expect "zel.dll tells its name and version to Windows" has '^OriginalFilename$' strings -el "$dll"
+version=$(sed -n 's/^project(zel VERSION \([0-9.]*\) .*/\1/p' CMakeLists.txt)
+
+# version_text FILE NAME: a text of the version resource.
+version_text() { strings -el "$1" | sed -n "/^$2\$/{n;p;}"; }
+tells() {
+    local told
+    told=$(version_text "$1" "$2")
+    [ "$told" = "$3" ] || { printf '%s: "%s", not "%s"\n' "$2" "$told" "$3"; false; }
+}
+# fixed_version FILE: the four numbers of the file's and of the product's version, behind their signature.
+fixed_version() {
+    LC_ALL=C grep -obaP '\xBD\x04\xEF\xFE' "$1" | head -n 1 | cut -d: -f1 |
+        { read -r at && od -An -j $((at + 8)) -N 16 -t u2 --endian=little "$1" | awk '{ printf "%s.%s.%s.%s %s.%s.%s.%s", $2, $1, $4, $3, $6, $5, $8, $7 }'; }
+}
+numbers_are() { [ "$(fixed_version "$1")" = "$2 $2" ] || { fixed_version "$1"; false; }; }
+
+for pe in "$dll" build/windows/bin/penctl.exe build/windows/bin/pensim.exe; do
+    name=${pe##*/}
+    expect "$name: whose it is" tells "$pe" CompanyName "the zel authors"
+    expect "$name: its copyright" tells "$pe" LegalCopyright "Copyright (c) 2026 the zel authors"
+    expect "$name: its own name" tells "$pe" OriginalFilename "$name"
+    expect "$name: its version as text" tells "$pe" FileVersion "$version.0"
+    expect "$name: its product's version as text" tells "$pe" ProductVersion "$version.0"
+    expect "$name: both versions as numbers" numbers_are "$pe" "$version.0"
+done
+for pe in build/windows/bin/penctl.exe build/windows/bin/pensim.exe; do
+    name=${pe##*/}
+    expect "$name: takes long paths" has '<longPathAware .*>true<' strings "$pe"
+    expect "$name: its code page is UTF-8" has '<activeCodePage .*>UTF-8<' strings "$pe"
+    expect "$name: has one manifest" [ "$(strings "$pe" | grep -c '<assembly ')" = 1 ]
+done
+header_version() { sed -n 's/^#define ZEL_VERSION_[MP][A-Z]* \([0-9]*\)$/\1/p' include/zel/zel.h | paste -sd .; }
+expect "the header's version is the project's" [ "$(header_version)" = "$version" ]
+
+# --- neither where nor when it was built
+
+silent_about() { ! LC_ALL=C grep -a -m 5 -o -F -e "$2" "$1"; }
+undated() {
+    local dated
+    dated=$(TZ=UTC ar tv "$1" | grep -v ' Jan  1 00:00 1970 ')
+    [ -z "$dated" ] || { printf '%s\n' "$dated" | head; false; }
+}
+
+for file in "$so" build/native/bin/{penctl,pensim} "$dll" build/windows/bin/{penctl,pensim}.exe \
+    build/windows/{zel.lib,libzel.dll.a}; do
+    expect "${file##*/}: does not tell where it was built" silent_about "$file" "$PWD"
+done
+for pe in "$dll" build/windows/bin/penctl.exe build/windows/bin/pensim.exe; do
+    expect "${pe##*/}: does not tell when it was built" has '^Time/Date.*Thu Jan +1 00:00:00 1970' \
+        env TZ=UTC $mingw-objdump -p "$pe"
+done
+expect "zel.dll: its table of exports does not tell it either" has '^Time/Date stamp[[:space:]]+0+$' $mingw-objdump -p "$dll"
+for library in build/windows/zel.lib build/windows/libzel.dll.a; do
+    expect "${library##*/}: its members do not tell when they were made" undated "$library"
+done
 
 end_cases
