@@ -2,7 +2,6 @@
 
 #include "sys/exceptions.h"
 #include "sys/log.h"
-#include "sys/never_destroyed.h"
 
 #include <utility>
 
@@ -12,8 +11,8 @@ namespace {
 
 constexpr ListenerProfile kDfuProfile{"DfuRendezvousListener", "CDfuRendezvousThread", true};
 
-// The listener of a host that ends without zelDfuExit still runs while it does.
-constinit NeverDestroyed<std::unique_ptr<DfuRendezvousListener>> s_listener;
+// No owner that a process's end destroys: without zelDfuExit the listener runs until the last moment.
+DfuRendezvousListener *s_listener = nullptr;
 
 } // namespace
 
@@ -40,12 +39,12 @@ void CDfuRendezvousThread::run()
 
 DfuRendezvousListener *dfuListener() noexcept
 {
-    return s_listener.get().get();
+    return s_listener;
 }
 
 void setDfuListener(std::unique_ptr<DfuRendezvousListener> listener) noexcept
 {
-    s_listener.get() = std::move(listener);
+    const std::unique_ptr<DfuRendezvousListener> previous(std::exchange(s_listener, listener.release()));
 }
 
 } // namespace zel

@@ -2,7 +2,7 @@
 
 #include "net/socketbuf.h"
 
-#include <iostream>
+#include <istream>
 
 namespace zel {
 

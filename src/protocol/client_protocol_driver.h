@@ -14,7 +14,7 @@ namespace zel {
 class ClientProtocolDriver
 {
 public:
-    virtual ~ClientProtocolDriver() = default;
+    constexpr virtual ~ClientProtocolDriver() = default;
 
     virtual std::unique_ptr<RequestEncoder> createRequestEncoder(const PidgetAddress &address) const = 0;
     /** Reads the whole response at once. */
@@ -25,6 +25,8 @@ public:
 class ClientProtocolDriverV1_0 : public ClientProtocolDriver
 {
 public:
+    // NOLINTNEXTLINE(modernize-use-equals-default): GCC 12 would define it too late
+    constexpr ~ClientProtocolDriverV1_0() override {}
     std::unique_ptr<RequestEncoder> createRequestEncoder(const PidgetAddress &address) const override;
     std::unique_ptr<ResponseDecoder> createResponseDecoder(std::istream &stream) const override;
     ProtocolVersion getVersion() const override { return kProtocolVersion1_0; }

@@ -2,33 +2,29 @@
 
 #include "sys/exceptions.h"
 
-#include <utility>
-
 namespace zel {
 
-const ClientProtocolDriver &ProtocolDriverFinder::find(const ProtocolVersion &version)
+namespace {
+
+// A constant: a host's threads may still retrieve pages while the process ends.
+constexpr ProtocolDriverFinder kFinder;
+
+} // namespace
+
+const ClientProtocolDriver &ProtocolDriverFinder::find(const ProtocolVersion &version) const
 {
-    std::call_once(m_filled, [this] { fill(); });
     if (version.major() >= kMajors)
         throw ZELException();
     // Whatever the minor version, the search starts at its row's first column.
     std::size_t place = version.major() * kMinors;
-    while (!m_drivers[place])
+    while (m_drivers[place] == nullptr)
         ++place; // ends at the latest on 1.0, in the last place
     return *m_drivers[place];
 }
 
-void ProtocolDriverFinder::fill()
+const ProtocolDriverFinder &protocolDriverFinder() noexcept
 {
-    auto driver = std::make_unique<ClientProtocolDriverV1_0>();
-    const ProtocolVersion version = driver->getVersion();
-    m_drivers[version.major() * kMinors + version.minor()] = std::move(driver);
-}
-
-ProtocolDriverFinder &protocolDriverFinder()
-{
-    static ProtocolDriverFinder finder;
-    return finder;
+    return kFinder;
 }
 
 } // namespace zel

@@ -3,7 +3,6 @@
 #include "psp/psp_client2.h"
 #include "rendezvous/rendezvous_thread.h"
 #include "session/pen_handle.h"
-#include "sys/never_destroyed.h"
 
 #include <utility>
 
@@ -13,8 +12,8 @@ namespace {
 
 constexpr ListenerProfile kProfile{"RendezvousListener", "RendezvousThread", false};
 
-// The listener of a host that ends without zelExit still runs while it does.
-constinit NeverDestroyed<std::unique_ptr<CZELManager>> s_manager;
+// No owner that a process's end destroys: without zelExit the listener runs until the last moment.
+CZELManager *s_manager = nullptr;
 
 } // namespace
 
@@ -48,12 +47,12 @@ bool CZELManager::disconnectPen(::PenHandle &pen)
 
 CZELManager *manager() noexcept
 {
-    return s_manager.get().get();
+    return s_manager;
 }
 
 void setManager(std::unique_ptr<CZELManager> manager) noexcept
 {
-    s_manager.get() = std::move(manager);
+    const std::unique_ptr<CZELManager> previous(std::exchange(s_manager, manager.release()));
 }
 
 } // namespace zel

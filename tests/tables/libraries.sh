@@ -35,6 +35,15 @@ expect "libzel.so needs the C and C++ libraries only" \
 expect "zel.dll needs the system's libraries only" \
     within "$(needed_by_dll)" $'KERNEL32.DLL\nMSVCRT.DLL\nUCRTBASE.DLL\nWS2_32.DLL'
 
+# --- nothing is destroyed while the process ends: threads may still be inside the library then
+
+at_exit=' U (__cxa_(thread_)?)?atexit'
+expect "libzel.so: no object is destroyed at exit" has_not "$at_exit" nm --dynamic "$so"
+objects=$(find build/windows/src -name '*.obj')
+expect "zel.dll: its objects are found" has '_windows' echo "$objects"
+# shellcheck disable=SC2086 # a path on each line
+expect "zel.dll: no object is destroyed at exit" has_not "$at_exit" $mingw-nm $objects
+
 # --- hardening
 
 for elf in "$so" build/native/bin/*; do
