@@ -6,6 +6,7 @@
 #include "sys/exceptions.h"
 #include "sys/log.h"
 #include "sys/secure_wipe.h"
+#include "sys/thread.h"
 
 #include <algorithm>
 #include <string>
@@ -53,9 +54,9 @@ std::string withReason(std::string text, const char *reason)
 
 } // namespace
 
-std::uint32_t CallFrame::run(const PenHandle *pen, std::initializer_list<bool> given,
-                             CallBody body) const noexcept
+std::uint32_t CallFrame::run(const PenHandle *pen, std::initializer_list<bool> given, CallBody body) const
 {
+    const HeldCancellation untilTheEnd;
     if (!exists(needs))
         return ZEL_ERR_NOT_INITIALIZED;
     if (pen == nullptr || !allGiven(given))
@@ -66,8 +67,9 @@ std::uint32_t CallFrame::run(const PenHandle *pen, std::initializer_list<bool> g
     return code;
 }
 
-std::uint32_t CallFrame::run(std::initializer_list<bool> given, CallBody body) const noexcept
+std::uint32_t CallFrame::run(std::initializer_list<bool> given, CallBody body) const
 {
+    const HeldCancellation untilTheEnd;
     if (!exists(needs))
         return ZEL_ERR_NOT_INITIALIZED;
     if (!allGiven(given))

@@ -59,8 +59,8 @@ private:
 
 /** What all exports have in common, and as data what is particular to each: the tests before the
  *  body, the log texts, and the translation of exceptions into result codes. No exception leaves
- *  run(). Texts that are not set are made of the log name; "%s" in connectionText stands for the
- *  exception's own text.
+ *  run(), and a cancellation of the thread (POSIX) takes effect when the body is done. Texts that are
+ *  not set are made of the log name; "%s" in connectionText stands for the exception's own text.
  *
  *      uint32_t zelSetWakeUpTime(PenHandle *pen, uint32_t seconds)
  *      {
@@ -89,9 +89,9 @@ struct CallFrame {
     bool handlesSecrets = false;          ///< of which the body leaves nothing on the stack
 
     /** For exports on a connected pen: a null pen counts among what was not given. */
-    std::uint32_t run(const PenHandle *pen, std::initializer_list<bool> given, CallBody body) const noexcept;
+    std::uint32_t run(const PenHandle *pen, std::initializer_list<bool> given, CallBody body) const;
     /** For exports without one. */
-    std::uint32_t run(std::initializer_list<bool> given, CallBody body) const noexcept;
+    std::uint32_t run(std::initializer_list<bool> given, CallBody body) const;
 
 private:
     std::uint32_t guard(const PenHandle *pen, CallBody body) const noexcept;

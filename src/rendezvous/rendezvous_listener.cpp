@@ -32,16 +32,12 @@ DiscoveryRecord *makeRecord(const RendezvousEvent &event, PenChange change, std:
     return record.release();
 }
 
-/** A callback that kept a kill out for longer than a stop waits comes back to a listener that is gone:
- *  the kill must strike here, also when it comes back by an exception. */
-class HostCall
+/** In there a kill lets the thread run on where it cannot stop it: the listener may be gone by then. */
+void callHost(PenArrivedCallback callback, DiscoveryHandle *record, void *context)
 {
-public:
-    HostCall() = default;
-    HostCall(const HostCall &) = delete;
-    HostCall &operator=(const HostCall &) = delete;
-    ~HostCall() { acceptKill(); }
-};
+    const ForeignCode call;
+    callback(record, context);
+}
 
 } // namespace
 
@@ -88,10 +84,8 @@ bool RendezvousListener::StopRendezvous()
         LogDebug("CZELManager::StopRendezvous: m_pRVClient == NULL");
     if (!m_thread)
         return true;
-    if (m_thread->isRunning() && !m_thread->finished().wait(kStopTimeoutMilliseconds)) {
-        m_thread->kill();
+    if (m_thread->isRunning() && !m_thread->waitUntilEnded(kStopTimeoutMilliseconds) && m_thread->kill())
         LogDebug(FormatLogText("*** %s refused to stop and was killed ***", m_profile.threadName));
-    }
     m_thread.reset();
     return true;
 }
@@ -213,8 +207,7 @@ void RendezvousListener::announceArrival(const RendezvousEvent &event)
 {
     if (m_arrived == nullptr)
         return;
-    const HostCall call;
-    m_arrived(makeRecord(event, PenChange::Arrived, m_server.address), m_callbackContext);
+    callHost(m_arrived, makeRecord(event, PenChange::Arrived, m_server.address), m_callbackContext);
 }
 
 void RendezvousListener::announceDeparture(const RendezvousEvent &event)
@@ -223,8 +216,7 @@ void RendezvousListener::announceDeparture(const RendezvousEvent &event)
     // departure either.
     if (m_arrived == nullptr)
         return;
-    const HostCall call;
-    m_departed(makeRecord(event, PenChange::Departed, 0), m_callbackContext);
+    callHost(m_departed, makeRecord(event, PenChange::Departed, 0), m_callbackContext);
 }
 
 void RendezvousListener::logFailure(const char *what, const std::exception &failure) const

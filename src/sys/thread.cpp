@@ -33,16 +33,22 @@ void LThread::start()
         throw ZELException("Unable to create new thread");
 }
 
-void LThread::kill()
+bool LThread::waitUntilEnded(std::uint32_t milliseconds)
+{
+    return isGone() || m_finished.wait(milliseconds);
+}
+
+bool LThread::kill()
 {
     // With the events' lock in hand the thread cannot be stopped while it holds that lock itself,
     // which would block every event of the process from then on.
     threadsynch::CriticalSectionGuard guard(LEvent::lock());
-    if (!isRunning() || m_finished.wait(0))
-        return;
+    if (!isRunning() || waitUntilEnded(0))
+        return false;
     if (isCurrent())
         guard.unlock();
     stop();
+    return true;
 }
 
 void LThread::enter(LThread *thread)

@@ -10,28 +10,31 @@
 
 namespace zel {
 
-/** A thread that is to park. The entry stays for ever, as the parked thread does: a handler may look at it
- *  at any time, and the thread's id is never given to another. */
-struct Doomed {
+/** What a thread and its kill tell each other. After a kill it stays for ever, as the parked thread does: a
+ *  handler may look at it at any time, and the thread's id is never given to another. */
+struct Fate {
     pthread_t thread{};
+    std::atomic<bool> inForeignCode{false};
     std::atomic<bool> parked{false};
-    Doomed *next = nullptr;
+    Fate *next = nullptr;
 };
 
 namespace {
 
-// The one signal that a thread of the library takes; ignored by default, so one too many does no harm.
+// The one signal that stops a thread of the library; ignored by default, so one too many does no harm.
 constexpr int kParkSignal = SIGURG;
-constexpr int kLongestParkMilliseconds = 1000;
+/** How long the host's code is given to let that signal in. */
+constexpr int kLongestDeafnessMilliseconds = 1000;
 
-std::atomic<Doomed *> s_doomed{nullptr}; // the latest first; one kill at a time adds to it
-struct sigaction s_previous;             // the host's handler while ours is in place
+std::atomic<Fate *> s_doomed{nullptr}; // those of killed threads, the latest first; one kill at a time adds
+struct sigaction s_previous;           // the host's handler while ours is in place
+thread_local Fate *t_own = nullptr;    // of the library's threads
 
-static_assert(std::atomic<Doomed *>::is_always_lock_free && std::atomic<bool>::is_always_lock_free);
+static_assert(std::atomic<Fate *>::is_always_lock_free && std::atomic<bool>::is_always_lock_free);
 
-Doomed *currentDoomed()
+Fate *currentDoomed()
 {
-    Doomed *doomed = s_doomed;
+    Fate *doomed = s_doomed;
     while (doomed != nullptr && !pthread_equal(pthread_self(), doomed->thread))
         doomed = doomed->next;
     return doomed;
@@ -39,7 +42,7 @@ Doomed *currentDoomed()
 
 bool haveAllParked()
 {
-    const Doomed *doomed = s_doomed;
+    const Fate *doomed = s_doomed;
     while (doomed != nullptr && doomed->parked)
         doomed = doomed->next;
     return doomed == nullptr;
@@ -53,34 +56,74 @@ void forward(int signal, siginfo_t *info, void *context)
         s_previous.sa_handler(signal);
 }
 
+/** What a thread of the library leaves to the host's own threads: signals for which a host installs a handler
+ *  that it expects to run there, as the one that ends its main loop. All others stay open: the faults of the
+ *  thread itself, and what is meant for every thread. Managed runtimes suspend a thread that once called them
+ *  by a real-time signal or by SIGPWR and SIGXCPU, and wait for it; profilers sample it by SIGPROF or
+ *  SIGVTALRM. */
+sigset_t hostSignals()
+{
+    sigset_t signals;
+    sigemptyset(&signals);
+    for (const int hosts : {SIGHUP, SIGINT, SIGQUIT, SIGTERM, SIGUSR1, SIGUSR2, SIGALRM, SIGCHLD, SIGPIPE,
+                            SIGCONT, SIGTSTP, SIGTTIN, SIGTTOU, SIGWINCH, SIGIO})
+        sigaddset(&signals, hosts);
+    return signals;
+}
+
+int setCancelState(int state)
+{
+    int previous = 0;
+    pthread_setcancelstate(state, &previous);
+    return previous;
+}
+
 // Stays here for ever. glibc gives no other defined way to stop a thread where it stands: cancelling
-// unwinds it, and a thread that ends behind the C library's back leaves its books wrong.
+// unwinds it, and a thread that ends behind the C library's back leaves its books wrong. A runtime that
+// knows the thread may go on suspending it.
 [[noreturn]] void parkForEver()
 {
-    sigset_t everySignal;
-    sigfillset(&everySignal);
+    setCancelState(PTHREAD_CANCEL_DISABLE);
+    sigset_t closed = hostSignals();
+    sigaddset(&closed, kParkSignal);
     for (;;)
-        sigsuspend(&everySignal);
+        sigsuspend(&closed);
+}
+
+[[noreturn]] void park(Fate &own)
+{
+    own.parked = true;
+    parkForEver();
 }
 
 void onParkSignal(int signal, siginfo_t *info, void *context)
 {
-    Doomed *const doomed = currentDoomed();
-    if (doomed == nullptr) {
+    Fate *const doomed = currentDoomed();
+    if (doomed == nullptr)
         forward(signal, info, context);
-        return;
-    }
-    doomed->parked = true;
-    parkForEver();
+    else
+        park(*doomed);
 }
 
-void installHandler()
+/** Whether ours is the handler, and not one that the host has put in its place. */
+bool isOurs(const struct sigaction &action)
+{
+    return (action.sa_flags & SA_SIGINFO) != 0 && action.sa_sigaction == onParkSignal;
+}
+
+struct sigaction presentHandler()
 {
     struct sigaction present {
     };
     sigaction(kParkSignal, nullptr, &present);
+    return present;
+}
+
+void installHandler()
+{
     // Ours is still there when a thread of an earlier kill has not let the signal in yet.
-    if ((present.sa_flags & SA_SIGINFO) != 0 && present.sa_sigaction == onParkSignal)
+    const struct sigaction present = presentHandler();
+    if (isOurs(present))
         return;
     s_previous = present;
     struct sigaction action {
@@ -91,28 +134,41 @@ void installHandler()
     sigaction(kParkSignal, &action, nullptr);
 }
 
-void parkThread(Doomed &target)
+void restoreHandler()
 {
-    target.next = s_doomed;
-    s_doomed = &target;
-    installHandler();
-    pthread_kill(target.thread, kParkSignal);
-    for (int waited = 0; !target.parked && waited < kLongestParkMilliseconds; ++waited)
-        sleepMilliseconds(1);
-    // A thread that a callback made block the signal parks when it lets it in: the handler waits for it.
-    if (haveAllParked())
+    if (isOurs(presentHandler()))
         sigaction(kParkSignal, &s_previous, nullptr);
 }
 
-// The host's signals are the host's business: a new thread blocks them. Faults of the thread itself
-// stay visible to the host's crash handlers.
-sigset_t hostSignals()
+/** Asks each time anew: the host may have put its own handler in the place of ours, or ignore the signal.
+ *  False when there is no such thread any more. */
+bool askToPark(const Fate &target)
 {
-    sigset_t signals;
-    sigfillset(&signals);
-    for (const int own : {kParkSignal, SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGTRAP, SIGABRT, SIGSYS})
-        sigdelset(&signals, own);
-    return signals;
+    installHandler();
+    return pthread_kill(target.thread, kParkSignal) == 0;
+}
+
+// The library's code always lets the signal in, so that a thread in there parks. The host's code may keep it
+// out: such a thread parks when it comes back (ForeignCode), and nobody needs to wait for that.
+void parkThread(Fate &target)
+{
+    target.next = s_doomed;
+    s_doomed = &target;
+    for (int waited = 0; !target.parked && askToPark(target); ++waited) {
+        if (target.inForeignCode && waited >= kLongestDeafnessMilliseconds)
+            break;
+        sleepMilliseconds(1);
+    }
+    if (haveAllParked())
+        restoreHandler();
+}
+
+void acceptKill()
+{
+    sigset_t park;
+    sigemptyset(&park);
+    sigaddset(&park, kParkSignal);
+    pthread_sigmask(SIG_UNBLOCK, &park, nullptr);
 }
 
 } // namespace
@@ -120,13 +176,17 @@ sigset_t hostSignals()
 struct LThread::Native {
     pthread_t thread{};
     std::atomic<bool> exists{false};
-    std::unique_ptr<Doomed> doomed = std::make_unique<Doomed>(); // made early: a kill needs no memory
+    std::unique_ptr<Fate> fate = std::make_unique<Fate>(); // made early: a kill needs no memory
 
     // The reference to a forced unwinding is bound to nothing: it is the C library's, not a C++ object.
-    __attribute__((no_sanitize("null"))) static void *entry(void *thread)
+    __attribute__((no_sanitize("null"))) static void *entry(void *argument)
     {
+        auto *const thread = static_cast<LThread *>(argument);
+        // Who cancels the thread ends the host's code on it, not the library's.
+        setCancelState(PTHREAD_CANCEL_DISABLE);
+        t_own = thread->m_native->fate.get();
         try {
-            enter(static_cast<LThread *>(thread));
+            enter(thread);
         } catch (abi::__forced_unwind &) {
             throw;      // somebody's pthread_exit(): the C library ends the process unless it is let through
         } catch (...) { // NOLINT(bugprone-empty-catch): nobody is left to tell
@@ -146,12 +206,31 @@ void sleepMilliseconds(std::uint32_t milliseconds)
     std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds));
 }
 
-void acceptKill() noexcept
+ForeignCode::ForeignCode()
 {
-    sigset_t park;
-    sigemptyset(&park);
-    sigaddset(&park, kParkSignal);
-    pthread_sigmask(SIG_UNBLOCK, &park, nullptr);
+    if (t_own == nullptr)
+        return;
+    t_own->inForeignCode = true;
+    setCancelState(PTHREAD_CANCEL_ENABLE);
+}
+
+ForeignCode::~ForeignCode()
+{
+    if (t_own == nullptr)
+        return;
+    setCancelState(PTHREAD_CANCEL_DISABLE);
+    // In this order, and a kill the other way round: it sees the thread in here, or the thread sees the kill.
+    t_own->inForeignCode = false;
+    if (Fate *const doomed = currentDoomed(); doomed != nullptr)
+        park(*doomed);
+    acceptKill();
+}
+
+HeldCancellation::HeldCancellation() noexcept : m_previousState(setCancelState(PTHREAD_CANCEL_DISABLE)) {}
+
+HeldCancellation::~HeldCancellation() noexcept(false)
+{
+    setCancelState(m_previousState);
 }
 
 LThread::LThread(bool autoDelete) : m_native(std::make_unique<Native>()), m_autoDelete(autoDelete) {}
@@ -185,15 +264,20 @@ bool LThread::isCurrent() const noexcept
     return pthread_equal(m_native->thread, pthread_self()) != 0;
 }
 
+bool LThread::isGone() const noexcept
+{
+    return false; // nothing here ends a thread without ending its body
+}
+
 void LThread::stop()
 {
     if (isCurrent()) {
         m_native->letGo();
         parkForEver();
     }
-    Doomed &doomed = *m_native->doomed.release();
-    doomed.thread = m_native->thread;
-    parkThread(doomed);
+    Fate &fate = *m_native->fate.release();
+    fate.thread = m_native->thread;
+    parkThread(fate);
     m_native->letGo();
 }
 

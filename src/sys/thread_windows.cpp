@@ -8,7 +8,7 @@ namespace zel {
 
 namespace {
 
-/** A thread that ends needs the loader's lock, which the waiting thread might hold. */
+/** A thread that hangs in the kernel ends when it leaves it, and not before. */
 constexpr DWORD kLongestEndMilliseconds = 5000;
 
 } // namespace
@@ -32,17 +32,22 @@ void sleepMilliseconds(std::uint32_t milliseconds)
     Sleep(milliseconds);
 }
 
-void acceptKill() noexcept {} // no thread can keep one out
+// No thread can keep a kill out.
+ForeignCode::ForeignCode() = default;
+ForeignCode::~ForeignCode() = default;
+
+// No thread of another's can be cancelled.
+HeldCancellation::HeldCancellation() noexcept = default;
+HeldCancellation::~HeldCancellation() noexcept(false) = default;
 
 LThread::LThread(bool autoDelete) : m_native(std::make_unique<Native>()), m_autoDelete(autoDelete) {}
 
 LThread::~LThread()
 {
-    if (!isRunning())
-        return;
-    if (!isCurrent() && m_finished.wait(0))
-        WaitForSingleObject(m_native->handle, kLongestEndMilliseconds);
-    CloseHandle(m_native->handle);
+    // Not waited for: to end, the thread needs the loader's lock, which a DllMain that got here holds. What
+    // is left of it runs in this library, which is never unloaded.
+    if (isRunning())
+        CloseHandle(m_native->handle);
 }
 
 void LThread::create()
@@ -60,6 +65,11 @@ bool LThread::isRunning() const noexcept
 bool LThread::isCurrent() const noexcept
 {
     return m_native->threadId == GetCurrentThreadId();
+}
+
+bool LThread::isGone() const noexcept
+{
+    return isRunning() && WaitForSingleObject(m_native->handle, 0) == WAIT_OBJECT_0;
 }
 
 void LThread::stop()

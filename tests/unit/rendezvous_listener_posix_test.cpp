@@ -101,7 +101,6 @@ TEST(RendezvousListenerOnPosix, RestartsOfOneManagerLeakNothing)
     manager->StopRendezvous();
 }
 
-// Where nobody accepts, a connect hangs for minutes.
 TEST(RendezvousListenerOnPosix, ThreadThatNeverRanIsNotKilled)
 {
     const LogCapture log;
@@ -114,6 +113,7 @@ TEST(RendezvousListenerOnPosix, ThreadThatNeverRanIsNotKilled)
     EXPECT_EQ(log.count(kKilled), 0u);
 }
 
+// Where nobody accepts, a connect hangs for minutes.
 TEST(RendezvousListenerOnPosix, StopEndsAConnectThatHangs)
 {
     loopback::Listener full(0);
@@ -176,6 +176,54 @@ TEST(RendezvousListenerOnPosix, CallbackDoesNotLeaveTheThreadDeafToAKill)
     ASSERT_TRUE(manager.StartRendezvous());
     EXPECT_EQ(host.waitForArrivals(2), (std::vector<bool>{false, false}));
     manager.StopRendezvous();
+}
+
+namespace {
+
+/** A callback that shuts every signal out and does not return before it is told. */
+struct DeafCallback {
+    zel::LEvent entered{true, false};
+    zel::LEvent mayReturn{true, false};
+    zel::LEvent returning{true, false};
+
+    static void arrived(DiscoveryHandle *record, void *context)
+    {
+        takeRecord(record, nullptr);
+        sigset_t all;
+        sigfillset(&all);
+        pthread_sigmask(SIG_BLOCK, &all, nullptr);
+        auto &callback = *static_cast<DeafCallback *>(context);
+        callback.entered.set();
+        callback.mayReturn.wait(zel::kInfinite);
+        callback.returning.set();
+    }
+};
+
+} // namespace
+
+// By then the manager is freed, and the host may ignore the signal by which the thread was to be stopped.
+TEST(RendezvousListenerOnPosix, CallbackThatReturnsAfterTheKillEndsThere)
+{
+    RendezvousServer server([](const loopback::OwnedSocket &client) {
+        wire::enumerate(client, {wire::pen("", "1")});
+        wire::untilClosed(client);
+    });
+    DeafCallback callback;
+    const LogCapture log;
+    auto manager = std::make_unique<CZELManager>(server.endpoint());
+    manager->setCallbacks(DeafCallback::arrived, takeRecord, &callback);
+    ASSERT_TRUE(manager->StartRendezvous());
+    ASSERT_TRUE(callback.entered.wait(20000));
+    manager->StopRendezvous();
+    EXPECT_EQ(log.count(kKilled), 1u);
+    manager.reset();
+    const auto before = std::signal(SIGURG, SIG_IGN);
+    const std::size_t texts = log.entries().size();
+    callback.mayReturn.set();
+    ASSERT_TRUE(callback.returning.wait(20000));
+    zel::sleepMilliseconds(50);
+    EXPECT_EQ(log.entries().size(), texts) << "the thread has gone on";
+    std::signal(SIGURG, before);
 }
 
 namespace {

@@ -8,6 +8,7 @@
 #include <csignal>
 #include <cstddef>
 #include <functional>
+#include <memory>
 #include <string>
 #include <thread>
 #include <vector>
@@ -88,12 +89,13 @@ TEST(ThreadOnPosix, KillLeavesTheHostsHandlerInPlace)
 
 namespace {
 
-/** A body that lets no signal in until it is told to listen. */
+/** The host's code on a thread of the library, which lets no signal in until it is told to listen. */
 class Stubborn
 {
 public:
     Stubborn()
         : thread([this] {
+              const zel::ForeignCode hosts;
               sigset_t urgent;
               sigemptyset(&urgent);
               sigaddset(&urgent, SIGURG);
@@ -269,19 +271,221 @@ TEST(ThreadOnPosix, KilledThreadTakesNoSignalOfTheProcess)
     pthread_sigmask(SIG_SETMASK, &before, nullptr);
 }
 
-TEST(ThreadOnPosix, OnlyTheKillAndItsOwnFaultsInterruptAThread)
+namespace {
+
+/** What a body that counts has come to some time later. */
+bool goesOn(const std::atomic<int> &count)
+{
+    const int before = count;
+    zel::sleepMilliseconds(50);
+    return count != before;
+}
+
+void setAllSignals(int how)
+{
+    sigset_t all;
+    sigfillset(&all);
+    pthread_sigmask(how, &all, nullptr);
+}
+
+} // namespace
+
+// Whatever the host has made of the signal by the time its code comes back: the thread ends there, and needs
+// no signal for it.
+TEST(ThreadOnPosix, ThreadKilledInTheHostsCodeDoesNotComeBackFromIt)
+{
+    struct sigaction action = {};
+    const HostHandler host(action);
+    for (const auto hostsOwn : {SIG_DFL, SIG_IGN, static_cast<void (*)(int)>(hostHandler)}) {
+        LEvent deaf(true, false);
+        LEvent mayReturn(true, false);
+        LEvent returning(true, false);
+        std::atomic<int> count{0};
+        auto thread = std::make_unique<BodyThread>([&] {
+            {
+                const zel::ForeignCode hosts;
+                setAllSignals(SIG_BLOCK);
+                deaf.set();
+                mayReturn.wait(zel::kInfinite);
+                returning.set();
+            }
+            for (;;)
+                ++count;
+        });
+        thread->start();
+        ASSERT_TRUE(deaf.wait(20000));
+        EXPECT_TRUE(thread->kill());
+        thread.reset();
+        signal(SIGURG, hostsOwn);
+        mayReturn.set();
+        ASSERT_TRUE(returning.wait(20000));
+        EXPECT_FALSE(goesOn(count));
+    }
+}
+
+// In its own code the library never keeps the signal out for long, so the kill waits as long as that takes:
+// what the thread may touch is freed afterwards.
+TEST(ThreadOnPosix, KillWaitsUntilTheLibrarysOwnCodeHasStopped)
+{
+#ifdef __SANITIZE_THREAD__
+    GTEST_SKIP() << "ThreadSanitizer runs handlers when and where it likes";
+#endif
+    LEvent deaf(true, false);
+    std::atomic<int> count{0};
+    BodyThread thread([&] {
+        setAllSignals(SIG_BLOCK);
+        deaf.set();
+        for (; count < 1500; ++count)
+            zel::sleepMilliseconds(1);
+        setAllSignals(SIG_UNBLOCK);
+        for (;;)
+            ++count;
+    });
+    thread.start();
+    ASSERT_TRUE(deaf.wait(20000));
+    EXPECT_TRUE(thread.kill());
+    EXPECT_FALSE(goesOn(count));
+}
+
+// A host that installs its own handler at the wrong moment would take the signal of the kill.
+TEST(ThreadOnPosix, KillAsksAgainWhenTheHostHasTakenTheSignal)
+{
+#ifdef __SANITIZE_THREAD__
+    GTEST_SKIP() << "ThreadSanitizer runs handlers when and where it likes";
+#endif
+    struct sigaction action = {};
+    const HostHandler host(action);
+    LEvent deaf(true, false);
+    std::atomic<bool> mayListen{false}; // no event: a kill holds their lock
+    std::atomic<int> count{0};
+    BodyThread thread([&] {
+        setAllSignals(SIG_BLOCK);
+        deaf.set();
+        while (!mayListen)
+            zel::sleepMilliseconds(1);
+        setAllSignals(SIG_UNBLOCK);
+        for (;;)
+            ++count;
+    });
+    thread.start();
+    ASSERT_TRUE(deaf.wait(20000));
+    std::atomic<bool> killed{false};
+    std::thread killer([&] { killed = thread.kill(); });
+    while ((currentHandler().sa_flags & SA_SIGINFO) == 0)
+        zel::sleepMilliseconds(1);
+    signal(SIGURG, SIG_IGN); // which drops the one that is pending
+    mayListen = true;
+    killer.join();
+    EXPECT_TRUE(killed);
+    EXPECT_FALSE(goesOn(count));
+    EXPECT_EQ(currentHandler().sa_handler, SIG_IGN) << "the host's latest word";
+}
+
+TEST(ThreadOnPosix, OnlySignalsOfTheHostsOwnThreadsAreKeptOut)
 {
     sigset_t blocked;
     BodyThread thread([&] { pthread_sigmask(SIG_SETMASK, nullptr, &blocked); });
     thread.start();
     EXPECT_TRUE(thread.finished().wait(20000));
-    for (const int kept : {SIGINT, SIGTERM, SIGHUP, SIGALRM, SIGCHLD, SIGUSR1, SIGPIPE, SIGPROF})
+    for (const int kept : {SIGHUP, SIGINT, SIGQUIT, SIGTERM, SIGUSR1, SIGUSR2, SIGALRM, SIGCHLD, SIGPIPE,
+                           SIGCONT, SIGTSTP, SIGTTIN, SIGTTOU, SIGWINCH, SIGIO})
         EXPECT_EQ(sigismember(&blocked, kept), 1) << kept;
-    for (const int open : {SIGURG, SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGTRAP, SIGABRT, SIGSYS})
+    for (const int open :
+         {SIGURG, SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGTRAP, SIGABRT, SIGSYS, // the kill, faults
+          SIGPWR, SIGXCPU, SIGPROF, SIGVTALRM})                              // collectors, profilers
         EXPECT_EQ(sigismember(&blocked, open), 0) << open;
+    for (int realTime = SIGRTMIN; realTime <= SIGRTMAX; ++realTime)
+        EXPECT_EQ(sigismember(&blocked, realTime), 0) << realTime;
     sigset_t ours;
     pthread_sigmask(SIG_SETMASK, nullptr, &ours);
     EXPECT_EQ(sigismember(&ours, SIGINT), 0) << "the starting thread has its own mask back";
+}
+
+// A runtime that suspends every thread it knows waits for each; a killed one must not keep it waiting.
+TEST(ThreadOnPosix, KilledThreadCanStillBeSuspended)
+{
+    LEvent running(true, false);
+    std::atomic<pthread_t> id{};
+    BodyThread thread([&] {
+        const zel::ForeignCode hosts;
+        setAllSignals(SIG_BLOCK);
+        id = pthread_self();
+        setAllSignals(SIG_UNBLOCK);
+        running.set();
+        zel::sleepMilliseconds(60000);
+    });
+    thread.start();
+    ASSERT_TRUE(running.wait(20000));
+    EXPECT_TRUE(thread.kill());
+    for (const int suspend : {SIGRTMIN, SIGRTMAX, SIGPWR}) {
+        s_hostSignals = 0;
+        signal(suspend, hostHandler);
+        pthread_kill(id, suspend);
+        for (int waited = 0; s_hostSignals == 0 && waited < 20000; ++waited)
+            zel::sleepMilliseconds(1);
+        EXPECT_EQ(s_hostSignals, 1) << suspend;
+        signal(suspend, SIG_DFL);
+    }
+}
+
+// --- cancellation
+
+TEST(ThreadOnPosix, HeldCancellationTakesEffectAfterwards)
+{
+    for (const int type : {PTHREAD_CANCEL_DEFERRED, PTHREAD_CANCEL_ASYNCHRONOUS}) {
+        static std::atomic<int> s_reached;
+        s_reached = 0;
+        pthread_t thread{};
+        const auto body = [](void *how) -> void * {
+            pthread_setcanceltype(*static_cast<int *>(how), nullptr);
+            {
+                const zel::HeldCancellation held;
+                pthread_cancel(pthread_self());
+                pthread_testcancel();
+                s_reached = 1;
+            }
+            pthread_testcancel();
+            s_reached = 2;
+            return nullptr;
+        };
+        int how = type;
+        ASSERT_EQ(pthread_create(&thread, nullptr, body, &how), 0);
+        void *result = nullptr;
+        pthread_join(thread, &result);
+        EXPECT_EQ(result, PTHREAD_CANCELED);
+        EXPECT_EQ(s_reached, 1);
+    }
+}
+
+TEST(ThreadOnPosix, CancellationEndsTheHostsCodeAndTheThreadWithIt)
+{
+    std::atomic<bool> cameBack{false};
+    BodyThread thread([&] {
+        const zel::ForeignCode hosts;
+        pthread_cancel(pthread_self());
+        pthread_testcancel();
+        cameBack = true;
+    });
+    thread.start();
+    EXPECT_TRUE(thread.finished().wait(20000));
+    EXPECT_FALSE(cameBack);
+}
+
+// There it would meet functions that let nothing out, and end the process.
+TEST(ThreadOnPosix, CancellationWaitsWhileTheLibrarysOwnCodeRuns)
+{
+    std::atomic<bool> cameBack{false};
+    BodyThread thread([&] {
+        {
+            const zel::ForeignCode hosts;
+            pthread_cancel(pthread_self());
+        }
+        pthread_testcancel();
+        cameBack = true;
+    });
+    thread.start();
+    EXPECT_TRUE(thread.finished().wait(20000));
+    EXPECT_TRUE(cameBack);
 }
 
 // Swallowing the C library's unwinding would end the process.

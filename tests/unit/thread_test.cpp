@@ -112,15 +112,25 @@ TEST(Thread, KillOfAnEndedThreadDoesNothing)
     FunctionThread thread([] {});
     thread.start();
     ASSERT_TRUE(thread.finished().wait(kLongEnough));
-    thread.kill();
+    EXPECT_FALSE(thread.kill());
     EXPECT_TRUE(thread.isRunning()) << "its handle is still there";
 }
 
 TEST(Thread, KillBeforeTheStartDoesNothing)
 {
     FunctionThread thread([] {});
-    thread.kill();
+    EXPECT_FALSE(thread.kill());
     EXPECT_FALSE(thread.isRunning());
+}
+
+TEST(Thread, WaitsForTheEndNoLongerThanAsked)
+{
+    LEvent mayEnd(true, false);
+    FunctionThread thread([&] { mayEnd.wait(kInfinite); });
+    thread.start();
+    EXPECT_FALSE(thread.waitUntilEnded(1));
+    mayEnd.set();
+    EXPECT_TRUE(thread.waitUntilEnded(kLongEnough));
 }
 
 // A killed thread's wait leaves nothing behind over which the event's owner could hang.
