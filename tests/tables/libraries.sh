@@ -106,7 +106,7 @@ expect "the header's version is the project's" [ "$(header_version)" = "$version
 
 # --- neither where nor when it was built
 
-silent_about() { ! LC_ALL=C grep -a -m 5 -o -F -e "$2" "$1"; }
+silent_about() { [ -s "$1" ] && ! LC_ALL=C grep -a -m 5 -o -F -e "$2" "$1"; }
 undated() {
     local dated
     dated=$(TZ=UTC ar tv "$1" | grep -v ' Jan  1 00:00 1970 ')
