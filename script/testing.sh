@@ -211,6 +211,20 @@ python_tests() {
     tally "${good:-0}" "${bad:-0}" 0
 }
 
+# nunit_tests NAME FOLDER: the tests of an assembly, against the native build.
+nunit_tests() {
+    local status=0 good bad all
+    begin_step "$1"
+    run_limited 300 env "ZEL_ROOT=$root" "ZEL_PENSIM=$root/build/native/bin/pensim" \
+        "LD_LIBRARY_PATH=$root/build/native" nunit-console -nologo -noshadow -noxml -domain=None \
+        "$2/Zel.Tests.dll" || status=$?
+    all=$(sed -nE 's/^Tests run: ([0-9]+), .*/\1/p' "$log")
+    bad=$(($(sed -nE 's/^Tests run: .*Errors: ([0-9]+), Failures: ([0-9]+),.*/\1 + \2/p' "$log")))
+    good=$((${all:-0} - bad))
+    [ "$status" = 0 ] && [ "$good" != 0 ] || [ "$bad" != 0 ] || bad=1
+    tally "$good" "$bad" 0
+}
+
 finish() {
     say
     say "$passed passed, $failed failed"
