@@ -14,6 +14,7 @@ namespace zel {
  *  handler may look at it at any time, and the thread's id is never given to another. */
 struct Fate {
     pthread_t thread{};
+    sigset_t closed{}; // the signals that the thread keeps out from its beginning
     std::atomic<bool> inForeignCode{false};
     std::atomic<bool> parked{false};
     Fate *next = nullptr;
@@ -56,19 +57,19 @@ void forward(int signal, siginfo_t *info, void *context)
         s_previous.sa_handler(signal);
 }
 
-/** What a thread of the library leaves to the host's own threads: signals for which a host installs a handler
- *  that it expects to run there, as the one that ends its main loop. All others stay open: the faults of the
- *  thread itself, and what is meant for every thread. Managed runtimes suspend a thread that once called them
- *  by a real-time signal or by SIGPWR and SIGXCPU, and wait for it; profilers sample it by SIGPROF or
- *  SIGVTALRM. */
-sigset_t hostSignals()
+// What a thread of the library keeps out: beside what the thread that makes it keeps out, the signals that a
+// host handles on threads of its own, as the one that ends its main loop. The others stay open: the faults of
+// the thread itself, and what is meant for every thread. Managed runtimes suspend a thread that once called
+// them by a real-time signal or by SIGPWR and SIGXCPU, and wait for it; profilers sample it by SIGPROF or
+// SIGVTALRM.
+sigset_t closedIn(sigset_t closed)
 {
-    sigset_t signals;
-    sigemptyset(&signals);
     for (const int hosts : {SIGHUP, SIGINT, SIGQUIT, SIGTERM, SIGUSR1, SIGUSR2, SIGALRM, SIGCHLD, SIGPIPE,
                             SIGCONT, SIGTSTP, SIGTTIN, SIGTTOU, SIGWINCH, SIGIO})
-        sigaddset(&signals, hosts);
-    return signals;
+        sigaddset(&closed, hosts);
+    for (const int own : {kParkSignal, SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGTRAP, SIGABRT, SIGSYS})
+        sigdelset(&closed, own);
+    return closed;
 }
 
 int setCancelState(int state)
@@ -81,19 +82,14 @@ int setCancelState(int state)
 // Stays here for ever. glibc gives no other defined way to stop a thread where it stands: cancelling
 // unwinds it, and a thread that ends behind the C library's back leaves its books wrong. A runtime that
 // knows the thread may go on suspending it.
-[[noreturn]] void parkForEver()
-{
-    setCancelState(PTHREAD_CANCEL_DISABLE);
-    sigset_t closed = hostSignals();
-    sigaddset(&closed, kParkSignal);
-    for (;;)
-        sigsuspend(&closed);
-}
-
 [[noreturn]] void park(Fate &own)
 {
+    setCancelState(PTHREAD_CANCEL_DISABLE);
+    sigset_t closed = own.closed;
+    sigaddset(&closed, kParkSignal);
     own.parked = true;
-    parkForEver();
+    for (;;)
+        sigsuspend(&closed);
 }
 
 void onParkSignal(int signal, siginfo_t *info, void *context)
@@ -247,9 +243,10 @@ LThread::~LThread()
 
 void LThread::create()
 {
-    const sigset_t blocked = hostSignals();
     sigset_t previous;
-    pthread_sigmask(SIG_SETMASK, &blocked, &previous);
+    pthread_sigmask(SIG_SETMASK, nullptr, &previous);
+    m_native->fate->closed = closedIn(previous);
+    pthread_sigmask(SIG_SETMASK, &m_native->fate->closed, nullptr);
     m_native->exists = pthread_create(&m_native->thread, nullptr, Native::entry, this) == 0;
     pthread_sigmask(SIG_SETMASK, &previous, nullptr);
 }
@@ -271,11 +268,11 @@ bool LThread::isGone() const noexcept
 
 void LThread::stop()
 {
+    Fate &fate = *m_native->fate.release();
     if (isCurrent()) {
         m_native->letGo();
-        parkForEver();
+        park(fate);
     }
-    Fate &fate = *m_native->fate.release();
     fate.thread = m_native->thread;
     parkThread(fate);
     m_native->letGo();

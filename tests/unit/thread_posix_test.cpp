@@ -7,7 +7,9 @@
 #include <atomic>
 #include <csignal>
 #include <cstddef>
+#include <cstdlib>
 #include <functional>
+#include <initializer_list>
 #include <memory>
 #include <string>
 #include <thread>
@@ -290,6 +292,32 @@ void setAllSignals(int how)
 
 } // namespace
 
+namespace {
+
+/** The host's code on a thread of the library: it lets no signal in and returns when it is told, whereupon
+ * the thread counts. It outlives the thread's object. */
+struct LateReturn {
+    LEvent deaf{true, false};
+    LEvent mayReturn{true, false};
+    LEvent returning{true, false};
+    std::atomic<int> count{0};
+
+    void run()
+    {
+        {
+            const zel::ForeignCode hosts;
+            setAllSignals(SIG_BLOCK);
+            deaf.set();
+            mayReturn.wait(zel::kInfinite);
+            returning.set();
+        }
+        for (;;)
+            ++count;
+    }
+};
+
+} // namespace
+
 // Whatever the host has made of the signal by the time its code comes back: the thread ends there, and needs
 // no signal for it.
 TEST(ThreadOnPosix, ThreadKilledInTheHostsCodeDoesNotComeBackFromIt)
@@ -297,29 +325,16 @@ TEST(ThreadOnPosix, ThreadKilledInTheHostsCodeDoesNotComeBackFromIt)
     struct sigaction action = {};
     const HostHandler host(action);
     for (const auto hostsOwn : {SIG_DFL, SIG_IGN, static_cast<void (*)(int)>(hostHandler)}) {
-        LEvent deaf(true, false);
-        LEvent mayReturn(true, false);
-        LEvent returning(true, false);
-        std::atomic<int> count{0};
-        auto thread = std::make_unique<BodyThread>([&] {
-            {
-                const zel::ForeignCode hosts;
-                setAllSignals(SIG_BLOCK);
-                deaf.set();
-                mayReturn.wait(zel::kInfinite);
-                returning.set();
-            }
-            for (;;)
-                ++count;
-        });
+        LateReturn late;
+        auto thread = std::make_unique<BodyThread>([&late] { late.run(); });
         thread->start();
-        ASSERT_TRUE(deaf.wait(20000));
+        ASSERT_TRUE(late.deaf.wait(20000));
         EXPECT_TRUE(thread->kill());
         thread.reset();
         signal(SIGURG, hostsOwn);
-        mayReturn.set();
-        ASSERT_TRUE(returning.wait(20000));
-        EXPECT_FALSE(goesOn(count));
+        late.mayReturn.set();
+        ASSERT_TRUE(late.returning.wait(20000));
+        EXPECT_FALSE(goesOn(late.count));
     }
 }
 
@@ -401,9 +416,45 @@ TEST(ThreadOnPosix, OnlySignalsOfTheHostsOwnThreadsAreKeptOut)
     EXPECT_EQ(sigismember(&ours, SIGINT), 0) << "the starting thread has its own mask back";
 }
 
+namespace {
+
+/** Ends with 7 when the signals wait for the host, with a running thread and a killed one in the process. */
+[[noreturn]] void keepSignalsOutEverywhere(std::initializer_list<int> hosts)
+{
+    sigset_t signals;
+    sigemptyset(&signals);
+    for (const int signal : hosts)
+        sigaddset(&signals, signal);
+    pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+    LEvent mayEnd(true, false);
+    BodyThread running([&] { mayEnd.wait(zel::kInfinite); });
+    running.start();
+    killOneThread();
+    for (const int signal : hosts) {
+        kill(getpid(), signal);
+        const timespec atOnce{};
+        if (sigtimedwait(&signals, nullptr, &atOnce) != signal)
+            std::_Exit(1);
+    }
+    std::_Exit(7);
+}
+
+} // namespace
+
+// A host that keeps a signal out everywhere waits for it in its own way; anywhere else it would end the
+// process.
+TEST(ThreadOnPosixDeathTest, SignalThatTheHostKeepsOutReachesNoThreadOfTheLibrary)
+{
+    testing::FLAGS_gtest_death_test_style = "threadsafe"; // no thread of another test is there
+    EXPECT_EXIT(keepSignalsOutEverywhere({SIGRTMIN + 3, SIGPROF, SIGXCPU}), testing::ExitedWithCode(7), "");
+}
+
 // A runtime that suspends every thread it knows waits for each; a killed one must not keep it waiting.
 TEST(ThreadOnPosix, KilledThreadCanStillBeSuspended)
 {
+#ifdef __SANITIZE_THREAD__
+    GTEST_SKIP() << "ThreadSanitizer runs handlers when and where it likes";
+#endif
     LEvent running(true, false);
     std::atomic<pthread_t> id{};
     BodyThread thread([&] {
@@ -474,18 +525,20 @@ TEST(ThreadOnPosix, CancellationEndsTheHostsCodeAndTheThreadWithIt)
 // There it would meet functions that let nothing out, and end the process.
 TEST(ThreadOnPosix, CancellationWaitsWhileTheLibrarysOwnCodeRuns)
 {
-    std::atomic<bool> cameBack{false};
-    BodyThread thread([&] {
-        {
-            const zel::ForeignCode hosts;
+    for (const bool calledTheHost : {false, true}) {
+        std::atomic<bool> wentOn{false};
+        BodyThread thread([&] {
+            if (calledTheHost) {
+                const zel::ForeignCode hosts;
+            }
             pthread_cancel(pthread_self());
-        }
-        pthread_testcancel();
-        cameBack = true;
-    });
-    thread.start();
-    EXPECT_TRUE(thread.finished().wait(20000));
-    EXPECT_TRUE(cameBack);
+            pthread_testcancel();
+            wentOn = true;
+        });
+        thread.start();
+        EXPECT_TRUE(thread.finished().wait(20000));
+        EXPECT_TRUE(wentOn);
+    }
 }
 
 // Swallowing the C library's unwinding would end the process.
