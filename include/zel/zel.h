@@ -61,10 +61,16 @@
  *     the thread that called the retrieval.
  *     No callback may throw an exception or leave by longjmp(). On Windows the library cannot even catch an
  *     exception of Microsoft's C++: it ends the process.
- *     A callback that does not return within 5 seconds of zelExit, zelEnumeratePens or zelDfuExit is stopped
- *     where it stands, for good. What it holds at that moment stays as it is: a lock stays locked. If it
- *     stands inside the host's memory allocator, the heap may stay locked, and then the next thread that
- *     allocates waits for ever.
+ *     A callback that does not return within 5 seconds of zelExit, zelEnumeratePens or zelDfuExit is
+ *     stopped where it stands, for good. What it holds at that moment stays as it is: a lock stays
+ *     locked. If it stands inside the host's memory allocator, the heap may stay locked, and then the
+ *     next thread that allocates waits for ever. On Linux the library stops it by SIGURG, which it
+ *     handles for that moment and passes on for all other threads. A callback that keeps SIGURG out makes
+ *     these functions wait a second longer; they then return while it runs on, and its thread stops when
+ *     it returns.
+ *     On Linux the library's thread keeps the signals out that a host handles on threads of its own
+ *     (SIGINT, SIGTERM, SIGCHLD, SIGALRM and the like), but not the real-time signals, SIGPWR, SIGXCPU,
+ *     SIGPROF and SIGVTALRM, by which runtimes suspend and profilers sample a thread.
  *     In a managed runtime (.NET, Java, Python) a callback runs on a thread that the runtime did not make.
  *     It must not wait for a thread that may be inside zelExit, and should only put the record into a queue:
  *     a thread that is stopped inside the runtime can stop the whole runtime. The host keeps the function
@@ -86,6 +92,19 @@
  *     announced none, the one that zelConnectPen reads from the pen. A locked pen does not tell its version.
  *     If such a pen announced none either, its handle counts as one with old software, also after
  *     zelUnlockPen: disconnect the pen and connect it again. Versions are compared as signed 16-bit numbers.
+ *
+ *  11. The library in its process. Once loaded it is never unloaded: dlclose() and FreeLibrary() leave it
+ *     where it is, and the next dlopen() or LoadLibrary() finds it as it was, initialised if it was.
+ *     Functions may be called while the process ends, in a handler of atexit() and on threads that still
+ *     run; a host that ends without zelExit loses nothing.
+ *     On Windows a DllMain may call zelExit, zelDfuExit, the zelFree... functions and zelGetApiVersion,
+ *     and nothing else. A thread that is about to load a DLL waits for that DllMain, so zelExit may take
+ *     its 5 seconds there, and stop the thread: a host that unloads a plug-in calls zelExit before that.
+ *     When the process ends there is no need for zelExit; by then Windows has ended the library's thread
+ *     already.
+ *     On Linux a thread that is cancelled (pthread_cancel) inside a function ends when the function is
+ *     done. A cancellation on the library's own thread ends a callback, and with it the thread: no more
+ *     pens are reported.
  *
  *  C99 or C++. */
 
@@ -210,7 +229,7 @@ typedef void(ZEL_CALL *ProgressCallback)(const char *penText, uint32_t bytesSoFa
 ZEL_API uint32_t ZEL_CALL zelInitialize(PenArrivedCallback arrived, PenDepartedCallback departed,
                                         void *callbackContext);
 
-/** Stops the library. No callback runs after it has returned.
+/** Stops the library. No callback runs after it has returned, but for one that cannot be stopped.
  *  Waits for a callback that is running, but no longer than 5 seconds: then its thread is stopped where it
  *  stands (conventions, 7).
  *  Disconnect pens before. zelDisconnectPen gives ZEL_ERR_NOT_INITIALIZED afterwards: the handle and its
