@@ -64,4 +64,4 @@ def test_the_command_line_says_what_failed(pensim, tmp_path):
     (tmp_path / "text").write_text("no page data")
     shown = command_line("show", str(tmp_path / "text"))
     assert (shown.returncode, shown.stdout) == (1, "")
-    assert shown.stderr == "zel: byte 0: not page data of version 1.0 (it begins with 6E 6F)\n"
+    assert shown.stderr == "zel: byte 0: the major version is 110, not 1\n"

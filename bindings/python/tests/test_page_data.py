@@ -1,11 +1,13 @@
 """Page data, byte by byte. Every expected byte is written by hand."""
 
+import json
 import struct
+from pathlib import Path
 
 import pytest
 
 import zel
-from zel.page_data import address_text, normalized_address
+from zel.page_data import address_text, normalized_address, serial_text
 
 # Without pages and properties: 26 bytes.
 EMPTY = bytes.fromhex(
@@ -28,12 +30,12 @@ def with_property(value, key="0024"):
 
 
 def value_of(text):
-    return zel.PageData(with_property(text)).properties[0x24].value
+    return zel.PageData(with_property(text)).find(0x24).value
 
 
 def test_no_pages_and_no_properties():
     data = zel.PageData(EMPTY)
-    assert (len(data), data.properties, data.pen_id) == (0, {}, None)
+    assert (len(data), data.properties, data.pen_id) == (0, (), None)
 
 
 def test_a_page_is_its_address_and_its_strokes():
@@ -74,7 +76,7 @@ def test_pages_that_are_taken_out_leave_page_data():
         ("01 00", "BOOL", False),
         ("01 02", "BOOL", True),
         ("02 ff", "BYTE", 255),
-        ("03 fffe", "SHORT16", 0xFFFE),
+        ("03 fffe", "SHORT16", -2),
         ("04 00000007", "INT32", 7),
         ("05 0000000000000007", "LONG64", 7),
         ("06 0004 61626300", "STRING", "abc"),
@@ -109,12 +111,75 @@ def test_arrays_may_be_nested_256_deep_and_no_deeper():
     assert value.type == zel.ValueType.NULL
     with pytest.raises(zel.PageDataError, match="nested more than 256 deep") as failure:
         value_of("080001" * 257 + "00")
-    assert failure.value.offset == len(EMPTY) + 2 + 256 * 3 + 1
+    assert failure.value.offset == len(EMPTY) + 2 + 256 * 3
 
 
 def test_the_first_of_two_properties_with_one_key_counts():
     data = zel.PageData(EMPTY[:-2] + bytes.fromhex("0002 0000 05 0000000000000001 0000 05 0000000000000002"))
     assert data.pen_id == 1
+
+
+def test_serial_texts():
+    assert serial_text(0) == "AAA-AAA-AAA-AA"
+    assert serial_text(0x12300ABCDEF) == "AKZ-AQ7-APS-AC"
+    assert serial_text(0x69772B73A83F) == "999-999-999-AF"
+    assert serial_text(0x80000000) == "AAA-EXU-ZCJ-B8"
+    assert serial_text((1 << 64) - 1) == "INVALID-PEN-ID"
+
+
+CORPUS = Path(__file__).resolve().parents[3] / "tests" / "data" / "page_data"
+
+
+def corpus_bytes(path):
+    data = b""
+    for line in path.read_text(encoding="utf-8").splitlines():
+        times, star, digits = line.split("#")[0].rpartition("*")
+        data += bytes.fromhex(digits) * (int(times) if star else 1)
+    return data
+
+
+def reading(value):
+    """A value as the corpus writes it."""
+    content = value.value
+    if isinstance(content, list):
+        content = [reading(element) for element in content]
+    elif isinstance(content, bytes):
+        content = content.hex()
+    elif isinstance(content, str):
+        content = content.encode("utf-8", "surrogateescape").decode("latin-1")
+    return {"type": value.type.name.replace("ANY", "any type").replace("_", " ").lower(), "value": content}
+
+
+@pytest.mark.parametrize("path", sorted(CORPUS.glob("*.hex")), ids=lambda path: path.stem)
+def test_the_corpus_that_all_readers_share(path):
+    expected = json.loads(path.with_suffix(".json").read_text(encoding="utf-8"))
+    data = corpus_bytes(path)
+    if "refusedAt" in expected:
+        with pytest.raises(zel.PageDataError) as failure:
+            zel.PageData(data)
+        assert failure.value.offset == expected["refusedAt"], expected["why"]
+        return
+    read = zel.PageData(data)
+    starts = expected.pop("fieldStarts", [])
+    assert {
+        "request": {"address": read.request_address, "pidget": read.request_pidget},
+        "penId": None if read.pen_id is None else f"0x{read.pen_id:016x}",
+        "serial": read.serial,
+        "pages": [
+            {
+                "address": page.address,
+                "stylo": page.stylo,
+                "strokes": page.strokes.hex(),
+                "entries": [{"key": entry.key, **reading(entry.value)} for entry in page.entries],
+            }
+            for page in read
+        ],
+        "properties": [{"key": one.key, **reading(one.value)} for one in read.properties],
+    } == expected
+    for length in range(len(data) if starts else 0):
+        with pytest.raises(zel.PageDataError) as failure:
+            zel.PageData(data[:length])
+        assert failure.value.offset == max(start for start in starts if start <= length)
 
 
 def test_longer_headers_are_skipped():
@@ -127,7 +192,7 @@ def test_longer_headers_are_skipped():
     read = zel.PageData(data)
     assert read[0].strokes == b"\xaa"
     assert read[0].entries[0].value == zel.Value(zel.ValueType.BOOL, True)
-    assert read.properties[0x24].value.value == [zel.Value(zel.ValueType.INT32, 7)]
+    assert read.find(0x24).value.value == [zel.Value(zel.ValueType.INT32, 7)]
 
 
 def test_every_cut_is_refused_at_a_byte_within_it():
@@ -142,8 +207,8 @@ def test_every_cut_is_refused_at_a_byte_within_it():
 @pytest.mark.parametrize(
     ("data", "offset", "what"),
     [
-        (b"", 0, "the version should take 1 bytes, but 0 are left"),
-        (b"\1\1" + EMPTY[2:], 0, "not page data of version 1.0 (it begins with 01 01)"),
+        (b"", 0, "the major version should take 1 bytes, but 0 are left"),
+        (b"\1\1" + EMPTY[2:], 1, "the minor version is 1, not 0"),
         (EMPTY[:2] + b"\0\x17" + EMPTY[4:], 2, "the header's length is 23, less than 24"),
         (EMPTY + b"\0", 26, "1 more bytes after the end of the page data"),
         (with_property("0c"), 28, "there is no value type 12"),

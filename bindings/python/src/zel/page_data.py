@@ -83,7 +83,7 @@ class Value(NamedTuple):
 
     type: ValueType
     value: Any
-    """``None``, ``bool``, ``int`` (as written, unsigned), ``str``, ``bytes``, or a list of :class:`Value`."""
+    """``None``, ``bool``, ``int`` (signed, but for bytes), ``str``, ``bytes``, or a list of :class:`Value`."""
 
 
 class Property(NamedTuple):
@@ -141,6 +141,26 @@ def normalized_address(text: str) -> str:
     return ".".join(parts[1:] if len(parts) == 5 and parts[0] == "0" else parts)
 
 
+_DIGITS = "ABCDEFGHJKMNPQRSTUWXYZ23456789"
+
+
+def _in_digits(number: int, width: int) -> str:
+    number = ((number ^ 1 << 31) - (1 << 31)) & (1 << 64) - 1  # a signed 32-bit number, widened
+    digits = ""
+    for _ in range(width):
+        number, digit = divmod(number, len(_DIGITS))
+        digits = _DIGITS[digit] + digits
+    return digits
+
+
+def serial_text(pen_id: int) -> str:
+    """The serial text of a pen's 64-bit identity: ``"AKZ-AQ7-APS-AC"``."""
+    if pen_id == (1 << 64) - 1:
+        return "INVALID-PEN-ID"
+    middle = _in_digits(pen_id & (1 << 32) - 1, 6)
+    return "-".join([_in_digits(pen_id >> 32, 3), middle[:3], middle[3:], _in_digits(pen_id % 877, 2)])
+
+
 class PageData(Sequence[Page]):
     """What a retrieval gives: a sequence of pages, and the properties of the pen that they come from."""
 
@@ -152,7 +172,15 @@ class PageData(Sequence[Page]):
         self.data: memoryview = memoryview(data).toreadonly().cast("B")
         """The bytes themselves; what :meth:`save` writes."""
         reader = _Reader(self.data)
-        self._pages, self._properties, self._pages_at = reader.read()
+        reader.read()
+        self._pages = reader.pages
+        self._page_count_at = reader.page_count_at
+        self.request_address: str = address_text(reader.request_address)
+        """The page address that the data was requested for; retrievals write ``"*.*.*.*"``."""
+        self.request_pidget: int = reader.request_pidget
+        """The pidget that the data was requested for; retrievals write 549."""
+        self.properties: Tuple[Property, ...] = tuple(reader.properties)
+        """The pen's properties, in the order in which they stand."""
 
     @overload
     def __getitem__(self, index: int) -> Page: ...
@@ -172,16 +200,23 @@ class PageData(Sequence[Page]):
     def __repr__(self) -> str:
         return f"<zel.PageData, {len(self)} pages, {len(self.data)} bytes>"
 
-    @property
-    def properties(self) -> Dict[int, Property]:
-        """The pen's properties, by their keys."""
-        return dict(self._properties)
+    def find(self, key: int) -> Optional[Property]:
+        """The first property with this key, or ``None``."""
+        return next((one for one in self.properties if one.key == key), None)
 
     @property
     def pen_id(self) -> Optional[int]:
         """The 64-bit identity of the pen, or ``None`` if the data does not tell."""
-        found = self._properties.get(PEN_ID)
-        return found.value.value if found is not None and found.value.type == ValueType.LONG64 else None
+        found = self.find(PEN_ID)
+        if found is None or found.value.type != ValueType.LONG64:
+            return None
+        number: int = found.value.value
+        return number & (1 << 64) - 1
+
+    @property
+    def serial(self) -> Optional[str]:
+        """The serial text of the pen, or ``None`` if the data does not tell."""
+        return None if self.pen_id is None else serial_text(self.pen_id)
 
     def save(self, path: Union[str, "os.PathLike[str]"]) -> None:
         """Writes the data to a file, which is complete or not there at all."""
@@ -207,7 +242,7 @@ class PageData(Sequence[Page]):
             else:
                 left += 1
         kept += self.data[at:]
-        struct.pack_into(">H", kept, self._pages_at, left)
+        struct.pack_into(">H", kept, self._page_count_at, left)
         return PageData(bytes(kept))
 
 
@@ -231,10 +266,11 @@ _NUMBERS = {
 class _OpenArray:
     """An array whose elements are being read."""
 
-    def __init__(self, kind: ValueType, left: int, element_type: Optional[ValueType]) -> None:
+    def __init__(self, kind: ValueType, left: int, element_type: Optional[ValueType], type_at: int) -> None:
         self.kind = kind
         self.left = left  # elements to come; below 0 when only a terminator tells the end
         self.element_type = element_type
+        self.type_at = type_at  # where the elements' type stands
         self.elements: List[Value] = []
 
     def add(self, value: Value) -> None:
@@ -251,31 +287,38 @@ class _Reader:
     def __init__(self, data: memoryview) -> None:
         self._data = data
         self._at = 0
+        self._type_at = 0  # where the type was read last
         self._values = 0
         self._value_header = _VALUE_HEADER
+        self.request_address = 0
+        self.request_pidget = 0
+        self.page_count_at = 0
+        self.pages: List[Page] = []
+        self.properties: List[Property] = []
 
-    def read(self) -> Tuple[List[Page], Dict[int, Property], int]:
-        major, minor = self._number(1, "the version"), self._number(1, "the version")
-        if (major, minor) != (1, 0):
-            raise PageDataError(0, f"not page data of version 1.0 (it begins with {major:02X} {minor:02X})")
+    def read(self) -> None:
+        for expected, what in ((1, "the major version"), (0, "the minor version")):
+            at = self._at
+            found = self._number(1, what)
+            if found != expected:
+                raise PageDataError(at, f"{what} is {found}, not {expected}")
         header = self._length(_HEADER, "the header's length")
-        self._skip(10, "the request's address")
+        self.request_address = self._number(8, "the request's address")
+        self.request_pidget = self._number(2, "the request's pidget")
         page_header = self._length(_PAGE_HEADER, "the length of a page's header")
         page_entry_header = self._length(_ENTRY_HEADER, "the length of a page entry's header")
         entry_header = self._length(_ENTRY_HEADER, "the length of a property's header")
         self._value_header = self._length(_VALUE_HEADER, "the length of a value's header")
-        pages_at = self._at
+        self.page_count_at = self._at
         page_count = self._number(2, "the number of pages")
         property_count = self._number(2, "the number of properties")
         self._skip(header - _HEADER, "the header")
-        pages = [self._page(page_header, page_entry_header) for _ in range(page_count)]
-        properties: Dict[int, Property] = {}
+        for _ in range(page_count):
+            self.pages.append(self._page(page_header, page_entry_header))
         for _ in range(property_count):
-            found = self._entry(entry_header)
-            properties.setdefault(found.key, found)
+            self.properties.append(self._entry(entry_header))
         if self._at != len(self._data):
             raise PageDataError(self._at, f"{len(self._data) - self._at} more bytes after the end of the page data")
-        return pages, properties, pages_at
 
     def _page(self, header: int, entry_header: int) -> Page:
         start = self._at
@@ -296,12 +339,12 @@ class _Reader:
     def _value(self) -> Value:
         """Reads a value. A loop with a stack of its own: arrays may be nested deeper than Python may call."""
         stack: List[_OpenArray] = []
-        kind = self._type()
+        kind, type_at = self._type(), self._type_at
         while True:
             value: Optional[Value] = None
             if kind in _ARRAYS:
                 if len(stack) == _DEEPEST_NESTING:
-                    raise PageDataError(self._at, f"arrays nested more than {_DEEPEST_NESTING} deep")
+                    raise PageDataError(type_at, f"arrays nested more than {_DEEPEST_NESTING} deep")
                 self._count_value()
                 stack.append(self._array(kind))
             else:
@@ -314,23 +357,28 @@ class _Reader:
                     return value
                 stack[-1].add(value)
                 value = None
-            element_type = stack[-1].element_type
-            kind = self._type() if element_type is None else element_type
+            top = stack[-1]
+            if top.element_type is None:
+                kind, type_at = self._type(), self._type_at
+            else:
+                kind, type_at = top.element_type, top.type_at
 
     def _type(self) -> ValueType:
-        at = self._at
+        self._type_at = self._at
         code = self._number(1, "a value's type")
-        self._skip(self._value_header - 1, "a value's header")
         try:
-            return ValueType(code)
+            kind = ValueType(code)
         except ValueError:
-            raise PageDataError(at, f"there is no value type {code}") from None
+            raise PageDataError(self._type_at, f"there is no value type {code}") from None
+        self._skip(self._value_header - 1, "a value's header")
+        return kind
 
     def _array(self, kind: ValueType) -> "_OpenArray":
         if kind == ValueType.TERMINATED_ARRAY:
-            return _OpenArray(kind, -1, None)
+            return _OpenArray(kind, -1, None, 0)
         count = self._number(2, "an array's count")
-        return _OpenArray(kind, count, self._type() if kind == ValueType.DATA_ARRAY else None)
+        element_type = self._type() if kind == ValueType.DATA_ARRAY else None
+        return _OpenArray(kind, count, element_type, self._type_at)
 
     def _count_value(self) -> None:
         self._values += 1
@@ -341,7 +389,7 @@ class _Reader:
         self._count_value()
         if kind in _NUMBERS:
             width, what = _NUMBERS[kind]
-            return Value(kind, self._number(width, what))
+            return Value(kind, int.from_bytes(self._bytes(width, what), "big", signed=kind != ValueType.BYTE))
         if kind == ValueType.BOOL:
             return Value(kind, self._number(1, "a bool") != 0)
         if kind == ValueType.STRING:
