@@ -3,6 +3,7 @@ using System.Collections;
 using System.Collections.Generic;
 using System.Diagnostics.CodeAnalysis;
 using System.IO;
+using System.Linq;
 
 namespace Zel
 {
@@ -31,13 +32,13 @@ namespace Zel
         /// <summary>A <see cref="byte"/>.</summary>
         Byte = 2,
 
-        /// <summary>A <see cref="ushort"/>.</summary>
+        /// <summary>A <see cref="short"/>.</summary>
         Short16 = 3,
 
-        /// <summary>A <see cref="uint"/>.</summary>
+        /// <summary>An <see cref="int"/>.</summary>
         Int32 = 4,
 
-        /// <summary>A <see cref="ulong"/>.</summary>
+        /// <summary>A <see cref="long"/>.</summary>
         Long64 = 5,
 
         /// <summary>A <see cref="string"/>.</summary>
@@ -68,10 +69,11 @@ namespace Zel
     /// <summary>A typed value.</summary>
     public sealed class PenValue
     {
-        internal PenValue(PenValueType type, object content)
+        internal PenValue(PenValueType type, object content, ArraySegment<byte> bytes = default(ArraySegment<byte>))
         {
             Type = type;
             Content = content;
+            Bytes = bytes;
         }
 
         /// <summary>Its type.</summary>
@@ -81,6 +83,9 @@ namespace Zel
         /// <see cref="IReadOnlyList{PenValue}"/> for arrays, and null for types without content.</summary>
         [MaybeNull]
         public object Content { get; }
+
+        /// <summary>A string as the pen wrote it, whatever its encoding; nothing for other types.</summary>
+        public ArraySegment<byte> Bytes { get; }
     }
 
     /// <summary>A property of the pen, or an entry of a page.</summary>
@@ -155,18 +160,29 @@ namespace Zel
             reader.Read();
             pages = reader.Pages;
             Properties = reader.Properties;
+            RequestAddress = PageAddress.ToText(reader.RequestAddress);
+            RequestPidget = reader.RequestPidget;
             pageCountAt = reader.PageCountAt;
         }
 
         /// <summary>The data itself; what <see cref="Save"/> writes.</summary>
         public byte[] Bytes { get; }
 
-        /// <summary>The pen's properties, by their keys.</summary>
-        public IReadOnlyDictionary<int, PenProperty> Properties { get; }
+        /// <summary>The page address that the data was requested for; retrievals write "*.*.*.*".</summary>
+        public string RequestAddress { get; }
+
+        /// <summary>The pidget that the data was requested for; retrievals write 549.</summary>
+        public int RequestPidget { get; }
+
+        /// <summary>The pen's properties, in the order in which they stand.</summary>
+        public IReadOnlyList<PenProperty> Properties { get; }
 
         /// <summary>The 64-bit identity of the pen, if the data tells.</summary>
-        public ulong? PenId =>
-            Properties.TryGetValue(PenIdKey, out PenProperty found) && found.Value.Content is ulong id ? id : (ulong?)null;
+        public ulong? PenId => Find(PenIdKey)?.Value.Content is long id ? unchecked((ulong)id) : (ulong?)null;
+
+        /// <summary>The serial text of the pen, or null if the data does not tell.</summary>
+        [MaybeNull]
+        public string Serial => PenId.HasValue ? SerialText.Of(PenId.Value) : null;
 
         /// <summary>The number of pages.</summary>
         public int Count => pages.Count;
@@ -178,6 +194,10 @@ namespace Zel
         /// <summary>Reads a file that <see cref="Save"/> wrote, or any other that holds page data.</summary>
         /// <param name="path">The file.</param>
         public static PageData Read(string path) => new PageData(File.ReadAllBytes(path));
+
+        /// <summary>The first property with this key, or null.</summary>
+        /// <param name="key">Its number.</param>
+        public PenProperty Find(int key) => Properties.FirstOrDefault(property => property.Key == key);
 
         /// <summary>Goes through the pages.</summary>
         public IEnumerator<Page> GetEnumerator() => pages.GetEnumerator();

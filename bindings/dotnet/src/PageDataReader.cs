@@ -19,6 +19,7 @@ namespace Zel
 
         private readonly byte[] data;
         private int at;
+        private int typeAt; // where the type was read last
         private int values;
         private int valueHeader = ValueHeader;
 
@@ -29,20 +30,21 @@ namespace Zel
 
         internal List<Page> Pages { get; } = new List<Page>();
 
-        internal Dictionary<int, PenProperty> Properties { get; } = new Dictionary<int, PenProperty>();
+        internal List<PenProperty> Properties { get; } = new List<PenProperty>();
+
+        internal ulong RequestAddress { get; private set; }
+
+        internal int RequestPidget { get; private set; }
 
         internal int PageCountAt { get; private set; }
 
         internal void Read()
         {
-            ulong major = Number(1, "the version"), minor = Number(1, "the version");
-            if (major != 1 || minor != 0)
-            {
-                throw new PageDataException(
-                    0, $"not page data of version 1.0 (it begins with {major:X2} {minor:X2})");
-            }
+            Expect(1, "the major version");
+            Expect(0, "the minor version");
             int header = Length(Header, "the header's length");
-            Skip(10, "the request's address");
+            RequestAddress = Number(8, "the request's address");
+            RequestPidget = (int)Number(2, "the request's pidget");
             int pageHeader = Length(PageHeader, "the length of a page's header");
             int pageEntryHeader = Length(EntryHeader, "the length of a page entry's header");
             int entryHeader = Length(EntryHeader, "the length of a property's header");
@@ -57,15 +59,21 @@ namespace Zel
             }
             for (var i = 0; i < propertyCount; ++i)
             {
-                PenProperty found = ReadEntry(entryHeader);
-                if (!Properties.ContainsKey(found.Key))
-                {
-                    Properties.Add(found.Key, found);
-                }
+                Properties.Add(ReadEntry(entryHeader));
             }
             if (at != data.Length)
             {
                 throw new PageDataException(at, $"{data.Length - at} more bytes after the end of the page data");
+            }
+        }
+
+        private void Expect(ulong expected, string what)
+        {
+            int start = at;
+            ulong found = Number(1, what);
+            if (found != expected)
+            {
+                throw new PageDataException(start, $"{what} is {found}, not {expected}");
             }
         }
 
@@ -98,6 +106,7 @@ namespace Zel
         {
             var open = new Stack<OpenArray>();
             PenValueType type = ReadType();
+            int blamed = typeAt;
             for (;;)
             {
                 PenValue value = null;
@@ -105,7 +114,7 @@ namespace Zel
                 {
                     if (open.Count == DeepestNesting)
                     {
-                        throw new PageDataException(at, $"arrays nested more than {DeepestNesting} deep");
+                        throw new PageDataException(blamed, $"arrays nested more than {DeepestNesting} deep");
                     }
                     CountValue();
                     open.Push(OpenNewArray(type));
@@ -128,7 +137,9 @@ namespace Zel
                     open.Peek().Add(value);
                     value = null;
                 }
-                type = open.Peek().ElementType ?? ReadType();
+                OpenArray top = open.Peek();
+                type = top.ElementType ?? ReadType();
+                blamed = top.ElementType.HasValue ? top.TypeAt : typeAt;
             }
         }
 
@@ -136,21 +147,22 @@ namespace Zel
         {
             if (type == PenValueType.TerminatedArray)
             {
-                return new OpenArray(type, -1, null);
+                return new OpenArray(type, -1, null, 0);
             }
             var count = (int)Number(2, "an array's count");
-            return new OpenArray(type, count, type == PenValueType.DataArray ? ReadType() : (PenValueType?)null);
+            PenValueType? elementType = type == PenValueType.DataArray ? ReadType() : (PenValueType?)null;
+            return new OpenArray(type, count, elementType, typeAt);
         }
 
         private PenValueType ReadType()
         {
-            int start = at;
+            typeAt = at;
             var code = (int)Number(1, "a value's type");
-            Skip(valueHeader - ValueHeader, "a value's header");
             if (code == 12 || code == 13 || code > 15)
             {
-                throw new PageDataException(start, $"there is no value type {code}");
+                throw new PageDataException(typeAt, $"there is no value type {code}");
             }
+            Skip(valueHeader - ValueHeader, "a value's header");
             return (PenValueType)code;
         }
 
@@ -172,13 +184,13 @@ namespace Zel
                 case PenValueType.Byte:
                     return new PenValue(type, (byte)Number(1, "a byte"));
                 case PenValueType.Short16:
-                    return new PenValue(type, (ushort)Number(2, "a short16"));
+                    return new PenValue(type, unchecked((short)Number(2, "a short16")));
                 case PenValueType.Int32:
-                    return new PenValue(type, (uint)Number(4, "an int32"));
+                    return new PenValue(type, unchecked((int)Number(4, "an int32")));
                 case PenValueType.Long64:
-                    return new PenValue(type, Number(8, "a long64"));
+                    return new PenValue(type, unchecked((long)Number(8, "a long64")));
                 case PenValueType.String:
-                    return new PenValue(type, Text(Take(Number(2, "a string's length"), "a string")));
+                    return ReadText(Take(Number(2, "a string's length"), "a string"));
                 case PenValueType.Binary:
                     return new PenValue(type, Take(Number(4, "a binary's length"), "a binary"));
                 case PenValueType.EscapedBinary:
@@ -188,10 +200,12 @@ namespace Zel
             }
         }
 
-        private static string Text(ArraySegment<byte> bytes)
+        private static PenValue ReadText(ArraySegment<byte> bytes)
         {
             int end = Array.IndexOf(bytes.Array, (byte)0, bytes.Offset, bytes.Count);
-            return Encoding.UTF8.GetString(bytes.Array, bytes.Offset, end < 0 ? bytes.Count : end - bytes.Offset);
+            int length = end < 0 ? bytes.Count : end - bytes.Offset;
+            string text = Encoding.UTF8.GetString(bytes.Array, bytes.Offset, length);
+            return new PenValue(PenValueType.String, text, new ArraySegment<byte>(bytes.Array, bytes.Offset, length));
         }
 
         private ArraySegment<byte> Escaped()
@@ -258,16 +272,20 @@ namespace Zel
 
         private sealed class OpenArray
         {
-            internal OpenArray(PenValueType type, int left, PenValueType? elementType)
+            internal OpenArray(PenValueType type, int left, PenValueType? elementType, int typeAt)
             {
                 Type = type;
                 Left = left;
                 ElementType = elementType;
+                TypeAt = typeAt;
             }
 
             internal PenValueType Type { get; }
 
             internal PenValueType? ElementType { get; }
+
+            /// <summary>Where the elements' type stands.</summary>
+            internal int TypeAt { get; }
 
             internal List<PenValue> Elements { get; } = new List<PenValue>();
 

@@ -59,9 +59,9 @@ namespace Zel.Tests
         [TestCase("00", PenValueType.Null, null)]
         [TestCase("01 02", PenValueType.Bool, true)]
         [TestCase("02 ff", PenValueType.Byte, (byte)255)]
-        [TestCase("03 fffe", PenValueType.Short16, (ushort)0xfffe)]
-        [TestCase("04 00000007", PenValueType.Int32, 7u)]
-        [TestCase("05 0000000000000007", PenValueType.Long64, 7ul)]
+        [TestCase("03 fffe", PenValueType.Short16, (short)-2)]
+        [TestCase("04 00000007", PenValueType.Int32, 7)]
+        [TestCase("05 0000000000000007", PenValueType.Long64, 7L)]
         [TestCase("06 0004 61626300", PenValueType.String, "abc")]
         [TestCase("06 0003 610062", PenValueType.String, "a")]
         [TestCase("06 0000", PenValueType.String, "")]
@@ -90,7 +90,7 @@ namespace Zel.Tests
         {
             var elements = (IReadOnlyList<PenValue>)Value(encoded).Content;
             Assert.That(elements.Count, Is.EqualTo(count));
-            Assert.That(elements.Take(1).Select(element => element.Content), Is.All.EqualTo(7u));
+            Assert.That(elements.Take(1).Select(element => element.Content), Is.All.EqualTo(7));
         }
 
         [Test]
@@ -104,7 +104,7 @@ namespace Zel.Tests
             Assert.That(value.Type, Is.EqualTo(PenValueType.Null));
             var failure = Assert.Throws<PageDataException>(
                 () => Value(string.Concat(Enumerable.Repeat("080001", 257)) + "00"));
-            Assert.That(failure.Offset, Is.EqualTo(26 + 2 + (256 * 3) + 1));
+            Assert.That(failure.Offset, Is.EqualTo(26 + 2 + (256 * 3)));
         }
 
         [Test]
@@ -116,7 +116,7 @@ namespace Zel.Tests
                 "0024 ee 09 ee 0001 04 ee 00000007");
             Assert.That(data[0].Strokes.ToArray(), Is.EqualTo(new byte[] { 0xaa }));
             Assert.That(data[0].Entries[0].Value.Content, Is.EqualTo(true));
-            Assert.That(((IReadOnlyList<PenValue>)data.Properties[0x24].Value.Content)[0].Content, Is.EqualTo(7u));
+            Assert.That(((IReadOnlyList<PenValue>)data.Find(0x24).Value.Content)[0].Content, Is.EqualTo(7));
         }
 
         [Test]
@@ -131,8 +131,8 @@ namespace Zel.Tests
             }
         }
 
-        [TestCase("", 0, "the version should take 1 bytes, but 0 are left")]
-        [TestCase("0101", 0, "not page data of version 1.0 (it begins with 01 01)")]
+        [TestCase("", 0, "the major version should take 1 bytes, but 0 are left")]
+        [TestCase("0101", 1, "the minor version is 1, not 0")]
         [TestCase("0100 0017", 2, "the header's length is 23, less than 24")]
         [TestCase(Empty + "00", 26, "1 more bytes after the end of the page data")]
         [TestCase(Head + "0000 0001 0024 0c", 28, "there is no value type 12")]
@@ -193,6 +193,6 @@ namespace Zel.Tests
 
         private static PageData Read(string digits) => new PageData(Bytes(digits));
 
-        private static PenValue Value(string encoded) => Read(Head + "0000 0001 0024" + encoded).Properties[0x24].Value;
+        private static PenValue Value(string encoded) => Read(Head + "0000 0001 0024" + encoded).Find(0x24).Value;
     }
 }
