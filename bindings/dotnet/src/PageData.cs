@@ -111,7 +111,6 @@ namespace Zel
             ulong rawAddress, bool stylo, ArraySegment<byte> strokes, IReadOnlyList<PenProperty> entries, int start, int end)
         {
             RawAddress = rawAddress;
-            Address = PageAddress.ToText(rawAddress);
             IsStylo = stylo;
             Strokes = strokes;
             Entries = entries;
@@ -120,7 +119,7 @@ namespace Zel
         }
 
         /// <summary>"1.2.3.4", with five numbers where the first is not 0.</summary>
-        public string Address { get; }
+        public string Address => PageAddress.ToText(RawAddress);
 
         /// <summary>The address as one 64-bit number.</summary>
         public ulong RawAddress { get; }

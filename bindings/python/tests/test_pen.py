@@ -228,6 +228,8 @@ def test_a_pen_that_leaves_during_a_fetch_is_an_error_and_can_be_connected_anew(
         pen.fetch(progress=leave)
     with pytest.raises(zel.CommunicationError):
         pen.battery  # noqa: B018
+    while pen.info in library.pens:
+        time.sleep(0.01)
     pensim.command(f"dock {SERIAL}")
     with library.connect(library.wait(SERIAL)) as again:
         assert len(again.fetch()) == 8

@@ -140,6 +140,8 @@ _loading = threading.Lock()
 def library() -> ctypes.CDLL:
     """The library, loaded at its first use: reading page data needs none."""
     global _library
+    if _library is not None:
+        return _library
     with _loading:
         if _library is None:
             loaded = _open()
@@ -209,7 +211,11 @@ def usb_ids(record: int) -> Tuple[int, int]:
 
 def flag(name: str, handle: Any) -> bool:
     """Calls a function that writes one flag."""
-    return numbers(name, handle, c_uint8)[0] != 0
+    output = c_uint8()
+    code = getattr(library(), name)(handle, byref(output))
+    if code != 0:
+        raise error(code, name)
+    return output.value != 0
 
 
 def page_list(handle: Any) -> Tuple[str, int]:

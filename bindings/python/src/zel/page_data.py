@@ -2,6 +2,7 @@
 
 from __future__ import annotations
 
+import copy
 import enum
 import os
 import struct
@@ -14,6 +15,8 @@ _MOST_VALUES = 1_000_000
 
 # The shortest that each header can be; a longer one has fields that a later writer added, which are skipped.
 _HEADER, _PAGE_HEADER, _ENTRY_HEADER, _VALUE_HEADER = 24, 15, 2, 1
+
+_PAGE_FIELDS = struct.Struct(">QIBH")  # address, length of the strokes, flag, number of entries
 
 PEN_ID = 0x0000
 
@@ -108,8 +111,6 @@ class Page:
     """Whether this is a stylo page, which belongs to no paper."""
     entries: Tuple[Property, ...] = field(repr=False)
     """Further values of the page; the library's own retrievals have none."""
-    _start: int = field(repr=False, compare=False)
-    _end: int = field(repr=False, compare=False)
 
 
 _FIELDS = ((52, 12), (40, 12), (24, 16), (12, 12), (0, 12))
@@ -173,7 +174,8 @@ class PageData(Sequence[Page]):
         """The bytes themselves; what :meth:`save` writes."""
         reader = _Reader(self.data)
         reader.read()
-        self._pages = reader.pages
+        self._reader = reader
+        self._starts = reader.starts
         self._page_count_at = reader.page_count_at
         self.request_address: str = address_text(reader.request_address)
         """The page address that the data was requested for; retrievals write ``"*.*.*.*"``."""
@@ -189,13 +191,16 @@ class PageData(Sequence[Page]):
     def __getitem__(self, index: slice) -> Sequence[Page]: ...
 
     def __getitem__(self, index: Union[int, slice]) -> Union[Page, Sequence[Page]]:
-        return self._pages[index]
+        # Pages are made when they are asked for: a pen may hold thousands.
+        if isinstance(index, slice):
+            return [self._reader.page(start)[0] for start in self._starts[index]]
+        return self._reader.page(self._starts[index])[0]
 
     def __len__(self) -> int:
-        return len(self._pages)
+        return len(self._starts)
 
     def __iter__(self) -> Iterator[Page]:
-        return iter(self._pages)
+        return (self._reader.page(start)[0] for start in self._starts)
 
     def __repr__(self) -> str:
         return f"<zel.PageData, {len(self)} pages, {len(self.data)} bytes>"
@@ -235,10 +240,11 @@ class PageData(Sequence[Page]):
         dropped = set(addresses)
         kept = bytearray()
         at = left = 0
-        for page in self._pages:
+        for start in self._starts:
+            page, end = self._reader.page(start)
             if page.address in dropped:
-                kept += self.data[at:page._start]
-                at = page._end
+                kept += self.data[at:start]
+                at = end
             else:
                 left += 1
         kept += self.data[at:]
@@ -289,11 +295,13 @@ class _Reader:
         self._at = 0
         self._type_at = 0  # where the type was read last
         self._values = 0
+        self._page_header = _PAGE_HEADER
+        self._page_entry_header = _ENTRY_HEADER
         self._value_header = _VALUE_HEADER
         self.request_address = 0
         self.request_pidget = 0
         self.page_count_at = 0
-        self.pages: List[Page] = []
+        self.starts: List[int] = []
         self.properties: List[Property] = []
 
     def read(self) -> None:
@@ -305,8 +313,8 @@ class _Reader:
         header = self._length(_HEADER, "the header's length")
         self.request_address = self._number(8, "the request's address")
         self.request_pidget = self._number(2, "the request's pidget")
-        page_header = self._length(_PAGE_HEADER, "the length of a page's header")
-        page_entry_header = self._length(_ENTRY_HEADER, "the length of a page entry's header")
+        self._page_header = self._length(_PAGE_HEADER, "the length of a page's header")
+        self._page_entry_header = self._length(_ENTRY_HEADER, "the length of a page entry's header")
         entry_header = self._length(_ENTRY_HEADER, "the length of a property's header")
         self._value_header = self._length(_VALUE_HEADER, "the length of a value's header")
         self.page_count_at = self._at
@@ -314,22 +322,39 @@ class _Reader:
         property_count = self._number(2, "the number of properties")
         self._skip(header - _HEADER, "the header")
         for _ in range(page_count):
-            self.pages.append(self._page(page_header, page_entry_header))
+            self.starts.append(self._at)
+            self._check_page()
         for _ in range(property_count):
             self.properties.append(self._entry(entry_header))
         if self._at != len(self._data):
             raise PageDataError(self._at, f"{len(self._data) - self._at} more bytes after the end of the page data")
 
-    def _page(self, header: int, entry_header: int) -> Page:
-        start = self._at
+    def _check_page(self) -> None:
+        data, at = self._data, self._at
+        if at + _PAGE_HEADER <= len(data):
+            _, size, _, entry_count = _PAGE_FIELDS.unpack_from(data, at)
+            end = at + self._page_header + size
+            if end <= len(data) and entry_count == 0:
+                self._at = end
+                return
+        self._read_page()  # entries, or the field that is cut
+
+    def page(self, start: int) -> Tuple[Page, int]:
+        """The page that begins at a byte, and the byte behind it."""
+        reader = copy.copy(self)
+        reader._at = start
+        page = reader._read_page()
+        return page, reader._at
+
+    def _read_page(self) -> Page:
         raw = self._number(8, "a page's address")
         size = self._number(4, "a page's length")
         flag = self._number(1, "a page's flag")
         entry_count = self._number(2, "the number of a page's entries")
-        self._skip(header - _PAGE_HEADER, "a page's header")
+        self._skip(self._page_header - _PAGE_HEADER, "a page's header")
         strokes = self._bytes(size, "a page's strokes")
-        entries = tuple(self._entry(entry_header) for _ in range(entry_count))
-        return Page(address_text(raw), raw, strokes, flag != 0, entries, start, self._at)
+        entries = tuple(self._entry(self._page_entry_header) for _ in range(entry_count))
+        return Page(address_text(raw), raw, strokes, flag != 0, entries)
 
     def _entry(self, header: int) -> Property:
         key = self._number(2, "an entry's key")
@@ -426,12 +451,12 @@ class _Reader:
         return int.from_bytes(self._bytes(width, what), "big")
 
     def _skip(self, count: int, what: str) -> None:
-        self._bytes(count, what)
-
-    def _bytes(self, count: int, what: str) -> memoryview:
         left = len(self._data) - self._at
         if count > left:
             raise PageDataError(self._at, f"{what} should take {count} bytes, but {left} are left")
         self._at += count
+
+    def _bytes(self, count: int, what: str) -> memoryview:
+        self._skip(count, what)
         return self._data[self._at - count:self._at]
 

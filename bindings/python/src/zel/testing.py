@@ -89,6 +89,11 @@ class Pensim:
         content: Dict[str, Any] = json.loads(ready.read_text(encoding="utf-8"))
         return content
 
+    @property
+    def pid(self) -> int:
+        """The number of the service's process."""
+        return self._process.pid
+
     def _line(self) -> str:
         assert self._process.stdout is not None
         line = self._process.stdout.readline()

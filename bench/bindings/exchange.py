@@ -1,0 +1,16 @@
+"""As exchange.c, through the Python package."""
+
+import sys
+import time
+
+import zel
+
+exchanges = int(sys.argv[1])
+with zel.Library() as library, library.connect(library.wait()) as pen:
+    began = time.perf_counter_ns()
+    for _ in range(exchanges):
+        pen.locked
+    print("exchange", (time.perf_counter_ns() - began) // exchanges)
+    began = time.perf_counter_ns()
+    data = pen.fetch()
+    print("retrieval", time.perf_counter_ns() - began)
