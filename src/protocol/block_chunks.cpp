@@ -17,8 +17,14 @@ namespace {
 
 constexpr std::size_t kChunkSize = 256 * 1024;
 
-std::mutex s_lock;
 BlockChunk *s_current = nullptr; // parts are taken from here
+
+/** Never destroyed, as a global mutex is on Windows: threads may be in here while the process ends. */
+std::mutex &chunkLock()
+{
+    static auto *const s_lock = new std::mutex;
+    return *s_lock;
+}
 
 constexpr std::size_t aligned(std::size_t size) noexcept
 {
@@ -35,7 +41,7 @@ BlockChunk *newChunk()
 ChunkPart takeFromChunk(std::size_t size)
 {
     const std::size_t needed = aligned(size);
-    const std::scoped_lock lock(s_lock);
+    const std::scoped_lock lock(chunkLock());
     if (s_current == nullptr || kChunkSize - s_current->used < needed)
         s_current = newChunk(); // the old one goes with the last of its parts
     std::uint8_t *const memory = reinterpret_cast<std::uint8_t *>(s_current) + s_current->used;
@@ -46,7 +52,7 @@ ChunkPart takeFromChunk(std::size_t size)
 
 void giveBackToChunk(BlockChunk *chunk) noexcept
 {
-    const std::scoped_lock lock(s_lock);
+    const std::scoped_lock lock(chunkLock());
     if (--chunk->parts > 0)
         return;
     // One chunk is kept: a block that comes and goes with each exchange must not map pages each time.

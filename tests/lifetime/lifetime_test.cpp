@@ -28,15 +28,18 @@ std::string path(const std::string &file)
 /** A pen of each mode. */
 void dockPens(pensim::Service &service)
 {
+    namespace instruction = pensim::instruction;
     pensim::PenSpec pen;
     pen.id = kPenId;
-    service.dock(pen);
+    // Of sizes that the library keeps in different places.
+    for (const std::uint32_t size : {100u, 5000u, 200000u})
+        pen.pages.push_back({size, pensim::Value::binary(pensim::generatedStrokes(size, size)), {}});
+    service.dock(pen).onInstruction(instruction::clearStrokes, pensim::Reply::withStatus(0)); // they stay
     pensim::PenSpec dfuPen;
     dfuPen.id = kDfuPenId;
     dfuPen.dfuMode = true;
     pensim::Pen &inDfuMode = service.dock(dfuPen);
     // Each of these is done in no time and changes nothing, so that it can be asked again.
-    namespace instruction = pensim::instruction;
     for (const std::uint32_t request :
          {instruction::dfuDownload, instruction::dfuClearStatus, instruction::dfuAbort,
           instruction::dfuDetach, instruction::dfuDetachBoot, instruction::dfuResetPort})
