@@ -18,3 +18,6 @@ write_basic_package_version_file(${PROJECT_BINARY_DIR}/zelConfigVersion.cmake
     COMPATIBILITY SameMajorVersion)
 install(FILES ${PROJECT_BINARY_DIR}/zelConfig.cmake ${PROJECT_BINARY_DIR}/zelConfigVersion.cmake
     DESTINATION ${ZEL_PACKAGE_DIR})
+
+# For whoever looks at the wire: docs/wireshark.md tells where Wireshark looks for it.
+install(FILES tools/wireshark/zel.lua DESTINATION ${CMAKE_INSTALL_DATADIR}/zel/wireshark)
