@@ -7,20 +7,28 @@
 namespace zel {
 
 struct LEvent::Native {
-    HANDLE handle;
+    Native(bool manualReset, bool initially) : handle(CreateEventW(nullptr, manualReset, initially, nullptr))
+    {
+        if (handle == nullptr)
+            throw ZELException("Unable to create new event");
+    }
+    ~Native() { CloseHandle(handle); }
+    Native(const Native &) = delete;
+    Native &operator=(const Native &) = delete;
+
+    const HANDLE handle;
 };
 
 LEvent::LEvent(bool manualReset, bool initiallySignalled)
-    : m_native(std::make_unique<Native>(CreateEventW(nullptr, manualReset, initiallySignalled, nullptr)))
+    : m_native(std::make_unique<Native>(manualReset, initiallySignalled))
 {
-    if (m_native->handle == nullptr)
-        throw ZELException("Unable to create new event");
+    lock(); // made here, so that the destructor needs no memory for it
 }
 
 LEvent::~LEvent()
 {
     const threadsynch::CriticalSectionGuard guard(lock());
-    CloseHandle(m_native->handle);
+    m_native.reset();
 }
 
 void LEvent::signal()

@@ -5,10 +5,13 @@
 
 #include "session/discovery_record.h"
 #include "support/connected_pen.h"
+#include "sys/event.h"
 
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <functional>
+#include <memory>
 #include <ostream>
 
 namespace faults {
@@ -156,6 +159,56 @@ TEST(MemoryThatIsShort, ReleasingNeedsNone)
     EXPECT_EQ(own, nullptr);
     EXPECT_EQ(pen, nullptr);
     EXPECT_EQ(dfu, nullptr);
+}
+
+// What is refused before anything is made asks for no memory, and leaves none behind.
+TEST(MemoryThatIsShort, RefusedConnectNeedsNone)
+{
+    const zel::test::InitializedLibrary library;
+    EXPECT_EQ(initialiseDfu(), ZEL_OK);
+    zel::DiscoveryRecord departure;
+    departure.kind = ZEL_PEN_DEPARTED;
+    zel::DiscoveryRecord unknownDevice;
+    unknownDevice.vendorId = 0x1234;
+    PenHandle *pen = nullptr;
+    DfuPenHandle *dfu = nullptr;
+    const struct {
+        std::function<std::uint32_t()> call;
+        std::uint32_t code;
+    } refused[] = {
+        {[&] { return zelConnectPen(&departure, &pen); }, ZEL_ERR_INVALID_ARGUMENT},
+        {[&] { return zelConnectPen(nullptr, &pen); }, ZEL_ERR_INVALID_ARGUMENT},
+        {[&] { return zelConnectPen(&unknownDevice, &pen); }, ZEL_ERR_DEVICE_NOT_SUPPORTED},
+        {[&] { return zelDfuConnectPen(&dfu, &departure); }, ZEL_ERR_INVALID_ARGUMENT},
+        {[&] { return zelDfuConnectPen(&dfu, nullptr); }, ZEL_ERR_INVALID_ARGUMENT},
+    };
+    for (const auto &[call, code] : refused) {
+        EXPECT_EQ(callWithout(1, Memory::StaysShort, call), code);
+        EXPECT_FALSE(allocationHasFailed());
+    }
+    EXPECT_EQ(pen, nullptr);
+    EXPECT_EQ(dfu, nullptr);
+    EXPECT_EQ(zelDfuExit(), ZEL_OK);
+}
+
+namespace {
+
+[[noreturn]] void destroyFirstEventWithoutMemory()
+{
+    auto event = std::make_unique<zel::LEvent>(true, false);
+    const AllocationWatch watch;
+    failAllocation(1, Memory::StaysShort);
+    event.reset();
+    std::_Exit(allocationHasFailed() ? 1 : 0);
+}
+
+} // namespace
+
+// In a process that has not used one yet: all events share a lock.
+TEST(MemoryThatIsShortDeathTest, EndOfTheFirstEventNeedsNone)
+{
+    testing::FLAGS_gtest_death_test_style = "threadsafe";
+    EXPECT_EXIT(destroyFirstEventWithoutMemory(), testing::ExitedWithCode(0), "");
 }
 
 // What a record tells is in it.
