@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <bit>
 #include <cstddef>
 #include <cstdint>
@@ -15,6 +16,7 @@ using SocketHandle = std::int32_t;
 inline constexpr SocketHandle kNoSocket = 0;
 inline constexpr int kSocketError = -1;
 
+inline constexpr int kErrorInterrupted = 10004;
 inline constexpr int kErrorNotSocket = 10038;
 inline constexpr int kErrorConnectionAborted = 10053;
 inline constexpr int kErrorConnectionReset = 10054;
@@ -60,6 +62,9 @@ int lastError() noexcept;
 SocketHandle createTcpSocket() noexcept;
 /** 0, or kSocketError. */
 int connect(SocketHandle socket, const Endpoint &endpoint) noexcept;
+/** The same, but a connect that has to wait gives up (kErrorInterrupted) soon after the flag is set, also
+ * when it was before the call. The socket is good for closing only then. */
+int connect(SocketHandle socket, const Endpoint &endpoint, const std::atomic<bool> &stop) noexcept;
 /** Switches off the delay of small segments; a failure is ignored. */
 void setNoDelay(SocketHandle socket) noexcept;
 /** Bytes taken, or kSocketError. Never raises SIGPIPE. */

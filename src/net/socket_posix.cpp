@@ -9,6 +9,8 @@
 #include <fcntl.h>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
+#include <poll.h>
+#include <sys/ioctl.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -22,10 +24,11 @@ struct ErrorPair {
 };
 
 constexpr int kErrorInvalidArgument = 10022;
+constexpr int kStopCheckMilliseconds = 50;
 
 // A handle that is no open socket is "not a socket" to Winsock, be it closed or never valid.
 constexpr std::array kErrors{
-    ErrorPair{EINTR, 10004},
+    ErrorPair{EINTR, kErrorInterrupted},
     ErrorPair{EACCES, 10013},
     ErrorPair{EPERM, 10013},
     ErrorPair{EFAULT, 10014},
@@ -90,6 +93,41 @@ int connectOnce(SocketHandle socket, const sockaddr_in &address) noexcept
         [&] { return ::connect(socket, reinterpret_cast<const sockaddr *>(&address), sizeof address); });
 }
 
+sockaddr_in addressOf(const Endpoint &endpoint) noexcept
+{
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_port = endpoint.port;
+    address.sin_addr.s_addr = endpoint.address;
+    return address;
+}
+
+/** A socket whose last attempt was refused may owe that attempt's error first. */
+template <class Attempt>
+int connectInTwo(Attempt attempt) noexcept
+{
+    const int result = attempt();
+    return result != 0 && errno == ECONNABORTED ? attempt() : result;
+}
+
+bool setBlocking(SocketHandle socket, bool blocking) noexcept
+{
+    int nonBlocking = blocking ? 0 : 1;
+    return ::ioctl(socket, FIONBIO, &nonBlocking) == 0;
+}
+
+/** Whether a connect that is under way came to an end; asking again tells its outcome. */
+bool awaitConnect(SocketHandle socket, const std::atomic<bool> &stop) noexcept
+{
+    pollfd entry{socket, POLLOUT, 0};
+    int ended = 0;
+    while (ended == 0 && !stop)
+        ended = repeatedWhenInterrupted([&] { return ::poll(&entry, 1, kStopCheckMilliseconds); });
+    if (ended == 0)
+        errno = EINTR;
+    return ended > 0;
+}
+
 /** EPIPE does not tell who ended the connection: here, by a shutdown, or the peer, by a reset. */
 int reasonOfBrokenPipe(SocketHandle socket) noexcept
 {
@@ -129,14 +167,25 @@ int connect(SocketHandle socket, const Endpoint &endpoint) noexcept
 {
     if (refused(socket))
         return kSocketError;
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_port = endpoint.port;
-    address.sin_addr.s_addr = endpoint.address;
-    int result = connectOnce(socket, address);
-    // A socket whose last attempt was refused may owe that attempt's error first.
-    if (result != 0 && errno == ECONNABORTED)
-        result = connectOnce(socket, address);
+    const sockaddr_in address = addressOf(endpoint);
+    return connectInTwo([&] { return connectOnce(socket, address); });
+}
+
+int connect(SocketHandle socket, const Endpoint &endpoint, const std::atomic<bool> &stop) noexcept
+{
+    if (refused(socket) || !setBlocking(socket, false))
+        return kSocketError;
+    const sockaddr_in address = addressOf(endpoint);
+    const int result = connectInTwo([&] {
+        const int begun = connectOnce(socket, address);
+        if (begun == 0 || errno != EINPROGRESS)
+            return begun;
+        return awaitConnect(socket, stop) ? connectOnce(socket, address) : kSocketError;
+    });
+    const int error = errno;
+    if (!setBlocking(socket, true))
+        return kSocketError;
+    errno = error;
     return result;
 }
 

@@ -11,6 +11,8 @@ namespace zel::net {
 
 namespace {
 
+constexpr long kStopCheckMicroseconds = 50000;
+
 /** Handles of the system fit into 32 bits. */
 SOCKET native(SocketHandle socket) noexcept
 {
@@ -29,9 +31,60 @@ int clamped(std::size_t length) noexcept
     return static_cast<int>(std::min<std::size_t>(length, INT_MAX));
 }
 
-int connectOnce(SocketHandle socket, const sockaddr_in &address) noexcept
+int connectOnce(SOCKET socket, const sockaddr_in &address) noexcept
 {
-    return ::connect(native(socket), reinterpret_cast<const sockaddr *>(&address), sizeof address);
+    return ::connect(socket, reinterpret_cast<const sockaddr *>(&address), sizeof address);
+}
+
+sockaddr_in addressOf(const Endpoint &endpoint) noexcept
+{
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_port = endpoint.port;
+    address.sin_addr.s_addr = endpoint.address;
+    return address;
+}
+
+/** On top of other systems' sockets one whose last attempt was refused may owe that attempt's error first. */
+template <class Attempt>
+int connectInTwo(Attempt attempt) noexcept
+{
+    const int result = attempt();
+    return result != 0 && WSAGetLastError() == WSAECONNABORTED ? attempt() : result;
+}
+
+bool setBlocking(SOCKET socket, bool blocking) noexcept
+{
+    u_long nonBlocking = blocking ? 0 : 1;
+    return ::ioctlsocket(socket, FIONBIO, &nonBlocking) == 0;
+}
+
+/** The outcome of a connect that is under way. The system's event for it is of no use: it tells only of a
+ *  socket's first connect. */
+int awaitConnect(SOCKET socket, const std::atomic<bool> &stop) noexcept
+{
+    fd_set connected;
+    fd_set failed;
+    int ended = 0;
+    while (ended == 0 && !stop) {
+        FD_ZERO(&connected);
+        FD_ZERO(&failed);
+        FD_SET(socket, &connected);
+        FD_SET(socket, &failed);
+        timeval stopCheck{0, kStopCheckMicroseconds};
+        ended = ::select(0, nullptr, &connected, &failed, &stopCheck);
+    }
+    if (ended == 0)
+        WSASetLastError(WSAEINTR);
+    if (ended <= 0)
+        return kSocketError;
+    if (FD_ISSET(socket, &connected))
+        return 0;
+    int error = 0;
+    int size = sizeof error;
+    ::getsockopt(socket, SOL_SOCKET, SO_ERROR, reinterpret_cast<char *>(&error), &size);
+    WSASetLastError(error);
+    return kSocketError;
 }
 
 } // namespace
@@ -55,7 +108,8 @@ int lastError() noexcept
 
 SocketHandle createTcpSocket() noexcept
 {
-    const SOCKET created = ::socket(AF_INET, SOCK_STREAM, IPPROTO_TCP);
+    const SOCKET created = WSASocketW(AF_INET, SOCK_STREAM, IPPROTO_TCP, nullptr, 0,
+                                      WSA_FLAG_OVERLAPPED | WSA_FLAG_NO_HANDLE_INHERIT);
     return created == INVALID_SOCKET ? kNoSocket : static_cast<SocketHandle>(created);
 }
 
@@ -63,14 +117,23 @@ int connect(SocketHandle socket, const Endpoint &endpoint) noexcept
 {
     if (refused(socket))
         return kSocketError;
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_port = endpoint.port;
-    address.sin_addr.s_addr = endpoint.address;
-    int result = connectOnce(socket, address);
-    // On top of other systems' sockets one whose last attempt was refused may owe that attempt's error first.
-    if (result != 0 && WSAGetLastError() == WSAECONNABORTED)
-        result = connectOnce(socket, address);
+    const sockaddr_in address = addressOf(endpoint);
+    return connectInTwo([&] { return connectOnce(native(socket), address); });
+}
+
+int connect(SocketHandle socket, const Endpoint &endpoint, const std::atomic<bool> &stop) noexcept
+{
+    if (refused(socket) || !setBlocking(native(socket), false))
+        return kSocketError;
+    const sockaddr_in address = addressOf(endpoint);
+    const int result = connectInTwo([&] {
+        const int begun = connectOnce(native(socket), address);
+        return begun != 0 && WSAGetLastError() == WSAEWOULDBLOCK ? awaitConnect(native(socket), stop) : begun;
+    });
+    const int error = WSAGetLastError();
+    if (!setBlocking(native(socket), true))
+        return kSocketError;
+    WSASetLastError(error);
     return result;
 }
 

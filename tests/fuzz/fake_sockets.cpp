@@ -144,6 +144,11 @@ int connect(SocketHandle, const Endpoint &) noexcept
     return s_peer->connect();
 }
 
+int connect(SocketHandle socket, const Endpoint &endpoint, const std::atomic<bool> &) noexcept
+{
+    return connect(socket, endpoint);
+}
+
 void setNoDelay(SocketHandle) noexcept {}
 
 int send(SocketHandle socket, const void *data, std::size_t length) noexcept

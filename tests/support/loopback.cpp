@@ -88,6 +88,11 @@ OwnedSocket Listener::accept(int milliseconds)
     return OwnedSocket(static_cast<zel::net::SocketHandle>(accepted));
 }
 
+FullListener::FullListener() : m_only(openSocket(SOCK_STREAM))
+{
+    require(zel::net::connect(m_only.get(), endpoint()) == 0, "connect");
+}
+
 zel::net::Endpoint deadEndpoint()
 {
     return Listener().endpoint();

@@ -18,8 +18,6 @@ using zel::net::OwnedSocket;
 class Listener
 {
 public:
-    /** With as few as 0 connections waiting to be accepted, further ones hang in connect() where the
-     *  system lets them. */
     explicit Listener(int backlog = 64);
 
     /** In the host's byte order. */
@@ -32,6 +30,18 @@ public:
 private:
     OwnedSocket m_socket;
     std::uint16_t m_port = 0;
+};
+
+/** A server that has no room for another connection: to it a connect hangs, where the system lets it. */
+class FullListener
+{
+public:
+    FullListener();
+    zel::net::Endpoint endpoint() const noexcept { return m_listener.endpoint(); }
+
+private:
+    Listener m_listener{0};
+    OwnedSocket m_only;
 };
 
 /** An endpoint where nobody listens. */

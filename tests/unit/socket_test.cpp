@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <cerrno>
 #include <chrono>
 #include <cstring>
@@ -95,6 +96,63 @@ TEST(Socket, SecondConnectIsAlreadyConnected)
     EXPECT_EQ(net::connect(socket.get(), listener.endpoint()), 0);
     EXPECT_EQ(net::connect(socket.get(), listener.endpoint()), net::kSocketError);
     EXPECT_EQ(net::lastError(), 10056);
+}
+
+TEST(Socket, ConnectThatCanBeStoppedHasTheSameOutcomes)
+{
+    const std::atomic<bool> stop{false};
+    loopback::Listener listener;
+    const OwnedSocket socket = newSocket();
+    for (int attempt = 0; attempt < 3; ++attempt) {
+        EXPECT_EQ(net::connect(socket.get(), loopback::deadEndpoint(), stop), net::kSocketError);
+        EXPECT_EQ(net::lastError(), 10061) << "attempt " << attempt;
+    }
+    EXPECT_EQ(net::connect(socket.get(), listener.endpoint(), stop), 0);
+    EXPECT_EQ(net::connect(socket.get(), listener.endpoint(), stop), net::kSocketError);
+    EXPECT_EQ(net::lastError(), 10056);
+    EXPECT_EQ(net::connect(net::kNoSocket, listener.endpoint(), stop), net::kSocketError);
+    EXPECT_EQ(net::lastError(), 10038);
+    const net::SocketHandle closed = newSocket().get();
+    EXPECT_EQ(net::connect(closed, listener.endpoint(), stop), net::kSocketError);
+    EXPECT_EQ(net::lastError(), 10038);
+}
+
+TEST(Socket, ConnectThatCanBeStoppedLeavesABlockingSocket)
+{
+    const std::atomic<bool> stop{false};
+    loopback::Listener listener;
+    const OwnedSocket socket = newSocket();
+    ASSERT_EQ(net::connect(socket.get(), listener.endpoint(), stop), 0);
+    const OwnedSocket peer = listener.accept();
+    std::thread sending([&] {
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        loopback::sendAll(peer, "x");
+    });
+    EXPECT_EQ(loopback::receiveOnce(socket), "x");
+    sending.join();
+}
+
+TEST(Socket, StopEndsAConnectThatHangs)
+{
+    const loopback::FullListener full;
+    std::atomic<bool> stop{false};
+    const OwnedSocket socket = newSocket();
+    std::thread stopping([&] {
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        stop = true;
+    });
+    EXPECT_EQ(net::connect(socket.get(), full.endpoint(), stop), net::kSocketError);
+    EXPECT_EQ(net::lastError(), 10004);
+    stopping.join();
+}
+
+TEST(Socket, StopFromBeforeEndsAConnectThatWouldHang)
+{
+    const loopback::FullListener full;
+    const std::atomic<bool> stop{true};
+    const OwnedSocket socket = newSocket();
+    EXPECT_EQ(net::connect(socket.get(), full.endpoint(), stop), net::kSocketError);
+    EXPECT_EQ(net::lastError(), 10004);
 }
 
 TEST(Socket, ReceiveOnUnconnectedSocketIsNotConnected)
