@@ -11,6 +11,16 @@ namespace {
 
 constexpr ListenerProfile kDfuProfile{"DfuRendezvousListener", "CDfuRendezvousThread", true};
 
+/** Ends the thread's texts, also when an exception of another kind ends the thread. */
+class StoppedNormally
+{
+public:
+    StoppedNormally() = default;
+    StoppedNormally(const StoppedNormally &) = delete;
+    StoppedNormally &operator=(const StoppedNormally &) = delete;
+    ~StoppedNormally() { LogDebug("*** CDfuRendezvousThread stopped normally ***"); }
+};
+
 // No owner that a process's end destroys: without zelDfuExit the listener runs until the last moment.
 DfuRendezvousListener *s_listener = nullptr;
 
@@ -28,13 +38,13 @@ std::unique_ptr<LThread> DfuRendezvousListener::makeThread()
 
 void CDfuRendezvousThread::run()
 {
+    const StoppedNormally stoppedNormally;
     LogDebug("*** CDfuRendezvousThread started ***");
     try {
         m_listener->serve();
     } catch (const ZELRendezvousException &failure) {
         LogError(FormatLogText("DfuRendezvousListener terminating because: %s", failure.what()));
     }
-    LogDebug("*** CDfuRendezvousThread stopped normally ***");
 }
 
 DfuRendezvousListener *dfuListener() noexcept

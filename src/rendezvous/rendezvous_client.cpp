@@ -1,9 +1,9 @@
 #include "rendezvous/rendezvous_client.h"
 
 #include "rendezvous/rendezvous_message.h"
+#include "sys/clock.h"
 #include "sys/exceptions.h"
 #include "sys/log.h"
-#include "sys/thread.h"
 
 #include <string_view>
 #include <utility>
@@ -51,16 +51,18 @@ void RendezvousClient::openSocket()
 {
     // A server that ends every connection at once is not to be asked in a tight loop.
     if (std::exchange(m_wasConnected, false))
-        sleepMilliseconds(kPauseMilliseconds);
+        pauseFor(kPauseMilliseconds);
     const std::lock_guard guard(m_socketLock);
     if (std::exchange(m_socketIsOfWait, false))
         m_socketOfWait = std::move(m_socket);
-    m_socket.reset(net::createTcpSocket());
+    m_socket.reset(); // first: the system may have no descriptor for another one
+    if (!isDisconnecting())
+        m_socket.reset(net::createTcpSocket());
 }
 
 bool RendezvousClient::connectSocket()
 {
-    if (isDisconnecting() || net::connect(m_socket.get(), *m_serverAddress) != 0)
+    if (net::connect(m_socket.get(), *m_serverAddress, m_disconnecting) != 0)
         return false;
     m_wasConnected = true;
     // Told to disconnect while connecting: that shutdown may have met a socket without a connection.
@@ -95,9 +97,12 @@ void RendezvousClient::wait()
     LogDebug("RendezvousClient::wait()");
     openSocket();
     LogDebug("Waiting for rendezvous server to become available");
-    while (!connectSocket())
-        if (isDisconnecting() || m_shutdownEvent.wait(kRetryMilliseconds))
+    while (!connectSocket()) {
+        if (isDisconnecting() || waitFor(m_shutdownEvent, kRetryMilliseconds))
             throw ZELRendezvousShutDownException();
+        if (!m_socket)
+            openSocket();
+    }
     m_socketIsOfWait = true;
     LogDebug("Connected to rendezvous server");
 }

@@ -35,8 +35,8 @@ public:
     bool connect();
     /** Throws ZELRendezvousException. */
     void subscribe();
-    /** Tries every 3000 ms, on one fresh socket, until the server is there. Throws
-     *  ZELRendezvousShutDownException when told to disconnect. */
+    /** Tries every 3000 ms, on one fresh socket, until the server is there; while the system gives no
+     *  socket, each try asks for one. Throws ZELRendezvousShutDownException when told to disconnect. */
     void wait();
     void waitForRendezvousServer();
     bool connectToRendezvousServer();

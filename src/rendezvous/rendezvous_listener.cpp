@@ -2,11 +2,12 @@
 
 #include "session/discovery_record.h"
 #include "session/supported_pens.h"
+#include "sys/clock.h"
 #include "sys/exceptions.h"
 #include "sys/log.h"
 #include "sys/thread.h"
 
-#include <new>
+#include <exception>
 #include <string>
 
 namespace zel {
@@ -68,7 +69,7 @@ bool RendezvousListener::StartRendezvous()
         m_pRVClient->rearm();
     try {
         m_thread = makeThread();
-    } catch (const std::bad_alloc &) {
+    } catch (const std::exception &) { // no memory, or no descriptor for the thread's event
         return false;
     }
     m_thread->start();
@@ -96,7 +97,7 @@ void RendezvousListener::serve()
     announcePresentPens();
     while (!isStopRequested()) {
         handleNotifications();
-        sleepMilliseconds(kPauseMilliseconds);
+        pauseFor(kPauseMilliseconds);
     }
 }
 

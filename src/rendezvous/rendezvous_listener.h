@@ -46,8 +46,8 @@ public:
     void setCallbacks(PenArrivedCallback arrived, PenDepartedCallback departed,
                       void *callbackContext) noexcept;
 
-    /** Kills a thread that still runs. False when the thread object could not be created; throws
-     *  ZELException when the system gives no thread. */
+    /** Kills a thread that still runs. False when memory or descriptors for the thread object are lacking;
+     *  throws ZELException when the system gives no thread. */
     bool StartRendezvous();
     bool StopRendezvous();
 

@@ -1,5 +1,6 @@
 #include "sys/thread.h"
 
+#include "sys/clock.h"
 #include "sys/exceptions.h"
 
 namespace zel {
@@ -35,7 +36,7 @@ void LThread::start()
 
 bool LThread::waitUntilEnded(std::uint32_t milliseconds)
 {
-    return isGone() || m_finished.wait(milliseconds);
+    return isGone() || waitFor(m_finished, milliseconds);
 }
 
 bool LThread::kill()

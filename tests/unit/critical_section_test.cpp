@@ -1,5 +1,8 @@
 #include "sys/critical_section.h"
 
+#include "sys/event.h"
+#include "sys/thread.h"
+
 #include <gtest/gtest.h>
 
 #include <atomic>
@@ -25,6 +28,32 @@ TEST(CriticalSection, UnlockWithoutLockLeavesTheSystemsLockAlone)
     CriticalSection section;
     section.unlock();
     EXPECT_EQ(section.lockCount(), -1);
+}
+
+// After a stray unlock the count is one short: the last unlock of a pair leaves the system's lock alone too.
+TEST(CriticalSection, UnlockBelowZeroKeepsOtherThreadsOut)
+{
+    static auto *const s_section = new CriticalSection; // stays locked
+    static zel::LEvent s_trying(true, false);
+    class Trying : public zel::LThread
+    {
+    public:
+        Trying() : LThread(false) {}
+        void run() override
+        {
+            s_trying.set();
+            s_section->lock();
+        }
+    };
+    s_section->unlock();
+    s_section->lock();
+    s_section->unlock();
+    EXPECT_EQ(s_section->lockCount(), -1);
+    Trying other;
+    other.start();
+    ASSERT_TRUE(s_trying.wait(20000));
+    EXPECT_FALSE(other.finished().wait(100));
+    other.kill();
 }
 
 TEST(CriticalSection, GuardUnlocksOnceAtItsEnd)

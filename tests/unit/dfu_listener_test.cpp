@@ -4,6 +4,7 @@
 #include "session/manager.h"
 #include "support/log_capture.h"
 #include "support/rendezvous_server.h"
+#include "sys/exceptions.h"
 
 #include <gtest/gtest.h>
 
@@ -178,6 +179,56 @@ TEST(DfuListener, StopsWithoutTheKillAtEveryMoment)
         }
         EXPECT_EQ(log.count(kStopped), 50u);
     }
+}
+
+TEST(DfuListener, StopsWithoutTheKillWhileAConnectHangs)
+{
+    const loopback::FullListener full;
+    const LogCapture log;
+    DfuRendezvousListener listener(full.endpoint());
+    for (int round = 0; round < 20; ++round) {
+        ASSERT_TRUE(listener.StartRendezvous());
+        sleepMilliseconds(static_cast<std::uint32_t>(round % 10));
+        ASSERT_TRUE(listener.StopRendezvous());
+    }
+    EXPECT_EQ(log.count(kStopped), 20u);
+}
+
+TEST(DfuListener, ThreadThatAnExceptionOfAnotherKindEndsSaysThatItStopped)
+{
+    RendezvousServer server(announcingDfu({dfuPen("", "1")}, {}));
+    LogCapture log;
+    DfuRendezvousListener listener(server.endpoint());
+    const auto fail = [](DiscoveryHandle *record, void *) {
+        delete static_cast<DiscoveryRecord *>(record);
+        throw 42;
+    };
+    listener.setCallbacks(fail, fail, nullptr);
+    ASSERT_TRUE(listener.StartRendezvous());
+    EXPECT_TRUE(waitForText(log, kStopped));
+    EXPECT_TRUE(listener.StopRendezvous());
+    EXPECT_EQ(log.count(kStopped), 1u);
+}
+
+TEST(DfuListener, FailuresInCallbacksAreLoggedUnderItsOwnName)
+{
+    RendezvousServer server(
+        announcingDfu({}, {dfuPen("CONNECT", "1"), dfuPen("DISCONNECT", "1"), dfuPen("CONNECT", "2")}));
+    LogCapture log;
+    DfuRendezvousListener listener(server.endpoint());
+    const auto arrived = [](DiscoveryHandle *record, void *) {
+        delete static_cast<DiscoveryRecord *>(record);
+        throw ZELException("full");
+    };
+    const auto departed = [](DiscoveryHandle *record, void *) {
+        delete static_cast<DiscoveryRecord *>(record);
+        throw PenNotConnectedException("gone");
+    };
+    listener.setCallbacks(arrived, departed, nullptr);
+    ASSERT_TRUE(listener.StartRendezvous());
+    EXPECT_TRUE(waitForText(log, "[DfuRendezvousListener] pen undocked failed (gone)"));
+    EXPECT_TRUE(waitForText(log, "[DfuRendezvousListener] creating pen failed (full)"));
+    listener.StopRendezvous();
 }
 
 TEST(DfuListener, RunsBesideTheOrdinaryListener)

@@ -1,5 +1,6 @@
 #include "rendezvous/rendezvous_client.h"
 
+#include "support/held_clock.h"
 #include "support/log_capture.h"
 #include "support/process_counts.h"
 #include "support/rendezvous_server.h"
@@ -9,6 +10,8 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <chrono>
+#include <future>
 #include <thread>
 
 using zel::RendezvousClient;
@@ -35,6 +38,11 @@ void expectClosed(const zel::test::ProcessCounts &before)
     if (zel::test::countsExactly()) {
         EXPECT_EQ(zel::test::countProcess(before), before);
     }
+}
+
+bool isDone(const std::future<void> &call, std::chrono::milliseconds limit = std::chrono::seconds(20))
+{
+    return call.wait_for(limit) == std::future_status::ready;
 }
 
 } // namespace
@@ -109,6 +117,27 @@ TEST(RendezvousClient, LogsWhatItDoes)
                          "[RendezvousClient] exiting waitForRendezvousEvent",
                          "RendezvousClient::disconnectFromRendezvousServer()",
                          "RendezvousClient - Destructed",
+                     }));
+}
+
+TEST(RendezvousClient, LogsTheWaitForTheServer)
+{
+    loopback::Listener listener;
+    const zel::net::Endpoint endpoint = listener.endpoint();
+    RendezvousClient client(endpoint, false);
+    const LogCapture log;
+    client.waitForRendezvousServer();
+    std::vector<std::string> texts;
+    for (const auto &[level, text] : log.entries())
+        texts.push_back(text);
+    EXPECT_EQ(texts, (std::vector<std::string>{
+                         "RendezvousClient::waitForRendezvousServer()",
+                         "RendezvousClient::wait()",
+                         "Waiting for rendezvous server to become available",
+                         "Connected to rendezvous server",
+                         "RendezvousClient::subscribe()",
+                         "[RendezvousClient] subscribed to rendezvous notifications",
+                         "[RendezvousClient] exiting subscribe",
                      }));
 }
 
@@ -319,5 +348,85 @@ TEST(RendezvousClient, ConnectionOfTheWaitStaysOpenBesideItsSuccessor)
     EXPECT_EQ(loopback::receiveExactly(first, 22), wire::kSubscribe);
     EXPECT_EQ(loopback::receiveExactly(second, 22), wire::kSubscribe);
     EXPECT_FALSE(loopback::isReadable(first, 50)) << "neither data nor an end";
+    client.disconnectFromRendezvousServer();
+}
+
+// ---- time ----------------------------------------------------------------------------------------
+
+TEST(RendezvousClient, AbsentServerIsTriedEveryThreeSeconds)
+{
+    const zel::net::Endpoint nobody = loopback::deadEndpoint();
+    RendezvousClient client(nobody, false);
+    std::future<void> waiting;
+    {
+        HeldClock clock;
+        waiting = std::async(std::launch::async,
+                             [&] { EXPECT_THROW(client.wait(), zel::ZELRendezvousShutDownException); });
+        for (int attempt = 0; attempt < 3; ++attempt) {
+            ASSERT_TRUE(clock.waitForWaiting(3000)) << "attempt " << attempt;
+            clock.pass(3000);
+        }
+        ASSERT_TRUE(clock.waitForWaiting(3000));
+        client.disconnectFromRendezvousServer();
+        EXPECT_TRUE(isDone(waiting)) << "a stop does not wait for the next attempt";
+    }
+}
+
+TEST(RendezvousClient, ConnectionThatTheServerEndedIsNotFollowedByAnotherAtOnce)
+{
+    RendezvousServer server([](const loopback::OwnedSocket &) {});
+    RendezvousClient client(server.endpoint(), false);
+    ASSERT_TRUE(client.connect());
+    EXPECT_EQ(client.waitForRendezvousEvent().command, RendezvousCommand::ServerGone);
+    std::future<void> connecting;
+    {
+        HeldClock clock;
+        connecting = std::async(std::launch::async, [&] { EXPECT_TRUE(client.connect()); });
+        ASSERT_TRUE(clock.waitForWaiting(10));
+        EXPECT_EQ(server.connections(), 1);
+        clock.pass(10);
+        EXPECT_TRUE(isDone(connecting));
+    }
+    EXPECT_TRUE(server.waitForConnections(2));
+}
+
+// ---- a connect that hangs ------------------------------------------------------------------------
+
+TEST(RendezvousClient, StopEndsAConnectThatHangs)
+{
+    const loopback::FullListener full;
+    const zel::net::Endpoint endpoint = full.endpoint();
+    RendezvousClient client(endpoint, false);
+    const std::future<void> connecting =
+        std::async(std::launch::async, [&] { EXPECT_FALSE(client.connect()); });
+    EXPECT_FALSE(isDone(connecting, std::chrono::milliseconds(100))) << "does not hang";
+    client.disconnectFromRendezvousServer();
+    EXPECT_TRUE(isDone(connecting));
+}
+
+namespace {
+
+RendezvousClient *s_toBeStopped;
+
+void stopWhenItWaits(zel::LogLevel, std::string_view text)
+{
+    if (text == "Waiting for rendezvous server to become available")
+        s_toBeStopped->disconnectFromRendezvousServer();
+}
+
+} // namespace
+
+// The socket is made and not connected yet: the stop's shutdown of it has no effect.
+TEST(RendezvousClient, StopBetweenTheSocketAndItsConnectIsNotLost)
+{
+    const loopback::FullListener full;
+    const zel::net::Endpoint endpoint = full.endpoint();
+    RendezvousClient client(endpoint, false);
+    s_toBeStopped = &client;
+    zel::setLogObserver(stopWhenItWaits);
+    const std::future<void> waiting = std::async(
+        std::launch::async, [&] { EXPECT_THROW(client.wait(), zel::ZELRendezvousShutDownException); });
+    EXPECT_TRUE(isDone(waiting));
+    zel::setLogObserver(nullptr);
     client.disconnectFromRendezvousServer();
 }

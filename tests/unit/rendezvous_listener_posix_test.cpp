@@ -113,21 +113,6 @@ TEST(RendezvousListenerOnPosix, ThreadThatNeverRanIsNotKilled)
     EXPECT_EQ(log.count(kKilled), 0u);
 }
 
-// Where nobody accepts, a connect hangs for minutes.
-TEST(RendezvousListenerOnPosix, StopEndsAConnectThatHangs)
-{
-    loopback::Listener full(0);
-    const loopback::OwnedSocket only(zel::net::createTcpSocket());
-    ASSERT_EQ(zel::net::connect(only.get(), full.endpoint()), 0);
-    const LogCapture log;
-    for (int round = 0; round < 5; ++round) {
-        const auto manager = listeningTo(full.endpoint());
-        zel::sleepMilliseconds(50);
-        EXPECT_TRUE(manager->StopRendezvous());
-    }
-    EXPECT_EQ(log.count(kKilled), 0u);
-}
-
 namespace {
 
 /** Tells for each arrival whether the signal of a kill may come in, and then shuts it out. */

@@ -1,8 +1,12 @@
 #include "session/manager.h"
 
 #include "session/discovery_record.h"
+#include "support/held_clock.h"
 #include "support/log_capture.h"
 #include "support/rendezvous_server.h"
+#include "sys/clock.h"
+#include "sys/event.h"
+#include "sys/exceptions.h"
 #include "sys/thread.h"
 
 #include <gtest/gtest.h>
@@ -10,6 +14,7 @@
 #include <atomic>
 #include <condition_variable>
 #include <functional>
+#include <future>
 #include <mutex>
 #include <thread>
 
@@ -28,6 +33,7 @@ class Host
 {
 public:
     std::function<void()> onArrival = [] {};
+    std::function<void()> onDeparture = [] {};
 
     static void arrived(DiscoveryHandle *record, void *context)
     {
@@ -37,6 +43,7 @@ public:
     static void departed(DiscoveryHandle *record, void *context)
     {
         static_cast<Host *>(context)->keep(record);
+        static_cast<Host *>(context)->onDeparture();
     }
 
     bool waitForRecords(std::size_t count)
@@ -137,6 +144,25 @@ TEST(RendezvousListener, UnsupportedPenHidesThoseBehindItInTheList)
     EXPECT_EQ(host.records()[0].penId, 1u);
     EXPECT_EQ(host.records()[1].penId, 3u);
     EXPECT_TRUE(log.contains(LogLevel::Info, "Unsuported pen enumerated."));
+}
+
+// Version 4.0 is supported up to a software version, and this is above it.
+TEST(RendezvousListener, PenOfVersion40WithNewerSoftwareFiresNoCallback)
+{
+    const auto newerPen = [](const std::string &command) {
+        return wire::message("RVP1\r\n" + command + "\r\npen-id=5\r\nservice-port=1\r\n" +
+                             "pen-swver=0600\r\nacc-prot=PSP40\r\n");
+    };
+    RendezvousServer server(
+        announcing({newerPen("")}, {newerPen("CONNECT"), newerPen("DISCONNECT"), wire::pen("CONNECT", "1")}));
+    LogCapture log;
+    Host host;
+    const Listening listening(server.endpoint(), host);
+    ASSERT_TRUE(host.waitForRecords(1));
+    EXPECT_EQ(host.records()[0].penId, 1u);
+    EXPECT_EQ(log.count("Unsuported pen enumerated."), 1u);
+    EXPECT_EQ(log.count("Unsuported pen docked."), 1u);
+    EXPECT_EQ(log.count("Unsuported pen undocked."), 1u);
 }
 
 TEST(RendezvousListener, ArrivalAndDepartureReachTheirCallbacks)
@@ -264,6 +290,149 @@ TEST(RendezvousListener, CallbackThatThrowsEndsTheThreadAndNotTheProcess)
     EXPECT_EQ(log.count(kStopped), 0u) << "it ended by the exception";
 }
 
+// Exceptions of the library's own kinds leave the listener at work.
+TEST(RendezvousListener, FailureInACallbackIsLoggedAndTheNextPenAnnounced)
+{
+    RendezvousServer server(
+        announcing({}, {wire::pen("CONNECT", "1"), wire::pen("DISCONNECT", "1"), wire::pen("CONNECT", "2")}));
+    LogCapture log;
+    Host host;
+    host.onArrival = [] { throw zel::ZELException("full"); };
+    host.onDeparture = [] { throw zel::PenNotConnectedException("gone"); };
+    const Listening listening(server.endpoint(), host);
+    ASSERT_TRUE(host.waitForRecords(3));
+    EXPECT_EQ(host.records()[2].penId, 2u);
+    EXPECT_TRUE(log.contains(LogLevel::Error, "[RendezvousListener] creating pen failed (full)"));
+    EXPECT_TRUE(log.contains(LogLevel::Error, "[RendezvousListener] pen undocked failed (gone)"));
+}
+
+namespace {
+
+/** Shows what no server can bring about. */
+class BareManager : public CZELManager
+{
+public:
+    BareManager() : CZELManager(loopback::deadEndpoint()) {}
+    using CZELManager::handleEvent;
+    void dropClient() { m_pRVClient.reset(); }
+};
+
+} // namespace
+
+TEST(RendezvousListener, EventOfASocketShutDownIsOnlyLogged)
+{
+    LogCapture log;
+    zel::RendezvousEvent event;
+    event.command = zel::RendezvousCommand::SocketShutDown;
+    BareManager().handleEvent(event);
+    EXPECT_TRUE(log.contains(LogLevel::Warning, "Rendezvous socket shutdown signalled."));
+    EXPECT_FALSE(log.contains("Commmand not known"));
+}
+
+TEST(RendezvousListener, StopWithoutAClientSaysSo)
+{
+    LogCapture log;
+    BareManager manager;
+    manager.dropClient();
+    EXPECT_TRUE(manager.StopRendezvous());
+    EXPECT_TRUE(log.contains(LogLevel::Debug, "CZELManager::StopRendezvous: m_pRVClient == NULL"));
+}
+
+// ---- time ----------------------------------------------------------------------------------------
+
+TEST(RendezvousListener, PausesBetweenTwoNotifications)
+{
+    RendezvousServer server(announcing({}, {wire::pen("CONNECT", "1"), wire::pen("CONNECT", "2")}));
+    Host host;
+    std::unique_ptr<Listening> listening; // outlives the clock, which would hold its end
+    HeldClock clock;
+    listening = std::make_unique<Listening>(server.endpoint(), host);
+    ASSERT_TRUE(host.waitForRecords(1));
+    ASSERT_TRUE(clock.waitForWaiting(10));
+    EXPECT_EQ(host.records().size(), 1u);
+    clock.pass(10);
+    EXPECT_TRUE(host.waitForRecords(2));
+}
+
+namespace {
+
+/** A host whose callback stays until it is let go. */
+class StayingHost : public Host
+{
+public:
+    StayingHost()
+    {
+        onArrival = [this] { mayReturn.wait(zel::kInfinite); };
+    }
+
+    zel::LEvent mayReturn{true, false};
+};
+
+std::future<void> stopping(CZELManager &manager)
+{
+    return std::async(std::launch::async, [&] { EXPECT_TRUE(manager.StopRendezvous()); });
+}
+
+bool isDone(const std::future<void> &call)
+{
+    return call.wait_for(std::chrono::seconds(20)) == std::future_status::ready;
+}
+
+} // namespace
+
+TEST(RendezvousStop, GivesTheThreadFiveSeconds)
+{
+    RendezvousServer server(announcing({wire::pen("", "1")}));
+    LogCapture log;
+    StayingHost host;
+    CZELManager manager(server.endpoint());
+    manager.setCallbacks(Host::arrived, Host::departed, &host);
+    ASSERT_TRUE(manager.StartRendezvous());
+    ASSERT_TRUE(host.waitForRecords(1));
+    std::future<void> stop;
+    HeldClock clock;
+    stop = stopping(manager);
+    ASSERT_TRUE(clock.waitForWaiting(5000));
+    clock.pass(4999);
+    host.mayReturn.set();
+    EXPECT_TRUE(isDone(stop));
+    EXPECT_EQ(log.count(kKilled), 0u);
+    EXPECT_EQ(log.count(kStopped), 1u);
+}
+
+namespace {
+
+zel::LEvent *s_mayReturn;
+
+/** A clock by which a stop's time is over in the moment in which the thread ends. */
+bool endInTheLastMoment(zel::LEvent *event, std::uint32_t milliseconds)
+{
+    if (milliseconds != CZELManager::kStopTimeoutMilliseconds)
+        return event != nullptr && event->wait(milliseconds);
+    s_mayReturn->set();
+    EXPECT_TRUE(event->wait(20000));
+    return false;
+}
+
+} // namespace
+
+TEST(RendezvousStop, ThreadThatEndsInTheLastMomentIsNotCalledKilled)
+{
+    RendezvousServer server(announcing({wire::pen("", "1")}));
+    LogCapture log;
+    StayingHost host;
+    s_mayReturn = &host.mayReturn;
+    CZELManager manager(server.endpoint());
+    manager.setCallbacks(Host::arrived, Host::departed, &host);
+    ASSERT_TRUE(manager.StartRendezvous());
+    ASSERT_TRUE(host.waitForRecords(1));
+    zel::setTimedWait(endInTheLastMoment);
+    EXPECT_TRUE(manager.StopRendezvous());
+    zel::setTimedWait(nullptr);
+    EXPECT_EQ(log.count(kKilled), 0u);
+    EXPECT_EQ(log.count(kStopped), 1u);
+}
+
 // ---- a stop is never lost ------------------------------------------------------------------------
 
 namespace {
@@ -340,6 +509,12 @@ TEST(RendezvousStop, ReturnsWithoutTheKillWhileTheServerIsAbsent)
     stopRepeatedly(loopback::deadEndpoint(), 120);
 }
 
+TEST(RendezvousStop, ReturnsWithoutTheKillWhileAConnectHangs)
+{
+    const loopback::FullListener full;
+    stopRepeatedly(full.endpoint(), 120);
+}
+
 TEST(RendezvousStop, CallbackThatDoesNotReturnIsKilled)
 {
     static std::atomic<bool> s_wentOn;
@@ -357,7 +532,12 @@ TEST(RendezvousStop, CallbackThatDoesNotReturnIsKilled)
     manager.setCallbacks(Host::arrived, Host::departed, &s_host);
     ASSERT_TRUE(manager.StartRendezvous());
     ASSERT_TRUE(s_host.waitForRecords(1));
-    EXPECT_TRUE(manager.StopRendezvous());
+    std::future<void> stop;
+    HeldClock clock;
+    stop = stopping(manager);
+    ASSERT_TRUE(clock.waitForWaiting(5000));
+    clock.pass(5000);
+    EXPECT_TRUE(isDone(stop));
     EXPECT_TRUE(log.contains(LogLevel::Debug, kKilled));
     EXPECT_FALSE(s_wentOn);
 }
