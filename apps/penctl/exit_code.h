@@ -11,6 +11,7 @@ inline constexpr int kNoInput = 66;
 inline constexpr int kNoPen = 69;
 inline constexpr int kInternalError = 70;
 inline constexpr int kOutputError = 74;
+inline constexpr int kPenTaken = 75;
 inline constexpr int kRefused = 77;
 inline constexpr int kInterrupted = 130;
 

@@ -91,13 +91,6 @@ TEST_F(AtomicFileTest, WithoutPublishingNothingRemains)
     EXPECT_EQ(filesInFolder(), 1u);
 }
 
-TEST_F(AtomicFileTest, DiscardedFileIsGoneAtOnce)
-{
-    AtomicFile file(name("out"));
-    file.discard();
-    EXPECT_EQ(filesInFolder(), 0u);
-}
-
 TEST_F(AtomicFileTest, MissingFolderFailsBeforeAnythingIsDone)
 {
     EXPECT_EQ(codeOf([&] { AtomicFile file(name("none/out")); }), kOutputError);

@@ -1,11 +1,13 @@
 #pragma once
 
-#include <CLI/CLI.hpp>
+namespace CLI {
+class App;
+}
 
 namespace penctl {
 
-/** Each adds one command to the program: its options, its help, and what it does. A command runs when all
- * arguments have been read, and raises Failure when it does not succeed. */
+/** Each adds one command, or a family of commands, to the program: its options, its help, and what it does.
+ */
 
 void addList(CLI::App &program);
 void addWatch(CLI::App &program);
@@ -19,9 +21,7 @@ void addSet(CLI::App &program);
 void addLock(CLI::App &program);
 void addUnlock(CLI::App &program);
 void addPassword(CLI::App &program);
-void addCert(CLI::App &program);
-void addKey(CLI::App &program);
-void addEncrypted(CLI::App &program);
+void addHoldings(CLI::App &program);
 void addUserData(CLI::App &program);
 void addDfu(CLI::App &program);
 

@@ -1,5 +1,7 @@
 #include "commands/commands.h"
 
+#include <memory>
+
 #include <fmt/format.h>
 
 #include "commands/options.h"
@@ -10,7 +12,6 @@
 #include "host/dfu_session.h"
 #include "host/result.h"
 #include "ui/confirm.h"
-#include "ui/interrupt.h"
 #include "ui/json.h"
 #include "ui/output.h"
 #include "ui/printable.h"
@@ -47,7 +48,7 @@ bool isInDfuMode(const PresentPen &pen)
     return mode != 0;
 }
 
-void printDfuPensJson(const std::vector<PresentPen> &pens)
+Json dfuPensJson(const std::vector<PresentPen> &pens)
 {
     Json list = Json::array();
     for (const PresentPen &pen : pens) {
@@ -55,7 +56,16 @@ void printDfuPensJson(const std::vector<PresentPen> &pens)
         json["firmwareUpgrade"] = isInDfuMode(pen);
         list.push_back(json);
     }
-    printJson({{"pens", list}});
+    return {{"pens", list}};
+}
+
+void printDfuPens(const std::vector<PresentPen> &pens)
+{
+    Table table({{"SERIAL"}, {"PEN ID"}, {"MODE"}});
+    for (const PresentPen &pen : pens)
+        table.addRow({printable(pen.identity.serial), penIdText(pen.identity.penId),
+                      isInDfuMode(pen) ? "firmware upgrade" : "ordinary"});
+    print(table.text(coloursOn(Stream::Output)));
 }
 
 void listDfuPens(const DfuOptions &options)
@@ -63,15 +73,11 @@ void listDfuPens(const DfuOptions &options)
     DfuLibrary library;
     const std::vector<PresentPen> pens = findPens(library.events(), options.choice);
     if (options.json)
-        return printDfuPensJson(pens);
+        printJson(dfuPensJson(pens));
     if (pens.empty())
-        return note(
-            fmt::format("no pen found within {} s (is the pen service running?)", options.choice.wait));
-    Table table({{"SERIAL"}, {"PEN ID"}, {"MODE"}});
-    for (const PresentPen &pen : pens)
-        table.addRow({printable(pen.identity.serial), penIdText(pen.identity.penId),
-                      isInDfuMode(pen) ? "firmware upgrade" : "ordinary"});
-    print(table.text(coloursOn(Stream::Output)));
+        failWithoutPens(options.choice);
+    if (!options.json)
+        printDfuPens(pens);
 }
 
 void showStatus(const DfuOptions &options)
@@ -115,7 +121,7 @@ void showDescriptor(const DfuOptions &options)
     printJson(json);
 }
 
-void sendImage(DfuConnection &pen, const std::vector<uint8_t> &image, const std::string &serial)
+void sendImage(DfuSession &pen, const std::vector<uint8_t> &image, const std::string &serial)
 {
     DfuDownload download(pen, image);
     ProgressDisplay display(serial, "blocks", download.blocks());
@@ -124,18 +130,16 @@ void sendImage(DfuConnection &pen, const std::vector<uint8_t> &image, const std:
 
 void downloadImage(const DfuOptions &options)
 {
-    // Before the library, whose threads must leave Ctrl-C to it.
-    const Interrupt interrupt;
     const std::vector<uint8_t> image = readWholeFile(options.image, kLongestImage);
     if (image.empty())
         throw Failure(kNoInput, fmt::format("{} is empty", printable(options.image)));
     DfuSession pen(options.choice);
     const std::string serial = printable(pen.identity().serial);
     const std::string size = counted(image.size(), "byte", "bytes");
-    note(fmt::format("pen {} ({}) is about to be given {} ({})", serial, penIdText(pen.identity().penId),
-                     printable(options.image), size));
+    note(fmt::format("pen {} ({}) is about to be given {} ({}); nothing else may ask it meanwhile", serial,
+                     penIdText(pen.identity().penId), printable(options.image), size));
     requireConsent(options.yes, fmt::format("Replace the firmware of pen {}?", serial));
-    sendImage(pen.connection(), image, serial);
+    sendImage(pen, image, serial);
     print(fmt::format("sent {} to pen {}: {}\n", printable(options.image), serial, size));
 }
 
@@ -148,64 +152,60 @@ void tell(const DfuOptions &options, void (DfuConnection::*operation)(), const c
 
 void addListing(CLI::App &dfu, const SharedDfuOptions &options)
 {
-    CLI::App *command = dfu.add_subcommand("list", "List the pens announced in this mode");
-    addWaiting(*command, options->choice);
-    addJson(*command, options->json);
-    command->callback([options] { listDfuPens(*options); });
+    CLI::App &command =
+        addCommand(dfu, "list", "List the pens announced in this mode", [options] { listDfuPens(*options); });
+    addWaiting(command, options->choice);
+    addJson(command, options->json);
 }
 
 void addQuestion(CLI::App &dfu, const char *name, const char *help, const SharedDfuOptions &options,
                  void (*ask)(const DfuOptions &))
 {
-    CLI::App *command = dfu.add_subcommand(name, help);
-    addPen(*command, options->choice);
-    addJson(*command, options->json);
-    command->callback([options, ask] { ask(*options); });
+    CLI::App &command = addCommand(dfu, name, help, [options, ask] { ask(*options); });
+    addPen(command, options->choice);
+    addJson(command, options->json);
 }
 
 void addDownload(CLI::App &dfu, const SharedDfuOptions &options)
 {
-    CLI::App *command = dfu.add_subcommand("download", "Send a firmware image to a pen");
-    addPenBeforeOthers(*command, options->choice);
-    command->add_option("IMAGE", options->image, "The file that holds the image")->type_name("")->required();
-    addYes(*command, options->yes);
-    command->callback([options] { downloadImage(*options); });
+    CLI::App &command =
+        addCommand(dfu, "download", "Send a firmware image to a pen", [options] { downloadImage(*options); });
+    addPenBeforeOthers(command, options->choice);
+    addText(command, "IMAGE", options->image, "", "The file that holds the image", Need::Required);
+    addYes(command, options->yes);
 }
 
 void addRequest(CLI::App &dfu, const char *name, const char *help, const SharedDfuOptions &options,
                 void (DfuConnection::*operation)(), const char *done)
 {
-    CLI::App *command = dfu.add_subcommand(name, help);
-    addPen(*command, options->choice);
-    command->callback([=] { tell(*options, operation, done); });
+    addPen(addCommand(dfu, name, help, [=] { tell(*options, operation, done); }), options->choice);
 }
 
 void addDetach(CLI::App &dfu, const SharedDfuOptions &options)
 {
-    CLI::App *command = dfu.add_subcommand("detach", "Let the pen change between its firmware and this mode");
-    addPen(*command, options->choice);
-    command->add_flag("--boot", options->boot, "Detach to the boot loader");
-    command->callback([options] {
-        tell(*options, options->boot ? &DfuConnection::detachBoot : &DfuConnection::detach, "detached");
-    });
+    CLI::App &command =
+        addCommand(dfu, "detach", "Let the pen change between its firmware and this mode", [options] {
+            tell(*options, options->boot ? &DfuConnection::detachBoot : &DfuConnection::detach, "detached");
+        });
+    addPen(command, options->choice);
+    addFlag(command, "--boot", options->boot, "Detach to the boot loader");
 }
 
 } // namespace
 
 void addDfu(CLI::App &program)
 {
-    CLI::App *dfu = program.add_subcommand("dfu", "Firmware-upgrade mode");
-    dfu->require_subcommand(1);
+    CLI::App &dfu = addFamily(program, "dfu", "Firmware-upgrade mode");
     const auto options = std::make_shared<DfuOptions>();
-    addListing(*dfu, options);
-    addQuestion(*dfu, "status", "Show a pen's upgrade status", options, showStatus);
-    addQuestion(*dfu, "descriptor", "Show what a pen's upgrade mode can do", options, showDescriptor);
-    addDownload(*dfu, options);
-    addDetach(*dfu, options);
-    addRequest(*dfu, "reset", "Reset the pen's port", options, &DfuConnection::resetPort, "port reset");
-    addRequest(*dfu, "abort", "Give up an image that is being sent", options, &DfuConnection::abort,
+    addListing(dfu, options);
+    addQuestion(dfu, "status", "Show a pen's upgrade status", options, showStatus);
+    addQuestion(dfu, "descriptor", "Show what a pen's upgrade mode can do", options, showDescriptor);
+    addDownload(dfu, options);
+    addDetach(dfu, options);
+    addRequest(dfu, "reset", "Reset the pen's port", options, &DfuConnection::resetPort, "port reset");
+    addRequest(dfu, "abort", "Give up an image that is being sent", options, &DfuConnection::abort,
                "aborted");
-    addRequest(*dfu, "clear", "Clear an error", options, &DfuConnection::clearStatus, "error cleared");
+    addRequest(dfu, "clear", "Clear an error", options, &DfuConnection::clearStatus, "error cleared");
 }
 
 } // namespace penctl

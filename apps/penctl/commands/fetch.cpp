@@ -1,17 +1,16 @@
 #include "commands/commands.h"
 
+#include <memory>
+
 #include <fmt/format.h>
 
 #include "commands/options.h"
 #include "commands/pen_json.h"
-#include "exit_code.h"
 #include "files/atomic_file.h"
-#include "host/interruptible.h"
 #include "host/page_list.h"
 #include "host/page_retrieval.h"
 #include "host/pen_session.h"
 #include "host/result.h"
-#include "ui/interrupt.h"
 #include "ui/json.h"
 #include "ui/output.h"
 #include "ui/printable.h"
@@ -79,18 +78,11 @@ void printResult(const FetchOptions &options, const PenIdentity &pen, const Fetc
 
 void fetch(const FetchOptions &options)
 {
-    // Before the library, whose threads must leave Ctrl-C to it.
-    const Interrupt interrupt;
     AtomicFile file(options.output);
     const PenSession pen(options.choice);
     ProgressDisplay display(printable(pen.identity().serial), "pages", pagesToCome(options, pen.handle()));
     Fetched fetched;
-    if (!finishesBeforeInterrupt([&] { retrieve(options, pen.handle(), display, fetched); })) {
-        display.stop();
-        file.discard();
-        note("penctl: interrupted; nothing was written");
-        leaveNow(kInterrupted);
-    }
+    retrieve(options, pen.handle(), display, fetched);
     display.stop();
     check(fetched.code, "cannot fetch the pages",
           options.addresses.empty()
@@ -105,16 +97,13 @@ void fetch(const FetchOptions &options)
 
 void addFetch(CLI::App &program)
 {
-    CLI::App *command = program.add_subcommand("fetch", "Write a pen's pages to a file");
     auto options = std::make_shared<FetchOptions>();
-    addPen(*command, options->choice);
-    command->add_option("--page", options->addresses, "A page to fetch, as `pages` lists it; default: all")
-        ->type_name("ADDRESS")
-        ->expected(1, -1)
-        ->take_all();
-    command->add_option("-o,--output", options->output, "The file to write")->type_name("FILE")->required();
-    addJson(*command, options->json);
-    command->callback([options] { fetch(*options); });
+    CLI::App &command =
+        addCommand(program, "fetch", "Write a pen's pages to a file", [options] { fetch(*options); });
+    addPen(command, options->choice);
+    addPageAddresses(command, options->addresses, "A page to fetch, as `pages` lists it; default: all");
+    addText(command, "-o,--output", options->output, "FILE", "The file to write", Need::Required);
+    addJson(command, options->json);
 }
 
 } // namespace penctl

@@ -1,5 +1,7 @@
 #include "commands/commands.h"
 
+#include <memory>
+
 #include <fmt/format.h>
 
 #include "commands/options.h"
@@ -74,16 +76,15 @@ void get(const GetOptions &options)
 
 void addGet(CLI::App &program)
 {
-    CLI::App *command = program.add_subcommand("get", "Read settings of a pen");
     auto options = std::make_shared<GetOptions>();
-    addPenBeforeOthers(*command, options->choice);
-    command->add_option("SETTING", options->names, "The settings to read; default: all")->type_name("");
-    addJson(*command, options->json);
+    CLI::App &command = addCommand(program, "get", "Read settings of a pen", [options] { get(*options); });
+    addPenBeforeOthers(command, options->choice);
+    addTexts(command, "SETTING", options->names, "The settings to read; default: all", Need::Optional);
+    addJson(command, options->json);
     std::string names = "Settings:\n";
     for (const Setting &setting : allSettings())
         names += fmt::format("  {:<15} {}\n", setting.name, setting.explanation);
-    command->footer(names);
-    command->callback([options] { get(*options); });
+    addFooter(command, names);
 }
 
 } // namespace penctl

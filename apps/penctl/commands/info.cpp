@@ -1,5 +1,7 @@
 #include "commands/commands.h"
 
+#include <memory>
+
 #include <fmt/format.h>
 
 #include "commands/info_view.h"
@@ -132,11 +134,11 @@ void info(const InfoOptions &options)
 
 void addInfo(CLI::App &program)
 {
-    CLI::App *command = program.add_subcommand("info", "Show all that a pen tells of itself");
     auto options = std::make_shared<InfoOptions>();
-    addPen(*command, options->choice);
-    addJson(*command, options->json);
-    command->callback([options] { info(*options); });
+    CLI::App &command =
+        addCommand(program, "info", "Show all that a pen tells of itself", [options] { info(*options); });
+    addPen(command, options->choice);
+    addJson(command, options->json);
 }
 
 } // namespace penctl

@@ -1,5 +1,7 @@
 #include "commands/commands.h"
 
+#include <memory>
+
 #include <fmt/format.h>
 
 #include "commands/options.h"
@@ -21,18 +23,16 @@ struct ListOptions {
     bool json = false;
 };
 
-void printPensJson(const std::vector<PresentPen> &pens)
+Json pensJson(const std::vector<PresentPen> &pens)
 {
     Json list = Json::array();
     for (const PresentPen &pen : pens)
         list.push_back(penJson(pen.identity));
-    printJson({{"pens", list}});
+    return {{"pens", list}};
 }
 
-void printPens(const std::vector<PresentPen> &pens, const PenChoice &choice)
+void printPens(const std::vector<PresentPen> &pens)
 {
-    if (pens.empty())
-        return note(fmt::format("no pen found within {} s (is the pen service running?)", choice.wait));
     Table table({{"SERIAL"}, {"PEN ID"}, {"USB ID"}});
     for (const PresentPen &pen : pens)
         table.addRow({printable(pen.identity.serial), penIdText(pen.identity.penId), usbText(pen.identity)});
@@ -44,20 +44,21 @@ void list(const ListOptions &options)
     Library library;
     const std::vector<PresentPen> pens = findPens(library.events(), options.choice);
     if (options.json)
-        printPensJson(pens);
-    else
-        printPens(pens, options.choice);
+        printJson(pensJson(pens));
+    if (pens.empty())
+        failWithoutPens(options.choice);
+    if (!options.json)
+        printPens(pens);
 }
 
 } // namespace
 
 void addList(CLI::App &program)
 {
-    CLI::App *command = program.add_subcommand("list", "List the pens present");
     auto options = std::make_shared<ListOptions>();
-    addWaiting(*command, options->choice);
-    addJson(*command, options->json);
-    command->callback([options] { list(*options); });
+    CLI::App &command = addCommand(program, "list", "List the pens present", [options] { list(*options); });
+    addWaiting(command, options->choice);
+    addJson(command, options->json);
 }
 
 } // namespace penctl

@@ -1,10 +1,55 @@
 #pragma once
 
-#include <CLI/CLI.hpp>
+#include <functional>
+#include <optional>
+#include <string>
+#include <vector>
 
 #include "host/pen_finder.h"
 
+namespace CLI {
+class App;
+}
+
 namespace penctl {
+
+/** How a command tells what it takes. Commands see nothing else of the command-line library, whose templates
+ * take longer to compile than all else. What is filled in must outlive the command, so commands share it with
+ * what they run. */
+
+enum class Need { Optional, Required };
+
+/** Adds a command that runs this when all arguments have been read. It raises Failure when it does not
+ * succeed. */
+CLI::App &addCommand(CLI::App &parent, const char *name, const char *help, std::function<void()> run);
+
+/** Adds a command that has commands of its own, one of which must be given. */
+CLI::App &addFamily(CLI::App &program, const char *name, const char *help);
+
+/** What stands under the help of a command. */
+void addFooter(CLI::App &command, const std::string &text);
+
+/** The parts of a command line; a name without dashes is that of a positional argument.
+ *  type  what stands for the value in the help; empty for a positional argument, which has its name */
+void addFlag(CLI::App &command, const char *name, bool &flag, const char *help);
+void addText(CLI::App &command, const char *name, std::string &text, const char *type, const char *help,
+             Need need);
+void addText(CLI::App &command, const char *name, std::optional<std::string> &text, const char *type,
+             const char *help);
+void addTexts(CLI::App &command, const char *name, std::vector<std::string> &texts, const char *help,
+              Need need);
+
+/** Exactly so many texts. */
+void addTexts(CLI::App &command, const char *name, std::vector<std::string> &texts, std::size_t count,
+              const char *help);
+
+void addNumber(CLI::App &command, const char *name, uint64_t &number, const char *help);
+
+/** --page, page addresses as `pages` lists them */
+void addPageAddresses(CLI::App &command, std::vector<std::string> &addresses, const char *help);
+
+/** Of those options at least one must be given, and at most `most`. */
+void requireOneOf(CLI::App &command, const std::vector<const char *> &names, std::size_t most);
 
 /** Options that several commands share, each named and explained in one way. */
 

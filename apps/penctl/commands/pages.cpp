@@ -1,5 +1,7 @@
 #include "commands/commands.h"
 
+#include <memory>
+
 #include <fmt/format.h>
 
 #include "commands/options.h"
@@ -46,11 +48,11 @@ void pages(const PagesOptions &options)
 
 void addPages(CLI::App &program)
 {
-    CLI::App *command = program.add_subcommand("pages", "List the pages that a pen holds strokes for");
     auto options = std::make_shared<PagesOptions>();
-    addPen(*command, options->choice);
-    addJson(*command, options->json);
-    command->callback([options] { pages(*options); });
+    CLI::App &command = addCommand(program, "pages", "List the pages that a pen holds strokes for",
+                                   [options] { pages(*options); });
+    addPen(command, options->choice);
+    addJson(command, options->json);
 }
 
 } // namespace penctl

@@ -1,5 +1,7 @@
 #include "commands/commands.h"
 
+#include <memory>
+
 #include <fmt/format.h>
 
 #include "commands/options.h"
@@ -37,17 +39,16 @@ void set(const SetOptions &options)
 
 void addSet(CLI::App &program)
 {
-    CLI::App *command = program.add_subcommand("set", "Change a setting of a pen");
     auto options = std::make_shared<SetOptions>();
-    addPenBeforeOthers(*command, options->choice);
-    command->add_option("SETTING", options->name, "The setting's name")->type_name("")->required();
-    command->add_option("VALUE", options->value, "Its new value")->type_name("")->required();
+    CLI::App &command = addCommand(program, "set", "Change a setting of a pen", [options] { set(*options); });
+    addPenBeforeOthers(command, options->choice);
+    addText(command, "SETTING", options->name, "", "The setting's name", Need::Required);
+    addText(command, "VALUE", options->value, "", "Its new value", Need::Required);
     std::string values = "Settings and their values:\n";
     for (const Setting &setting : allSettings())
         if (setting.set)
             values += fmt::format("  {:<15} {}\n", setting.name, setting.values);
-    command->footer(values);
-    command->callback([options] { set(*options); });
+    addFooter(command, values);
 }
 
 } // namespace penctl

@@ -2,6 +2,7 @@
 
 #include <filesystem>
 #include <fstream>
+#include <memory>
 
 #include <fmt/format.h>
 
@@ -21,6 +22,8 @@ namespace penctl {
 
 namespace {
 
+namespace fs = std::filesystem;
+
 struct ShowOptions {
     std::string file;
     bool json = false;
@@ -28,9 +31,12 @@ struct ShowOptions {
 
 PageTransaction readFile(const std::string &name)
 {
-    const std::filesystem::path path = pathFromUtf8(name);
+    const fs::path path = pathFromUtf8(name);
     std::error_code error;
-    const uint64_t size = std::filesystem::file_size(path, error);
+    // A pipe would be waited for, and tells no size.
+    if (fs::exists(path, error) && !fs::is_regular_file(path, error))
+        throw Failure(kNoInput, fmt::format("cannot read {}: it is not a regular file", printable(name)));
+    const uint64_t size = fs::file_size(path, error);
     std::ifstream in(path, std::ios::binary);
     if (error || !in)
         throw Failure(kNoInput, fmt::format("cannot read {}{}{}", printable(name), error ? ": " : "",
@@ -56,11 +62,11 @@ void show(const ShowOptions &options)
 
 void addShow(CLI::App &program)
 {
-    CLI::App *command = program.add_subcommand("show", "Show what a file written by `fetch` holds");
     auto options = std::make_shared<ShowOptions>();
-    command->add_option("FILE", options->file, "The file")->type_name("")->required();
-    addJson(*command, options->json);
-    command->callback([options] { show(*options); });
+    CLI::App &command = addCommand(program, "show", "Show what a file written by `fetch` holds",
+                                   [options] { show(*options); });
+    addText(command, "FILE", options->file, "", "The file", Need::Required);
+    addJson(command, options->json);
 }
 
 } // namespace penctl

@@ -1,15 +1,20 @@
 #include "commands/commands.h"
 
+#include <memory>
+
 #include <fmt/format.h>
 
 #include "commands/options.h"
 #include "commands/pen_json.h"
+#include "exit_code.h"
+#include "failure.h"
 #include "host/host_memory.h"
 #include "host/pen_session.h"
 #include "host/result.h"
 #include "ui/json.h"
 #include "ui/output.h"
 #include "ui/printable.h"
+#include "ui/units.h"
 
 namespace penctl {
 
@@ -23,8 +28,6 @@ struct UserDataOptions {
     std::optional<std::string> c;
     bool json = false;
 };
-
-using SharedUserDataOptions = std::shared_ptr<UserDataOptions>;
 
 struct UserData {
     std::string a;
@@ -55,8 +58,19 @@ void showUserData(const UserDataOptions &options)
     printJson(json);
 }
 
+/** The pen protocol counts a text's bytes, and a zero after them, in 16 bits. */
+void requireShort(const std::optional<std::string> &text, const char *name)
+{
+    constexpr std::size_t kLongest = 65'534;
+    if (text && text->size() > kLongest)
+        throw Failure(kUsageError, fmt::format("text {} is longer than {} bytes", name, grouped(kLongest)));
+}
+
 void setUserData(const UserDataOptions &options)
 {
+    requireShort(options.a, "A");
+    requireShort(options.b, "B");
+    requireShort(options.c, "C");
     const PenSession pen(options.choice);
     const bool complete = options.a && options.b && options.c;
     const UserData before = complete ? UserData() : readUserData(pen.handle());
@@ -66,35 +80,23 @@ void setUserData(const UserDataOptions &options)
     print(fmt::format("set the user data of pen {}\n", printable(pen.identity().serial)));
 }
 
-void addShowUserData(CLI::App &userData, const SharedUserDataOptions &options)
-{
-    CLI::App *command = userData.add_subcommand("show", "Show the three texts");
-    addPen(*command, options->choice);
-    addJson(*command, options->json);
-    command->callback([options] { showUserData(*options); });
-}
-
-void addSetUserData(CLI::App &userData, const SharedUserDataOptions &options)
-{
-    CLI::App *command = userData.add_subcommand("set", "Change one or more of the texts");
-    addPen(*command, options->choice);
-    CLI::Option_group *texts = command->add_option_group("texts");
-    texts->add_option("--a", options->a, "Text A, the owner's name")->type_name("TEXT");
-    texts->add_option("--b", options->b, "Text B, the owner's e-mail address")->type_name("TEXT");
-    texts->add_option("--c", options->c, "Text C, the owner's telephone number")->type_name("TEXT");
-    texts->require_option(1, 3);
-    command->callback([options] { setUserData(*options); });
-}
-
 } // namespace
 
 void addUserData(CLI::App &program)
 {
-    CLI::App *userData = program.add_subcommand("userdata", "The owner's data in a pen");
-    userData->require_subcommand(1);
+    CLI::App &userData = addFamily(program, "userdata", "The owner's data in a pen");
     const auto options = std::make_shared<UserDataOptions>();
-    addShowUserData(*userData, options);
-    addSetUserData(*userData, options);
+    CLI::App &show =
+        addCommand(userData, "show", "Show the three texts", [options] { showUserData(*options); });
+    addPen(show, options->choice);
+    addJson(show, options->json);
+    CLI::App &set =
+        addCommand(userData, "set", "Change one or more of the texts", [options] { setUserData(*options); });
+    addPen(set, options->choice);
+    addText(set, "--a", options->a, "TEXT", "Text A, the owner's name");
+    addText(set, "--b", options->b, "TEXT", "Text B, the owner's e-mail address");
+    addText(set, "--c", options->c, "TEXT", "Text C, the owner's telephone number");
+    requireOneOf(set, {"--a", "--b", "--c"}, 3);
 }
 
 } // namespace penctl

@@ -1,6 +1,7 @@
 #include "commands/commands.h"
 
 #include <chrono>
+#include <memory>
 
 #include <fmt/format.h>
 
@@ -43,23 +44,21 @@ void printEvent(const DiscoveryHandle &record, bool json)
 
 void watch(const WatchOptions &options)
 {
-    // Before the library, whose threads must leave Ctrl-C to it.
-    const Interrupt interrupt;
     Library library;
-    while (!Interrupt::requested()) {
-        if (const std::optional<PenRecord> record = library.events().next(std::chrono::milliseconds(100)))
+    const OnInterrupt done([] { return std::string(); }, 0);
+    for (;;)
+        if (const std::optional<PenRecord> record = library.events().next(std::chrono::hours(1)))
             printEvent(**record, options.json);
-    }
 }
 
 } // namespace
 
 void addWatch(CLI::App &program)
 {
-    CLI::App *command = program.add_subcommand("watch", "Tell of pens that arrive and depart, until Ctrl-C");
     auto options = std::make_shared<WatchOptions>();
-    command->add_flag("--json", options->json, "Print one JSON object per line");
-    command->callback([options] { watch(*options); });
+    CLI::App &command = addCommand(program, "watch", "Tell of pens that arrive and depart, until Ctrl-C",
+                                   [options] { watch(*options); });
+    addFlag(command, "--json", options->json, "Print one JSON object per line");
 }
 
 } // namespace penctl

@@ -8,6 +8,7 @@
 
 #include "exit_code.h"
 #include "failure.h"
+#include "ui/printable.h"
 
 namespace penctl {
 
@@ -18,8 +19,8 @@ namespace fs = std::filesystem;
 [[noreturn]] void failOn(const fs::path &path, const std::string &reason)
 {
     const std::u8string name = path.u8string();
-    throw Failure(kOutputError,
-                  fmt::format("cannot write {}: {}", std::string(name.begin(), name.end()), reason));
+    throw Failure(kOutputError, fmt::format("cannot write {}: {}",
+                                            printable(std::string(name.begin(), name.end())), reason));
 }
 
 std::string errorText()
@@ -30,22 +31,26 @@ std::string errorText()
 /** The file that is to be replaced, not the link to it; devices and folders are never replaced. */
 fs::path resolveTarget(const fs::path &path)
 {
-    std::error_code ignored;
-    const fs::file_status status = fs::status(path, ignored);
+    if (isDeviceName(path))
+        failOn(path, "it is the name of a device");
+    std::error_code error;
+    const fs::file_status status = fs::status(path, error);
+    if (error == std::errc::filename_too_long)
+        failOn(path, error.message());
     if (fs::exists(status) && !fs::is_regular_file(status))
         failOn(path, "it is not a regular file");
-    const fs::path real =
-        fs::is_symlink(fs::symlink_status(path, ignored)) ? fs::weakly_canonical(path, ignored) : path;
-    return real.empty() ? path : real;
+    if (!fs::is_symlink(fs::symlink_status(path, error)))
+        return path;
+    if (!fs::exists(status))
+        failOn(path, "it is a link to a file that does not exist");
+    return fs::canonical(path);
 }
 
+/** Short, whatever the target's name: that may be as long as the system allows. */
 fs::path nameBeside(const fs::path &target)
 {
     std::random_device random;
-    fs::path name = ".";
-    name += target.filename();
-    name += fmt::format(".{:08x}.part", random());
-    return target.parent_path() / name;
+    return target.parent_path() / fmt::format(".penctl-{:08x}.part", random());
 }
 
 } // namespace
@@ -56,24 +61,28 @@ fs::path pathFromUtf8(const std::string &text)
 }
 
 AtomicFile::AtomicFile(const std::string &name)
-    : m_target(resolveTarget(pathFromUtf8(name))),
-      m_temporary(nameBeside(m_target)),
-      m_file(createFile(m_temporary))
+    : m_target(resolveTarget(pathFromUtf8(name))), m_temporary(nameBeside(m_target))
 {
+    m_onInterrupt.emplace([this] {
+        removeTemporary();
+        return "nothing was written";
+    });
+    m_file = createFile(m_temporary, m_target);
     if (!m_file)
         failOn(m_target, errorText());
 }
 
 AtomicFile::~AtomicFile()
 {
-    discard();
+    m_onInterrupt.reset();
+    if (m_file) {
+        m_file.reset();
+        removeTemporary();
+    }
 }
 
-void AtomicFile::discard()
+void AtomicFile::removeTemporary() const
 {
-    if (!m_file)
-        return;
-    m_file.reset();
     std::error_code ignored;
     fs::remove(m_temporary, ignored);
 }
@@ -91,6 +100,7 @@ void AtomicFile::publish()
     // Closed before the rename: an open file cannot be renamed on every platform.
     if (std::fclose(m_file.release()) != 0)
         giveUp(errorText());
+    m_onInterrupt.reset();
     std::error_code error;
     fs::rename(m_temporary, m_target, error);
     if (error)
@@ -100,8 +110,7 @@ void AtomicFile::publish()
 
 void AtomicFile::giveUp(const std::string &reason) const
 {
-    std::error_code ignored;
-    fs::remove(m_temporary, ignored);
+    removeTemporary();
     failOn(m_target, reason);
 }
 

@@ -2,16 +2,18 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <optional>
 #include <span>
 #include <string>
 
 #include "files/file_system.h"
+#include "ui/interrupt.h"
 
 namespace penctl {
 
 /** A file that appears under its name only when it is complete: it is written beside its place, brought to
  * the disk and renamed. Until then a file that has the name stays as it was. Without publish() nothing
- * remains. */
+ * remains, nor after an interruption. */
 class AtomicFile
 {
 public:
@@ -25,14 +27,13 @@ public:
     void write(std::span<const uint8_t> bytes);
     void publish();
 
-    /** Removes what was written so far, for a program that ends without its destructors. */
-    void discard();
-
 private:
+    void removeTemporary() const;
     [[noreturn]] void giveUp(const std::string &reason) const;
 
     std::filesystem::path m_target;
     std::filesystem::path m_temporary;
+    std::optional<OnInterrupt> m_onInterrupt;
     OpenFile m_file;
 };
 

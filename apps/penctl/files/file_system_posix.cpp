@@ -1,13 +1,24 @@
 #include "files/file_system.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace penctl {
 
-OpenFile createFile(const std::filesystem::path &path)
+OpenFile createFile(const std::filesystem::path &path, const std::filesystem::path &replaced)
 {
-    return OpenFile(std::fopen(path.c_str(), "wbx"));
+    OpenFile file(std::fopen(path.c_str(), "wbxe"));
+    struct stat before {
+    };
+    if (file && stat(replaced.c_str(), &before) == 0)
+        fchmod(fileno(file.get()), before.st_mode & 07777);
+    return file;
+}
+
+bool isDeviceName(const std::filesystem::path &)
+{
+    return false;
 }
 
 bool flushToDisk(std::FILE *file)

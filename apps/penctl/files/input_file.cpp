@@ -9,6 +9,7 @@
 #include "exit_code.h"
 #include "failure.h"
 #include "files/atomic_file.h"
+#include "ui/printable.h"
 #include "ui/terminal.h"
 
 namespace penctl {
@@ -39,8 +40,8 @@ std::vector<uint8_t> readWholeFile(const std::string &name, std::size_t limit)
     }
     std::ifstream in(pathFromUtf8(name), std::ios::binary);
     if (!in)
-        throw Failure(kNoInput, fmt::format("cannot read {}", name));
-    return readAll(in, name, limit);
+        throw Failure(kNoInput, fmt::format("cannot read {}", printable(name)));
+    return readAll(in, printable(name), limit);
 }
 
 } // namespace penctl

@@ -1,8 +1,11 @@
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <functional>
+#include <mutex>
 #include <span>
+#include <string>
 
 #include "host/dfu_session.h"
 
@@ -17,30 +20,37 @@ using DfuProgress = std::function<void(uint64_t, uint64_t)>;
 class DfuDownload
 {
 public:
-    DfuDownload(DfuConnection &pen, std::span<const uint8_t> image);
+    DfuDownload(DfuSession &session, std::span<const uint8_t> image);
 
     /** Blocks that carry data. */
     uint64_t blocks() const;
 
-    /** Raises Failure with the reason when the pen reports an error; with 130 on Ctrl-C, after the pen has
-     * been told to abort. An Interrupt must exist. */
+    /** Raises Failure with the reason when the pen reports an error. Interrupted, the pen is told to give up
+     * the image. */
     void run(const DfuProgress &progress);
 
 private:
     void makeIdle();
     void sendBlock(std::span<const uint8_t> data);
+    void download(std::span<const uint8_t> data);
+    DfuStatus status();
     void manifest();
     void resetPort();
     DfuStatus settledStatus();
     bool isBusy(const DfuStatus &status) const;
-    void stopIfInterrupted();
+    std::string giveUp();
+    void abort();
 
+    const DiscoveryHandle &m_record;
     DfuConnection &m_pen;
     std::span<const uint8_t> m_image;
     DfuDescriptor m_descriptor;
     std::size_t m_blockSize;
-    uint64_t m_sent = 0;
+    std::atomic<uint64_t> m_sent = 0;
     uint16_t m_number = 0;
+    std::atomic<bool> m_complete = false;
+    /** Held during each request, and for good once the image is given up. */
+    std::timed_mutex m_requesting;
 };
 
 } // namespace penctl

@@ -1,6 +1,10 @@
 #include "host/dfu_session.h"
 
+#include <fmt/format.h>
+
+#include "exit_code.h"
 #include "host/result.h"
+#include "ui/printable.h"
 
 namespace penctl {
 
@@ -77,8 +81,24 @@ void DfuConnection::detachBoot()
     check(zelDfuDetachBoot(m_handle), "cannot detach to the boot loader", "the pen did not answer");
 }
 
+namespace {
+
+const DiscoveryHandle &unlessTaken(const PresentPen &pen, const PenClaim &claim)
+{
+    if (claim.isTaken())
+        throw Failure(
+            kPenTaken,
+            fmt::format("another penctl works on pen {}; asking the pen now could break an upgrade off",
+                        printable(pen.identity.serial)));
+    return *pen.record;
+}
+
+} // namespace
+
 DfuSession::DfuSession(const PenChoice &choice)
-    : m_pen(findPen(m_library.events(), choice)), m_connection(*m_pen.record)
+    : m_pen(findPen(m_library.events(), choice)),
+      m_claim(m_pen.identity.penId),
+      m_connection(unlessTaken(m_pen, m_claim))
 {
 }
 

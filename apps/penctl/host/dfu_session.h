@@ -1,6 +1,7 @@
 #pragma once
 
 #include "host/dfu_device.h"
+#include "host/pen_claim.h"
 #include "host/pen_events.h"
 #include "host/pen_finder.h"
 
@@ -45,18 +46,21 @@ private:
     DfuPenHandle *m_handle = nullptr;
 };
 
-/** Everything between a command and its pen, taken down in the right order at its end. */
+/** Everything between a command and its pen, taken down in the right order at its end. Raises Failure (75)
+ * while another penctl has the pen. */
 class DfuSession
 {
 public:
     explicit DfuSession(const PenChoice &choice);
 
     const PenIdentity &identity() const { return m_pen.identity; }
+    const DiscoveryHandle &record() const { return *m_pen.record; }
     DfuConnection &connection() { return m_connection; }
 
 private:
     DfuLibrary m_library;
     PresentPen m_pen;
+    PenClaim m_claim;
     DfuConnection m_connection;
 };
 

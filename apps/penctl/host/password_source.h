@@ -13,7 +13,8 @@ namespace penctl {
 class PasswordSource
 {
 public:
-    /** file  empty to ask on the terminal */
+    /** file  empty to ask on the terminal. Failure (66) for a file that holds something else than UTF-8 text.
+     */
     explicit PasswordSource(const std::string &file);
     ~PasswordSource();
     PasswordSource(const PasswordSource &) = delete;
@@ -29,6 +30,7 @@ private:
     std::unique_ptr<Secret> nextLine();
 
     std::string m_file;
+    std::string m_shownFile;
     std::vector<uint8_t> m_lines;
     std::size_t m_used = 0;
 };

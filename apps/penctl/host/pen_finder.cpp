@@ -71,8 +71,7 @@ std::vector<PresentPen> collect(PenEvents &events, const PenChoice &choice)
 [[noreturn]] void failWithout(const PenChoice &choice, const std::vector<PresentPen> &pens)
 {
     if (choice.serial.empty())
-        throw Failure(kNoPen,
-                      fmt::format("no pen found within {} s (is the pen service running?)", choice.wait));
+        failWithoutPens(choice);
     if (pens.empty())
         throw Failure(kNoPen,
                       fmt::format("pen {} is not present, nor is any other", printable(choice.serial)));
@@ -87,6 +86,11 @@ std::vector<PresentPen> findPens(PenEvents &events, const PenChoice &choice)
     PenChoice all = choice;
     all.serial.clear();
     return collect(events, all);
+}
+
+void failWithoutPens(const PenChoice &choice)
+{
+    throw Failure(kNoPen, fmt::format("no pen found within {} s (is the pen service running?)", choice.wait));
 }
 
 PresentPen findPen(PenEvents &events, const PenChoice &choice)

@@ -28,6 +28,9 @@ struct PresentPen {
  * pen did not come within `wait`, or no further one within `settle` of the one before. */
 std::vector<PresentPen> findPens(PenEvents &events, const PenChoice &choice);
 
+/** Raises Failure (69) that tells how long was waited. */
+[[noreturn]] void failWithoutPens(const PenChoice &choice);
+
 /** The pen chosen: the one named, as soon as it is announced, or else the only one present. Raises Failure
  * when it is not there (69), or when none is named and several are present (64, naming them). */
 PresentPen findPen(PenEvents &events, const PenChoice &choice);

@@ -92,6 +92,7 @@ FileValue ValueReader::readString()
 {
     std::string text = m_in.readBytes(m_in.readShort("a string's length"), "a string");
     text.resize(std::min(text.find('\0'), text.size()));
+    text.shrink_to_fit(); // a file may announce many long texts that end at once
     return {ValueType::String, std::move(text)};
 }
 

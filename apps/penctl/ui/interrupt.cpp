@@ -1,46 +1,70 @@
 #include "ui/interrupt.h"
 
-#include <condition_variable>
+#include <chrono>
 #include <mutex>
+#include <thread>
+#include <utility>
+#include <vector>
 
-#include "exit_code.h"
-#include "ui/interrupt_flag.h"
+#include "ui/output.h"
 
 namespace penctl {
 
 namespace {
 
-std::mutex s_mutex;
-std::condition_variable s_changed;
-bool s_requested = false;
+constexpr std::chrono::milliseconds kLongest{900};
+
+/** The registered actions, the youngest last. The lock is held from the interruption to the end of the
+ *  process. */
+struct Actions {
+    std::mutex mutex;
+    std::vector<const OnInterrupt *> registered;
+};
+
+/** Never destroyed: an interruption may come while the process ends. */
+Actions &actions()
+{
+    static auto *const instance = new Actions;
+    return *instance;
+}
 
 } // namespace
 
-void reportInterrupt()
+OnInterrupt::OnInterrupt(std::function<std::string()> whatToDo, int codeToEndWith)
+    : action(std::move(whatToDo)), exitCode(codeToEndWith)
 {
-    const std::lock_guard lock(s_mutex);
-    if (s_requested)
-        leaveNow(kInterrupted);
-    s_requested = true;
-    s_changed.notify_all();
+    const std::lock_guard lock(actions().mutex);
+    actions().registered.push_back(this);
 }
 
-void forgetInterrupt()
+OnInterrupt::~OnInterrupt()
 {
-    const std::lock_guard lock(s_mutex);
-    s_requested = false;
+    const std::lock_guard lock(actions().mutex);
+    std::erase(actions().registered, this);
 }
 
-bool Interrupt::requested()
+void interrupt()
 {
-    const std::lock_guard lock(s_mutex);
-    return s_requested;
+    actions().mutex.lock();
+    const std::vector<const OnInterrupt *> &registered = actions().registered;
+    const int exitCode = registered.empty() ? kInterrupted : registered.back()->exitCode;
+    std::thread([exitCode] {
+        std::this_thread::sleep_for(kLongest);
+        leaveNow(exitCode);
+    }).detach();
+    std::string told = "penctl: interrupted";
+    for (auto next = registered.rbegin(); next != registered.rend(); ++next) {
+        const std::string words = (*next)->action();
+        told += words.empty() ? "" : "; " + words;
+    }
+    if (exitCode == kInterrupted)
+        note(told);
+    leaveNow(exitCode);
 }
 
-bool Interrupt::waitFor(std::chrono::milliseconds time)
+void endInterrupts()
 {
-    std::unique_lock lock(s_mutex);
-    return s_changed.wait_for(lock, time, [] { return s_requested; });
+    actions().mutex.lock();
 }
 
 } // namespace penctl

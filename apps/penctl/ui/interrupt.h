@@ -1,29 +1,49 @@
 #pragma once
 
-#include <chrono>
+#include <functional>
+#include <string>
+
+#include "exit_code.h"
 
 namespace penctl {
 
-/** While one of these exists, Ctrl-C (and the platform's polite request to end) does not end the program but
- * is remembered; pressed once more, it ends the program at once. To be created before any other thread, so
- * that all threads leave the key press to it; one at a time. */
-class Interrupt
+/** What happens on Ctrl-C, and on every other polite request to end that the platform knows.
+ *
+ *  All commands are interrupted in one way: whatever the command is at, another thread runs the actions that
+ *  are registered at that moment, tells the user, and ends the process. The command itself notices nothing,
+ * so its waits need not be broken off. Nothing that hangs in an action delays the end for more than a second.
+ */
+class OnInterrupt
 {
 public:
-    Interrupt();
-    ~Interrupt();
-    Interrupt(const Interrupt &) = delete;
-    Interrupt &operator=(const Interrupt &) = delete;
+    /** Registers an action. It runs on a thread of its own while the command goes on, the youngest action
+     *  first, and returns what is to be told about it, or an empty text. The process then ends with the exit
+     *  code of the youngest action. */
+    explicit OnInterrupt(std::function<std::string()> action, int exitCode = kInterrupted);
 
-    /** Whether it has been pressed. Any thread may ask. */
-    static bool requested();
+    /** Does not return once the program has been interrupted: what the action uses lives as long as it runs.
+     */
+    ~OnInterrupt();
+    OnInterrupt(const OnInterrupt &) = delete;
+    OnInterrupt &operator=(const OnInterrupt &) = delete;
 
-    /** Sleeps for the time given, or until it is pressed; whether it has been. */
-    static bool waitFor(std::chrono::milliseconds time);
+    const std::function<std::string()> action;
+    const int exitCode;
 };
 
+/** Begins to listen for requests to end. To be called before any other thread exists, so that all of them
+ *  leave these requests to it. A request that the parent process chose to ignore stays ignored. */
+void listenForInterrupts();
+
+/** Runs the actions and ends the process. The platform's half calls it, from an ordinary thread. */
+[[noreturn]] void interrupt();
+
+/** To be called at the end of main(): from here on requests to end are too late. Does not return when one
+ *  came in time. */
+void endInterrupts();
+
 /** Ends the process at once: no destructor and no exit handler runs, so a thread that is still inside a
- * library call is no trouble. */
+ *  library call is no trouble. */
 [[noreturn]] void leaveNow(int exitCode);
 
 } // namespace penctl

@@ -1,56 +1,40 @@
 #include "ui/interrupt.h"
 
 #include <csignal>
-#include <pthread.h>
+#include <initializer_list>
 #include <thread>
 #include <unistd.h>
-
-#include "ui/interrupt_flag.h"
 
 namespace penctl {
 
 namespace {
 
-sigset_t s_before;
-std::thread s_waiter;
-
-sigset_t endingSignals()
+bool isIgnored(int signal)
 {
-    sigset_t signals;
-    sigemptyset(&signals);
-    sigaddset(&signals, SIGINT);
-    sigaddset(&signals, SIGTERM);
-    sigaddset(&signals, SIGHUP);
-    // Tells the waiting thread to end.
-    sigaddset(&signals, SIGUSR1);
-    return signals;
-}
-
-void waitForSignals(const sigset_t &signals)
-{
-    for (;;) {
-        int signal = 0;
-        if (sigwait(&signals, &signal) == 0 && signal == SIGUSR1)
-            return;
-        reportInterrupt();
-    }
+    struct sigaction action {
+    };
+    return sigaction(signal, nullptr, &action) == 0 && action.sa_handler == SIG_IGN;
 }
 
 } // namespace
 
-Interrupt::Interrupt()
+void listenForInterrupts()
 {
-    forgetInterrupt();
-    const sigset_t signals = endingSignals();
-    pthread_sigmask(SIG_BLOCK, &signals, &s_before);
-    s_waiter = std::thread([signals] { waitForSignals(signals); });
-}
-
-Interrupt::~Interrupt()
-{
-    pthread_kill(s_waiter.native_handle(), SIGUSR1);
-    s_waiter.join();
-    pthread_sigmask(SIG_SETMASK, &s_before, nullptr);
+    // A reader that went away is a failed write, no reason to die in the middle of something.
+    std::signal(SIGPIPE, SIG_IGN);
+    sigset_t ending;
+    sigemptyset(&ending);
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGQUIT})
+        if (!isIgnored(signal)) // by nohup, or by a shell for a command in the background
+            sigaddset(&ending, signal);
+    // All threads to come inherit this, so that the signals wait for the one that takes them.
+    pthread_sigmask(SIG_BLOCK, &ending, nullptr);
+    std::thread([ending] {
+        int signal = 0;
+        while (sigwait(&ending, &signal) != 0) {
+        }
+        interrupt();
+    }).detach();
 }
 
 void leaveNow(int exitCode)

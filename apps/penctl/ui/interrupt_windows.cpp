@@ -3,32 +3,22 @@
 #include <cstdlib>
 #include <windows.h>
 
-#include "ui/interrupt_flag.h"
-
 namespace penctl {
 
 namespace {
 
-/** The system calls this on a thread of its own. */
-BOOL WINAPI onConsoleControl(DWORD event)
+/** For Ctrl-C, Ctrl-Break, a closed window, logging off and shutting down. The system calls this on a thread
+ * of its own and ends the process a few seconds after the last three, or as soon as this returns. */
+BOOL WINAPI onConsoleControl(DWORD)
 {
-    if (event != CTRL_C_EVENT && event != CTRL_BREAK_EVENT)
-        return FALSE;
-    reportInterrupt();
-    return TRUE;
+    interrupt();
 }
 
 } // namespace
 
-Interrupt::Interrupt()
+void listenForInterrupts()
 {
-    forgetInterrupt();
     SetConsoleCtrlHandler(onConsoleControl, TRUE);
-}
-
-Interrupt::~Interrupt()
-{
-    SetConsoleCtrlHandler(onConsoleControl, FALSE);
 }
 
 void leaveNow(int exitCode)

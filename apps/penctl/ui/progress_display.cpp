@@ -26,10 +26,17 @@ ProgressDisplay::ProgressDisplay(std::string label, std::string unitName, uint64
     m_look.unicode = showsUnicode(Stream::Error);
     m_look.colour = coloursOn(Stream::Error);
     m_progress.totalUnits = totalUnits;
+    m_onInterrupt.emplace([this] {
+        // The lock is taken as long as a terminal takes no more, for ever perhaps.
+        if (const std::unique_lock lock(m_mutex, std::try_to_lock); lock)
+            finish();
+        return std::string();
+    });
 }
 
 ProgressDisplay::~ProgressDisplay()
 {
+    m_onInterrupt.reset();
     stop();
 }
 
@@ -57,6 +64,11 @@ void ProgressDisplay::update(uint64_t bytes, uint64_t totalBytes, uint64_t units
 void ProgressDisplay::stop()
 {
     const std::lock_guard lock(m_mutex);
+    finish();
+}
+
+void ProgressDisplay::finish()
+{
     if (m_drawn && m_shown && !m_stopped) {
         show();
         std::fputc('\n', stderr);

@@ -3,8 +3,10 @@
 #include <chrono>
 #include <cstdint>
 #include <mutex>
+#include <optional>
 #include <string>
 
+#include "ui/interrupt.h"
 #include "ui/progress_line.h"
 
 namespace penctl {
@@ -34,6 +36,7 @@ private:
 
     bool isDue(bool complete);
     void show();
+    void finish();
 
     std::mutex m_mutex;
     ProgressLook m_look;
@@ -43,6 +46,7 @@ private:
     bool m_drawn;
     bool m_shown = false;
     bool m_stopped = false;
+    std::optional<OnInterrupt> m_onInterrupt;
 };
 
 } // namespace penctl

@@ -3,7 +3,6 @@
 #include <cstddef>
 #include <optional>
 #include <string>
-#include <vector>
 
 namespace penctl {
 
@@ -11,12 +10,12 @@ namespace penctl {
 
 enum class Stream { Input, Output, Error };
 
-/** The program's arguments as UTF-8, the program's own name first. */
-std::vector<std::string> programArguments(int argc, char **argv);
-
-/** Makes the console understand UTF-8 and the usual escape sequences, where that is not a matter of course.
- */
+/** Makes standard input, output and error safe to use, and the console understand UTF-8 and the usual escape
+ * sequences where that is not a matter of course. To be called before any file is opened. */
 void prepareConsole();
+
+/** Leaves the console as prepareConsole() found it. Any thread may call it. */
+void restoreConsole();
 
 bool isTerminal(Stream stream);
 
@@ -26,9 +25,11 @@ std::size_t terminalWidth(Stream stream);
 /** Whether what is written to the stream may hold block characters and the like. */
 bool showsUnicode(Stream stream);
 
-/** Shows the prompt on the terminal and reads a line from it without showing what is typed. Neither standard
- * input nor standard output takes part. Nothing when there is no terminal or the input ended. */
-std::optional<std::string> readHiddenLine(const std::string &prompt);
+enum class Echo { On, Off };
+
+/** Shows the prompt on the terminal and reads a line from it, with or without showing what is typed. Neither
+ * standard input nor standard output takes part. Nothing when there is no terminal or the input ended. */
+std::optional<std::string> askLine(const std::string &prompt, Echo echo);
 
 /** Switches standard input and output to bytes as they are, for data. */
 void makeStandardInputBinary();

@@ -1,21 +1,26 @@
 #include "ui/terminal.h"
 
+#include <cerrno>
 #include <clocale>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <fcntl.h>
+#include <initializer_list>
 #include <langinfo.h>
 #include <memory>
 #include <sys/ioctl.h>
 #include <termios.h>
 #include <unistd.h>
 
+#include "ui/interrupt.h"
+
 namespace penctl {
 
 namespace {
 
-int descriptor(Stream stream)
+int descriptorOf(Stream stream)
 {
     switch (stream) {
     case Stream::Input:
@@ -28,47 +33,58 @@ int descriptor(Stream stream)
     return STDERR_FILENO;
 }
 
-struct CloseFile {
-    void operator()(std::FILE *file) const { std::fclose(file); }
+struct CloseTerminal {
+    void operator()(std::FILE *terminal) const { std::fclose(terminal); }
 };
 
-/** The terminal whose echo is off, for the signal handler. */
-int s_silentTerminal = -1;
+/** The terminal whose echo is off, for the handler of Ctrl-Z. */
+int s_terminal = -1;
 termios s_echoing{};
+termios s_silent{};
 
-/** Ends the process as the signal would have, with the echo back. */
-void restoreEchoAndEnd(int signal)
+/** Whoever uses the terminal while this program is stopped finds the echo on. */
+void stopWithEcho(int)
 {
-    tcsetattr(s_silentTerminal, TCSANOW, &s_echoing);
-    std::signal(signal, SIG_DFL);
-    std::raise(signal);
+    const int error = errno;
+    tcsetattr(s_terminal, TCSANOW, &s_echoing);
+    raise(SIGSTOP);
+    tcsetattr(s_terminal, TCSANOW, &s_silent);
+    errno = error;
 }
 
-/** Keeps the terminal from showing what is typed, and puts it back as it was on every way out, Ctrl-C among
- * them; one at a time. */
+/** While this program is in the background, the terminal is somebody else's. */
+void restoreEcho()
+{
+    if (tcgetpgrp(s_terminal) == getpgrp())
+        tcsetattr(s_terminal, TCSAFLUSH, &s_echoing);
+}
+
+/** Keeps the terminal from showing what is typed, and puts it back as it was on every way out; one at a time.
+ */
 class EchoOff
 {
 public:
     explicit EchoOff(int terminal)
     {
-        termios silent{};
         if (tcgetattr(terminal, &s_echoing) != 0)
             return;
-        silent = s_echoing;
-        silent.c_lflag &= ~static_cast<tcflag_t>(ECHO);
-        s_silentTerminal = terminal;
-        m_beforeInterrupt = std::signal(SIGINT, restoreEchoAndEnd);
-        m_beforeTerminate = std::signal(SIGTERM, restoreEchoAndEnd);
-        m_works = tcsetattr(terminal, TCSAFLUSH, &silent) == 0;
+        s_terminal = terminal;
+        s_silent = s_echoing;
+        s_silent.c_lflag &= ~static_cast<tcflag_t>(ECHO);
+        m_onInterrupt.emplace([] {
+            restoreEcho();
+            return std::string();
+        });
+        handleStop();
+        m_works = tcsetattr(terminal, TCSAFLUSH, &s_silent) == 0;
     }
     ~EchoOff()
     {
-        if (s_silentTerminal < 0)
+        if (s_terminal < 0)
             return;
-        tcsetattr(s_silentTerminal, TCSAFLUSH, &s_echoing);
-        std::signal(SIGINT, m_beforeInterrupt);
-        std::signal(SIGTERM, m_beforeTerminate);
-        s_silentTerminal = -1;
+        restoreEcho();
+        sigaction(SIGTSTP, &m_beforeStop, nullptr);
+        s_terminal = -1;
     }
     EchoOff(const EchoOff &) = delete;
     EchoOff &operator=(const EchoOff &) = delete;
@@ -76,10 +92,21 @@ public:
     bool works() const { return m_works; }
 
 private:
-    using Handler = void (*)(int);
+    void handleStop()
+    {
+        sigaction(SIGTSTP, nullptr, &m_beforeStop);
+        if (m_beforeStop.sa_handler == SIG_IGN)
+            return;
+        struct sigaction stop {
+        };
+        stop.sa_handler = stopWithEcho;
+        stop.sa_flags = SA_RESTART;
+        sigaction(SIGTSTP, &stop, nullptr);
+    }
 
-    Handler m_beforeInterrupt = SIG_DFL;
-    Handler m_beforeTerminate = SIG_DFL;
+    std::optional<OnInterrupt> m_onInterrupt;
+    struct sigaction m_beforeStop {
+    };
     bool m_works = false;
 };
 
@@ -94,28 +121,35 @@ std::optional<std::string> readLine(std::FILE *file)
     return line;
 }
 
-} // namespace
-
-std::vector<std::string> programArguments(int argc, char **argv)
+/** A descriptor that is closed would be taken by the next file to be opened, which would then receive what is
+ * meant for the user. Opened the wrong way round, so that using it fails as it did before. */
+void occupyStandardDescriptors()
 {
-    return {argv, argv + argc};
+    for (const int wanted : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
+        if (fcntl(wanted, F_GETFD) < 0)
+            open("/dev/null", wanted == STDIN_FILENO ? O_WRONLY : O_RDONLY);
 }
+
+} // namespace
 
 void prepareConsole()
 {
+    occupyStandardDescriptors();
     // Only what texts look like; numbers keep the form that scripts expect.
     std::setlocale(LC_CTYPE, "");
 }
 
+void restoreConsole() {}
+
 bool isTerminal(Stream stream)
 {
-    return isatty(descriptor(stream)) != 0;
+    return isatty(descriptorOf(stream)) != 0;
 }
 
 std::size_t terminalWidth(Stream stream)
 {
     winsize size{};
-    if (ioctl(descriptor(stream), TIOCGWINSZ, &size) == 0 && size.ws_col > 0)
+    if (ioctl(descriptorOf(stream), TIOCGWINSZ, &size) == 0 && size.ws_col > 0)
         return size.ws_col;
     return 80;
 }
@@ -125,18 +159,24 @@ bool showsUnicode(Stream)
     return std::strcmp(nl_langinfo(CODESET), "UTF-8") == 0;
 }
 
-std::optional<std::string> readHiddenLine(const std::string &prompt)
+std::optional<std::string> askLine(const std::string &prompt, Echo echo)
 {
-    const std::unique_ptr<std::FILE, CloseFile> terminal(std::fopen("/dev/tty", "r+"));
+    const std::unique_ptr<std::FILE, CloseTerminal> terminal(std::fopen("/dev/tty", "r+"));
     if (!terminal)
         return std::nullopt;
-    const EchoOff silence(fileno(terminal.get()));
-    if (!silence.works())
+    const int descriptor = fileno(terminal.get());
+    const OnInterrupt leaveLine([descriptor] {
+        [[maybe_unused]] const ssize_t written = write(descriptor, "\n", 1);
+        return std::string();
+    });
+    std::optional<EchoOff> silence;
+    if (echo == Echo::Off && !silence.emplace(descriptor).works())
         return std::nullopt;
     std::fputs(prompt.c_str(), terminal.get());
     std::fflush(terminal.get());
     std::optional<std::string> line = readLine(terminal.get());
-    std::fputc('\n', terminal.get());
+    if (echo == Echo::Off)
+        std::fputc('\n', terminal.get());
     return line;
 }
 

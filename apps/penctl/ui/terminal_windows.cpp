@@ -5,7 +5,7 @@
 #include <io.h>
 #include <windows.h>
 
-#include <shellapi.h>
+#include "ui/interrupt.h"
 
 namespace penctl {
 
@@ -37,11 +37,28 @@ std::string toUtf8(const wchar_t *text, int length)
     return utf8;
 }
 
-void understandEscapes(Stream stream)
+/** The console as prepareConsole() found it. */
+struct ConsoleState {
+    UINT codePage = 0;
+    std::optional<DWORD> output;
+    std::optional<DWORD> error;
+};
+ConsoleState s_before;
+
+/** The stream's mode, if it is a console. */
+std::optional<DWORD> understandEscapes(Stream stream)
 {
     DWORD mode = 0;
-    if (GetConsoleMode(handleOf(stream), &mode))
-        SetConsoleMode(handleOf(stream), mode | ENABLE_VIRTUAL_TERMINAL_PROCESSING);
+    if (!GetConsoleMode(handleOf(stream), &mode))
+        return std::nullopt;
+    SetConsoleMode(handleOf(stream), mode | ENABLE_VIRTUAL_TERMINAL_PROCESSING);
+    return mode;
+}
+
+void restoreMode(Stream stream, const std::optional<DWORD> &mode)
+{
+    if (mode)
+        SetConsoleMode(handleOf(stream), *mode);
 }
 
 /** The console itself, whatever standard input and output are joined to. */
@@ -80,24 +97,33 @@ class EchoOff
 public:
     explicit EchoOff(HANDLE console) : m_console(console)
     {
-        m_changed = GetConsoleMode(m_console, &m_before) &&
-                    SetConsoleMode(m_console, (m_before | ENABLE_LINE_INPUT | ENABLE_PROCESSED_INPUT) &
-                                                  ~static_cast<DWORD>(ENABLE_ECHO_INPUT));
+        if (!GetConsoleMode(m_console, &m_before))
+            return;
+        m_onInterrupt.emplace([this] {
+            restore();
+            return std::string();
+        });
+        m_works = SetConsoleMode(m_console, (m_before | ENABLE_LINE_INPUT | ENABLE_PROCESSED_INPUT) &
+                                                ~static_cast<DWORD>(ENABLE_ECHO_INPUT));
     }
     ~EchoOff()
     {
-        if (m_changed)
-            SetConsoleMode(m_console, m_before);
+        m_onInterrupt.reset();
+        if (m_works)
+            restore();
     }
     EchoOff(const EchoOff &) = delete;
     EchoOff &operator=(const EchoOff &) = delete;
 
-    bool works() const { return m_changed; }
+    bool works() const { return m_works; }
 
 private:
+    void restore() const { SetConsoleMode(m_console, m_before); }
+
     HANDLE m_console;
     DWORD m_before = 0;
-    bool m_changed = false;
+    bool m_works = false;
+    std::optional<OnInterrupt> m_onInterrupt;
 };
 
 std::optional<std::string> readLine(HANDLE console)
@@ -106,8 +132,14 @@ std::optional<std::string> readLine(HANDLE console)
     for (;;) {
         wchar_t c = 0;
         DWORD count = 0;
-        if (!ReadConsoleW(console, &c, 1, &count, nullptr) || count == 0)
+        SetLastError(ERROR_SUCCESS);
+        if (!ReadConsoleW(console, &c, 1, &count, nullptr) || count == 0) {
+            // Ctrl-C ends the read just before the interruption begins on another thread, which ends the
+            // process.
+            if (GetLastError() == ERROR_OPERATION_ABORTED)
+                Sleep(2000);
             return std::nullopt;
+        }
         if (c == L'\n')
             return toUtf8(line.data(), static_cast<int>(line.size()));
         if (c != L'\r')
@@ -117,26 +149,20 @@ std::optional<std::string> readLine(HANDLE console)
 
 } // namespace
 
-std::vector<std::string> programArguments(int argc, char **argv)
-{
-    int count = 0;
-    wchar_t **wide = CommandLineToArgvW(GetCommandLineW(), &count);
-    if (!wide)
-        return {argv, argv + argc};
-    std::vector<std::string> arguments;
-    for (int i = 0; i < count; ++i) {
-        const int length = lstrlenW(wide[i]);
-        arguments.push_back(length == 0 ? std::string() : toUtf8(wide[i], length));
-    }
-    LocalFree(wide);
-    return arguments;
-}
-
 void prepareConsole()
 {
+    s_before.codePage = GetConsoleOutputCP();
     SetConsoleOutputCP(CP_UTF8);
-    understandEscapes(Stream::Output);
-    understandEscapes(Stream::Error);
+    s_before.output = understandEscapes(Stream::Output);
+    s_before.error = understandEscapes(Stream::Error);
+}
+
+void restoreConsole()
+{
+    restoreMode(Stream::Error, s_before.error);
+    restoreMode(Stream::Output, s_before.output);
+    if (s_before.codePage != 0)
+        SetConsoleOutputCP(s_before.codePage);
 }
 
 bool isTerminal(Stream stream)
@@ -159,18 +185,23 @@ bool showsUnicode(Stream stream)
     return isTerminal(stream) && GetConsoleOutputCP() == CP_UTF8;
 }
 
-std::optional<std::string> readHiddenLine(const std::string &prompt)
+std::optional<std::string> askLine(const std::string &prompt, Echo echo)
 {
     const Console input(L"CONIN$");
     const Console output(L"CONOUT$");
     if (!input.isOpen() || !output.isOpen())
         return std::nullopt;
-    const EchoOff silence(input.handle());
-    if (!silence.works())
+    const OnInterrupt leaveLine([&output] {
+        output.write("\r\n");
+        return std::string();
+    });
+    std::optional<EchoOff> silence;
+    if (echo == Echo::Off && !silence.emplace(input.handle()).works())
         return std::nullopt;
     output.write(prompt);
     std::optional<std::string> line = readLine(input.handle());
-    output.write("\r\n");
+    if (echo == Echo::Off)
+        output.write("\r\n");
     return line;
 }
 

@@ -1,36 +1,36 @@
+#include "program.h"
+
 #include <algorithm>
 #include <cstdio>
 #include <exception>
+#include <sstream>
+#include <utility>
 
 #include <CLI/CLI.hpp>
-#include <fmt/format.h>
 
 #include "commands/commands.h"
 #include "exit_code.h"
 #include "failure.h"
 #include "host/host_memory.h"
+#include "ui/interrupt.h"
 #include "ui/output.h"
+#include "ui/printable.h"
 #include "ui/terminal.h"
 
-namespace {
+namespace penctl {
 
-using namespace penctl;
+namespace {
 
 constexpr const char *kExitCodes =
     "Exit codes: 0 done; 1 to 11 the library's result, told in words on standard error;\n"
     "64 wrong usage, 65 damaged file, 66 unreadable file, 69 no such pen, 74 cannot write,\n"
-    "77 not agreed to, 130 interrupted.";
+    "75 another penctl has the pen, 77 not agreed to, 130 interrupted.";
 
 std::string versionText()
 {
     LibraryText version;
     zelGetApiVersion(version.out());
     return "penctl, library " + version.str();
-}
-
-std::string complaint(const CLI::App *program, const CLI::Error &error)
-{
-    return "penctl: " + CLI::FailureMessage::simple(program, error);
 }
 
 void addCommands(CLI::App &program)
@@ -47,54 +47,78 @@ void addCommands(CLI::App &program)
     addLock(program);
     addUnlock(program);
     addPassword(program);
-    addCert(program);
-    addKey(program);
-    addEncrypted(program);
+    addHoldings(program);
     addUserData(program);
     addDfu(program);
 }
 
-/** CLI11 prints help and complaints itself; of its own exit codes only "all is well" is kept. */
-int parseAndRun(CLI::App &program, std::vector<std::string> arguments)
+[[noreturn]] void failOnUsage(const CLI::ParseError &error)
 {
-    arguments.erase(arguments.begin());
+    throw Failure(kUsageError, printable(error.what()) + "\nRun with --help for more information.");
+}
+
+void parseAndRun(CLI::App &program, std::vector<std::string> arguments)
+{
     std::reverse(arguments.begin(), arguments.end());
     try {
         program.parse(arguments);
     } catch (const CLI::ParseError &error) {
-        return program.exit(error) == 0 ? 0 : kUsageError;
+        if (error.get_exit_code() != 0)
+            failOnUsage(error);
+        std::ostringstream help;
+        program.exit(error, help);
+        return print(help.str());
     }
     if (program.get_subcommands().empty())
         throw Failure(kUsageError, "say what to do; penctl --help lists the commands");
-    finishOutput();
-    return 0;
 }
 
-int run(const std::vector<std::string> &arguments)
+void run(std::vector<std::string> arguments)
 {
     CLI::App program("Talks to digital pens through the pen service of this machine.", "penctl");
     program.footer(kExitCodes);
     // A subcommand is required, but CLI11 would say so of one that is mistyped too.
     program.require_subcommand(0, 1);
-    program.failure_message(complaint);
     program.set_version_flag("--version", versionText, "Print the version and leave");
     addCommands(program);
-    return parseAndRun(program, arguments);
+    parseAndRun(program, std::move(arguments));
+    finishOutput();
+}
+
+int failWith(int exitCode, const std::string &text)
+{
+    std::fflush(stdout);
+    if (!text.empty())
+        note("penctl: " + text);
+    return exitCode;
+}
+
+int exitCodeOf(std::vector<std::string> arguments)
+{
+    const OnInterrupt restore([] {
+        restoreConsole();
+        return std::string();
+    });
+    try {
+        run(std::move(arguments));
+        return 0;
+    } catch (const Failure &failure) {
+        return failWith(failure.exitCode(), failure.what());
+    } catch (const std::exception &error) {
+        return failWith(kInternalError, error.what());
+    }
 }
 
 } // namespace
 
-int main(int argc, char **argv)
+int runProgram(std::vector<std::string> arguments)
 {
-    try {
-        prepareConsole();
-        return run(programArguments(argc, argv));
-    } catch (const Failure &failure) {
-        std::fflush(stdout);
-        note(fmt::format("penctl: {}", failure.what()));
-        return failure.exitCode();
-    } catch (const std::exception &error) {
-        note(fmt::format("penctl: {}", error.what()));
-        return kInternalError;
-    }
+    prepareConsole();
+    listenForInterrupts();
+    const int exitCode = exitCodeOf(std::move(arguments));
+    endInterrupts();
+    restoreConsole();
+    return exitCode;
 }
+
+} // namespace penctl

@@ -1,0 +1,18 @@
+#include <filesystem>
+
+#include "program.h"
+
+/** Tells MinGW's start-up code not to replace "*" by the names of files: page addresses hold it too. */
+extern "C" int _dowildcard;
+int _dowildcard = 0;
+
+/** The arguments as main() gets them are in the system's code page, which need not have all characters. */
+extern "C" int wmain(int argc, wchar_t **argv)
+{
+    std::vector<std::string> arguments;
+    for (int i = 1; i < argc; ++i) {
+        const std::u8string text = std::filesystem::path(argv[i]).u8string();
+        arguments.emplace_back(text.begin(), text.end());
+    }
+    return penctl::runProgram(std::move(arguments));
+}
