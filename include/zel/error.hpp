@@ -233,11 +233,11 @@ class [[nodiscard]] Result
 {
 public:
     /** Success. */
-    Result(T value)
-        : m_content(std::in_place_index<0>, std::move(value)) {} // NOLINT(google-explicit-constructor)
+    // NOLINTNEXTLINE(google-explicit-constructor)
+    Result(T value) : m_content(std::in_place_index<0>, std::move(value)) {}
     /** Failure. */
-    Result(E error)
-        : m_content(std::in_place_index<1>, std::move(error)) {} // NOLINT(google-explicit-constructor)
+    // NOLINTNEXTLINE(google-explicit-constructor)
+    Result(E error) : m_content(std::in_place_index<1>, std::move(error)) {}
 
     /** Whether there is a value. */
     explicit operator bool() const noexcept { return m_content.index() == 0; }
@@ -275,8 +275,8 @@ public:
     /** Success. */
     Result() = default;
     /** Failure. */
-    Result(E error)
-        : m_content(std::in_place_index<1>, std::move(error)) {} // NOLINT(google-explicit-constructor)
+    // NOLINTNEXTLINE(google-explicit-constructor)
+    Result(E error) : m_content(std::in_place_index<1>, std::move(error)) {}
 
     /** Whether it succeeded. */
     explicit operator bool() const noexcept { return m_content.index() == 0; }

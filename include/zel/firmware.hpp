@@ -142,6 +142,7 @@ class DownloadCallback
 public:
     /** Nobody is told. */
     DownloadCallback() = default;
+    // NOLINTNEXTLINE(google-explicit-constructor)
     DownloadCallback(std::nullptr_t) {} ///< \copydoc DownloadCallback()
     /** Wraps a callable that returns nothing, or whether to go on. */
     template <class Callable, class Answer = std::invoke_result_t<const Callable &, const DownloadProgress &>>
@@ -476,9 +477,9 @@ private:
     bool pause(const DfuStatus &status)
     {
         constexpr milliseconds step{100};
-        for (milliseconds left = std::max(status.pollTimeout, milliseconds(1)); left.count() > 0;
+        for (milliseconds left = (std::max)(status.pollTimeout, milliseconds(1)); left.count() > 0;
              left -= step) {
-            std::this_thread::sleep_for(std::min(left, step));
+            std::this_thread::sleep_for((std::min)(left, step));
             if (left > step && !tell())
                 return false;
         }

@@ -108,7 +108,7 @@ constexpr milliseconds kQuiet{1000};
 inline Clock::time_point deadlineAfter(milliseconds limit)
 {
     constexpr milliseconds longest = std::chrono::hours(24 * 365);
-    return Clock::now() + std::min(limit, longest);
+    return Clock::now() + (std::min)(limit, longest);
 }
 
 /** What zel.h asks for: starting, stopping and enumerating run beside no other function. Functions enter
@@ -348,6 +348,12 @@ public:
         return event;
     }
 
+    bool isClosed(const EventQueue &queue)
+    {
+        const std::lock_guard lock(m_mutex);
+        return queue.isClosed;
+    }
+
     void close(EventQueue &queue)
     {
         const std::lock_guard lock(m_mutex);
@@ -358,13 +364,15 @@ public:
     /** Lets every pen be announced anew; those that are not within a while count as departed. */
     Result<void> refresh()
     {
-        {
-            const std::lock_guard lock(m_mutex);
-            openBurst(Clock::now());
-            m_isResync = true;
-            m_changed.notify_all();
-        }
-        const std::uint32_t code = m_mode.gate.alone([&] { return m_mode.restart(*this); });
+        const std::uint32_t code = m_mode.gate.alone([this] {
+            {
+                const std::lock_guard lock(m_mutex);
+                openBurst(Clock::now());
+                m_isResync = true;
+                m_changed.notify_all();
+            }
+            return m_mode.restart(*this);
+        });
         if (code != ZEL_OK)
             return Error(static_cast<Errc>(code), m_mode.restartName);
         return {};
@@ -465,7 +473,7 @@ private:
             settle();
             if (condition() || Clock::now() >= deadline)
                 return;
-            m_changed.wait_until(lock, m_burstEnd ? std::min(deadline, *m_burstEnd) : deadline);
+            m_changed.wait_until(lock, m_burstEnd ? (std::min)(deadline, *m_burstEnd) : deadline);
         }
     }
 
@@ -636,9 +644,9 @@ public:
     /** Waits for the next event. */
     Iterator &operator++()
     {
-        m_event = m_events->next(std::chrono::milliseconds::max());
-        while (!m_event && !m_events->m_queue->isClosed)
-            m_event = m_events->next(std::chrono::milliseconds::max());
+        do
+            m_event = m_events->next((std::chrono::milliseconds::max)());
+        while (!m_event && !m_events->m_core->isClosed(*m_events->m_queue));
         return *this;
     }
     /** Waits for the next event. */
@@ -1399,7 +1407,7 @@ private:
     /** More than 32 bits count would be cut; no pen takes so much. */
     static std::uint32_t length(Bytes bytes) noexcept
     {
-        return static_cast<std::uint32_t>(std::min<std::size_t>(bytes.size(), UINT32_MAX));
+        return static_cast<std::uint32_t>((std::min<std::size_t>)(bytes.size(), UINT32_MAX));
     }
 
     template <class... Parameters, class... Arguments>

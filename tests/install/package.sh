@@ -28,14 +28,14 @@ expect "$preset: the package holds the licence" cmp LICENSE "$prefix/share/doc/z
 case $preset in
     native)
         expect "native: hosts build from the package" consumer native
-        for host in c_host cpp_host list_pens; do
+        for host in c_host cpp_host cpp17_host list_pens; do
             expect "native: $host runs" started "build/install/native-consumer/$host"
         done
         ;;
     windows)
         expect "windows: hosts build from the package with MinGW" \
             consumer windows --toolchain "$PWD/cmake/toolchain-mingw64.cmake"
-        for host in c_host cpp_host list_pens; do
+        for host in c_host cpp_host cpp17_host list_pens; do
             expect "windows: $host runs" started "$@" "build/install/windows-consumer/$host.exe"
         done
         expect "windows: a host builds from the package for Microsoft's linker" \

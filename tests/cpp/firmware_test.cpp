@@ -1,0 +1,250 @@
+#include <zel/firmware.hpp>
+
+#include "host_pens.h"
+
+#include <stdexcept>
+
+namespace cpphost {
+namespace {
+
+using pensim::Ending;
+using pensim::Reply;
+using zelpp::DfuState;
+namespace instruction = pensim::instruction;
+
+constexpr std::size_t kBlock = 64;
+
+pensim::PenSpec firmwarePen(std::uint64_t id = kPenId)
+{
+    pensim::PenSpec spec;
+    spec.id = id;
+    spec.dfuMode = true;
+    spec.dfu.transferSize = kBlock;
+    return spec;
+}
+
+class CppFirmware : public testing::Test
+{
+protected:
+    void SetUp() override { m_service.start(); }
+
+    pensim::Pen &dock(const pensim::PenSpec &spec = firmwarePen()) { return m_service.dock(spec); }
+    zelpp::DfuPen connect() { return m_library.connect(m_library.wait(kPatience)); }
+
+    pensim::Service m_service;
+    zelpp::DfuLibrary m_library;
+};
+
+TEST_F(CppFirmware, PensInThatModeAreListed)
+{
+    dock();
+    pensim::PenSpec other;
+    other.id = 7;
+    m_service.dock(other);
+    const zelpp::PenInfo info = m_library.wait(kSerial, kPatience);
+    EXPECT_EQ(info.penId, kPenId);
+    EXPECT_TRUE(info.firmwareUpgrade);
+    EXPECT_EQ(m_library.discover(kPatience).size(), 1u);
+    const zelpp::Library ordinary;
+    EXPECT_EQ(ordinary.wait(kPatience).penId, 7u) << "both modes at once";
+}
+
+TEST_F(CppFirmware, WholeImageReachesThePen)
+{
+    pensim::Pen &pen = dock();
+    const Bytes image = pensim::generatedStrokes(20 * kBlock + 17, 1);
+    std::vector<std::uint64_t> sent;
+    connect().download(image, [&](const zelpp::DownloadProgress &progress) {
+        sent.push_back(progress.bytesSent);
+        EXPECT_EQ(progress.bytesTotal, image.size());
+        EXPECT_EQ(progress.blocks, 21u);
+        EXPECT_EQ(progress.blocksSent, (progress.bytesSent + kBlock - 1) / kBlock);
+    });
+    EXPECT_EQ(pen.firmwareImage(), image);
+    EXPECT_TRUE(pen.firmwareInstalled());
+    ASSERT_EQ(sent.size(), 22u);
+    EXPECT_EQ(sent.front(), 0u);
+    EXPECT_EQ(sent.back(), image.size());
+}
+
+TEST_F(CppFirmware, PenThatMustBeResetAfterwardsIs)
+{
+    pensim::PenSpec spec = firmwarePen();
+    spec.dfu.manifestationTolerant = false;
+    pensim::Pen &pen = dock(spec);
+    const zelpp::Library ordinary;
+    connect().download(Bytes(kBlock, 0xaa));
+    EXPECT_TRUE(pen.firmwareInstalled());
+    EXPECT_EQ(ordinary.wait(kSerial, kPatience).penId, kPenId) << "it runs its firmware";
+}
+
+TEST_F(CppFirmware, WhatAnEarlierDownloadLeftBehindIsClearedAway)
+{
+    pensim::Pen &pen = dock();
+    zelpp::DfuPen connected = connect();
+    connected.sendBlock(0, Bytes(kBlock, 0x11));
+    std::this_thread::sleep_for(connected.status().pollTimeout);
+    ASSERT_EQ(connected.status().state, DfuState::downloadIdle);
+    const Bytes image(2 * kBlock, 0x22);
+    connected.download(image);
+    EXPECT_EQ(pen.firmwareImage(), image);
+
+    EXPECT_THROW(connected.detach(), zelpp::Error) << "it is detached already";
+    EXPECT_EQ(connected.state(), DfuState::error);
+    connected.download(image);
+    EXPECT_EQ(pen.firmwareImage(), image);
+}
+
+TEST_F(CppFirmware, PenThatCannotWriteABlockTellsWhy)
+{
+    pensim::PenSpec spec = firmwarePen();
+    spec.dfu.failAtBlock = 2;
+    dock(spec);
+    zelpp::DfuPen pen = connect();
+    const zelpp::Result<void> result = pen.tryDownload(Bytes(5 * kBlock, 0xaa));
+    ASSERT_FALSE(result);
+    EXPECT_EQ(result.error().code(), Errc::downloadFailed);
+    EXPECT_STREQ(result.error().what(),
+                 "download (the pen stopped after 128 bytes: the memory cannot be written; "
+                 "status 3, dfuERROR): The pen did not take the firmware.");
+}
+
+TEST_F(CppFirmware, CallbackThatSaysNoGivesTheDownloadUp)
+{
+    pensim::Pen &pen = dock();
+    zelpp::DfuPen connected = connect();
+    const zelpp::Result<void> result =
+        connected.tryDownload(Bytes(5 * kBlock, 0xaa), [](const zelpp::DownloadProgress &progress) {
+            return progress.blocksSent < 2;
+        });
+    ASSERT_FALSE(result);
+    EXPECT_EQ(result.error().code(), Errc::cancelled);
+    EXPECT_EQ(pen.requestCount(instruction::dfuAbort), 1u);
+    EXPECT_EQ(connected.state(), DfuState::idle);
+    EXPECT_FALSE(pen.firmwareInstalled());
+}
+
+TEST_F(CppFirmware, ExceptionOfTheCallbackGivesTheDownloadUp)
+{
+    pensim::Pen &pen = dock();
+    zelpp::DfuPen connected = connect();
+    EXPECT_THROW(
+        connected.download(Bytes(5 * kBlock, 0xaa),
+                           [](const zelpp::DownloadProgress &) { throw std::out_of_range("its own"); }),
+        std::out_of_range);
+    EXPECT_EQ(pen.requestCount(instruction::dfuAbort), 1u);
+    EXPECT_EQ(connected.state(), DfuState::idle);
+}
+
+TEST_F(CppFirmware, PenThatLeavesInTheMiddleIsALostConnection)
+{
+    dock();
+    zelpp::DfuPen pen = connect();
+    EXPECT_THROW(pen.download(Bytes(5 * kBlock, 0xaa),
+                              [&](const zelpp::DownloadProgress &progress) {
+                                  if (progress.blocksSent == 2)
+                                      m_service.undock(kPenId);
+                              }),
+                 zelpp::CommunicationError);
+    zelpp::Events events = m_library.events();
+    while (!m_library.pens().empty())
+        events.next(kPatience);
+    EXPECT_EQ(thrown([&] { m_library.connect(pen.info()); }), Errc::noPen);
+}
+
+TEST_F(CppFirmware, ImageThatCannotBeSentIsRefusedBeforehand)
+{
+    pensim::Pen &pen = dock();
+    zelpp::DfuPen connected = connect();
+    EXPECT_EQ(connected.tryDownload({}).error().code(), Errc::invalidArgument);
+    pen.onInstruction(instruction::dfuFunctionalDescriptor,
+                      Reply::withValue(pensim::Value::binary({0x00, 0, 0, 0, 0, 0, 0}))); // takes none
+    EXPECT_EQ(connected.tryDownload(Bytes(1, 0)).error().code(), Errc::notSupported);
+    EXPECT_EQ(pen.requestCount(instruction::dfuDownload), 0u);
+}
+
+TEST_F(CppFirmware, DescriptorAndStatusAreReadFieldByField)
+{
+    pensim::Pen &pen = dock();
+    zelpp::DfuPen connected = connect();
+    pen.onInstruction(instruction::dfuFunctionalDescriptor,
+                      Reply::withValue(pensim::Value::binary({0x05,          // takes images, tolerant
+                                                              0xe8, 0x03,    // detach timeout 1000 ms
+                                                              0x40, 0x01,    // transfer size 320
+                                                              0x10, 0x01})), // version 1.1
+                      1);
+    pen.onInstruction(instruction::dfuFunctionalDescriptor,
+                      Reply::withValue(pensim::Value::binary({0x07, 0x21,    // length, type
+                                                              0x02,          // gives images
+                                                              0x01, 0x00,    // detach timeout 1 ms
+                                                              0x00, 0x10})), // transfer size 4096
+                      2);
+    pen.onInstruction(instruction::dfuGetStatus,
+                      Reply::withValue(pensim::Value::binary({0x08,             // an address is out of range
+                                                              0x01, 0x02, 0x03, // 0x030201 ms
+                                                              0x0a,             // dfuERROR
+                                                              0x05})),          // string index
+                      1);
+    const zelpp::DfuDescriptor bare = connected.descriptor();
+    EXPECT_TRUE(bare.canDownload());
+    EXPECT_FALSE(bare.canUpload());
+    EXPECT_TRUE(bare.isManifestationTolerant());
+    EXPECT_EQ(bare.detachTimeout, 1000ms);
+    EXPECT_EQ(bare.transferSize, 320);
+    const zelpp::DfuDescriptor headed = connected.descriptor();
+    EXPECT_FALSE(headed.canDownload());
+    EXPECT_TRUE(headed.canUpload());
+    EXPECT_FALSE(headed.isManifestationTolerant());
+    EXPECT_EQ(headed.detachTimeout, 1ms);
+    EXPECT_EQ(headed.transferSize, 4096);
+    const zelpp::DfuStatus status = connected.status();
+    EXPECT_TRUE(status.failed());
+    EXPECT_STREQ(zelpp::dfuStatusText(status.status), "an address is out of range");
+    EXPECT_EQ(status.pollTimeout, std::chrono::milliseconds(0x030201));
+    EXPECT_EQ(status.state, DfuState::error);
+    EXPECT_STREQ(zelpp::dfuStateName(status.state), "dfuERROR");
+    EXPECT_EQ(status.stringIndex, 5);
+    EXPECT_STREQ(zelpp::dfuStateName(static_cast<DfuState>(99)), "unknown state");
+    EXPECT_STREQ(zelpp::dfuStatusText(99), "unknown fault");
+}
+
+TEST_F(CppFirmware, RequestsReachThePen)
+{
+    pensim::Pen &pen = dock();
+    zelpp::DfuPen connected = connect();
+    EXPECT_EQ(connected.serial(), kSerial);
+    connected.tryAbort().value();
+    EXPECT_FALSE(connected.tryClearStatus()) << "there is no error to clear";
+    EXPECT_FALSE(connected.tryDetachToBootLoader());
+    EXPECT_EQ(connected.trySendBlock(0, Bytes(65536, 0)).error().code(), Errc::invalidArgument);
+    connected.clearStatus();
+    connected.resetPort();
+    for (const std::uint32_t code :
+         {instruction::dfuAbort, instruction::dfuDetachBoot, instruction::dfuResetPort})
+        EXPECT_EQ(pen.requestCount(code), 1u);
+    EXPECT_EQ(pen.requestCount(instruction::dfuClearStatus), 2u);
+    EXPECT_THROW(connected.abort(), zelpp::CommunicationError);
+    connected.disconnect();
+    EXPECT_EQ(connected.tryAbort().error().code(), Errc::invalidArgument);
+}
+
+// This mode does not look for the service again by itself.
+TEST_F(CppFirmware, RefreshFindsAServiceThatWasAway)
+{
+    dock();
+    m_library.wait(kPatience);
+    zelpp::Events events = m_library.events();
+    EXPECT_EQ(events.next(kPatience)->kind, zelpp::PenEvent::Kind::arrived);
+    m_service.rendezvous().shutDown(Ending::reset);
+    m_service.undock(kPenId);
+    m_service.rendezvous().listen();
+    m_service.dock(firmwarePen(7));
+    m_library.refresh();
+    EXPECT_EQ(events.next(kPatience)->pen.penId, 7u);
+    const std::optional<zelpp::PenEvent> gone = events.next(kPatience);
+    EXPECT_EQ(gone->pen.penId, kPenId);
+    EXPECT_EQ(gone->kind, zelpp::PenEvent::Kind::departed);
+}
+
+} // namespace
+} // namespace cpphost

@@ -1,0 +1,177 @@
+#include "host_pens.h"
+
+#include "support/process_counts.h"
+
+#include <atomic>
+#include <thread>
+
+namespace cpphost {
+namespace {
+
+/** Whether the C library is stopped: then the test can start it by itself. */
+bool isStopped()
+{
+    const auto ignore = [](DiscoveryHandle *record, void *) { zelFreeDiscoveryHandle(&record); };
+    const std::uint32_t code = zelInitialize(ignore, ignore, nullptr);
+    if (code == ZEL_OK)
+        zelExit();
+    return code == ZEL_OK;
+}
+
+/** That so many rounds have left no descriptor and no thread. */
+void expectNothingLeft(const zel::test::ProcessCounts &before, std::size_t rounds)
+{
+    const zel::test::ProcessCounts after = zel::test::countProcess(before);
+    if (zel::test::countsExactly())
+        EXPECT_EQ(after, before);
+    else
+        EXPECT_LT(after.descriptors, before.descriptors + rounds);
+}
+
+class CppTeardown : public testing::Test
+{
+protected:
+    void SetUp() override { m_service.start(); }
+
+    pensim::Service m_service{{}, {{penWithPages(), penWithPages(7)}, {}}};
+};
+
+TEST_F(CppTeardown, ConnectedPenKeepsTheLibraryAlive)
+{
+    std::optional<zelpp::Pen> pen;
+    {
+        const zelpp::Library library;
+        pen = library.connect(library.wait(kPatience));
+    }
+    EXPECT_FALSE(isStopped());
+    EXPECT_EQ(pen->productName(), "Brand");
+    pen.reset();
+    EXPECT_TRUE(isStopped());
+}
+
+TEST_F(CppTeardown, EventsKeepTheLibraryAlive)
+{
+    std::optional<zelpp::Events> events = zelpp::Library().events();
+    EXPECT_TRUE(events->next(kPatience));
+    EXPECT_FALSE(isStopped());
+    events.reset();
+    EXPECT_TRUE(isStopped());
+}
+
+TEST_F(CppTeardown, LibrariesShareWhatIsStarted)
+{
+    std::optional<zelpp::Library> first = zelpp::Library();
+    first->wait(kPatience);
+    std::optional<zelpp::Library> second = zelpp::Library();
+    EXPECT_FALSE(second->pens().empty()) << "known at once";
+    first.reset();
+    EXPECT_EQ(second->connect(second->wait(zelpp::serialText(7), kPatience)).productName(), "Brand");
+    second.reset();
+    EXPECT_TRUE(isStopped());
+}
+
+TEST_F(CppTeardown, LibraryThatOtherCodeHasStartedIsLeftAlone)
+{
+    const auto ignore = [](DiscoveryHandle *record, void *) { zelFreeDiscoveryHandle(&record); };
+    ASSERT_EQ(zelInitialize(ignore, ignore, nullptr), ZEL_OK);
+    EXPECT_EQ(thrown([] { const zelpp::Library library; }), Errc::alreadyInitialized);
+    EXPECT_FALSE(isStopped());
+    EXPECT_EQ(zelExit(), ZEL_OK);
+    EXPECT_NO_THROW(zelpp::Library());
+}
+
+TEST_F(CppTeardown, PenThatIsMovedDisconnectsOnce)
+{
+    const zelpp::Library library;
+    zelpp::Pen pen = library.connect(library.wait(kSerial, kPatience));
+    zelpp::Pen other = library.connect(library.wait(zelpp::serialText(7), kPatience));
+    const PenHandle *const handle = other.handle();
+    pen = std::move(other);
+    EXPECT_EQ(pen.handle(), handle);
+    EXPECT_EQ(pen.info().penId, 7u);
+    EXPECT_EQ(pen.productName(), "Brand");
+    EXPECT_FALSE(other.isConnected());                                      // NOLINT(bugprone-use-after-move)
+    EXPECT_EQ(thrown([&] { other.productName(); }), Errc::invalidArgument); // NOLINT(bugprone-use-after-move)
+    pen.disconnect();
+    EXPECT_FALSE(pen.isConnected());
+    EXPECT_EQ(thrown([&] { pen.fetchAll(); }), Errc::invalidArgument);
+    EXPECT_EQ(thrown([&] { pen.pages(); }), Errc::invalidArgument);
+    pen.disconnect();
+}
+
+TEST_F(CppTeardown, ConnectionThatFailsLeavesNothing)
+{
+    const zelpp::Library library;
+    const zelpp::PenInfo info = library.wait(kSerial, kPatience);
+    m_service.pen(kPenId).refuseConnections(true);
+    EXPECT_EQ(thrown([&] { library.connect(info); }), Errc::unexpected);
+    const zel::test::ProcessCounts before = zel::test::countProcess();
+    for (int i = 0; i < 20; ++i)
+        EXPECT_FALSE(library.tryConnect(info));
+    expectNothingLeft(before, 20);
+}
+
+// Library, pens, events and page data go in every order, also from other threads.
+TEST_F(CppTeardown, NoDescriptorIsLeftWhateverTheOrder)
+{
+    const auto round = [&](int order) {
+        std::optional<zelpp::Library> library = zelpp::Library();
+        std::optional<zelpp::Pen> pen = library->connect(library->wait(kSerial, kPatience));
+        std::optional<zelpp::Pen> other = library->connect(library->wait(zelpp::serialText(7), kPatience));
+        std::optional<zelpp::Events> events = library->events();
+        std::optional<zelpp::PageData> data = pen->fetch({"11.2.3.45"});
+        const std::function<void()> ends[] = {[&] { library.reset(); }, [&] { pen.reset(); },
+                                              [&] { events.reset(); }, [&] { data.reset(); },
+                                              [&] { std::thread([&] { other.reset(); }).join(); }};
+        for (int i = 0; i < 5; ++i)
+            ends[(order + i * (order % 4 + 1)) % 5]();
+        EXPECT_TRUE(isStopped());
+    };
+    round(0);
+    const zel::test::ProcessCounts before = zel::test::countProcess();
+    for (int order = 0; order < 20; ++order)
+        round(order);
+    expectNothingLeft(before, 20);
+}
+
+TEST_F(CppTeardown, TwoThreadsUseOnePenEach)
+{
+    const zelpp::Library library;
+    std::atomic<int> fetched{0};
+    const auto use = [&](const std::string &serial) {
+        for (int i = 0; i < 20; ++i) {
+            zelpp::Pen pen = library.connect(library.wait(serial, kPatience));
+            pen.setAutoPowerOff(static_cast<std::uint16_t>(i));
+            if (pen.fetchAll().size() == 5 && pen.autoPowerOff() == i)
+                ++fetched;
+        }
+    };
+    std::thread first(use, std::string(kSerial));
+    std::thread second(use, zelpp::serialText(7));
+    for (int i = 0; i < 5; ++i)
+        library.refresh(); // runs beside no operation
+    first.join();
+    second.join();
+    EXPECT_EQ(fetched, 40);
+}
+
+TEST_F(CppTeardown, ThreadsThatStartAndStopDoNotMeetHalfway)
+{
+    std::atomic<int> found{0};
+    const auto use = [&] {
+        for (int i = 0; i < 10; ++i) {
+            const zelpp::Library library;
+            if (library.tryWait(kPatience))
+                ++found;
+        }
+    };
+    std::thread first(use);
+    std::thread second(use);
+    first.join();
+    second.join();
+    EXPECT_EQ(found, 20);
+    EXPECT_TRUE(isStopped());
+}
+
+} // namespace
+} // namespace cpphost
