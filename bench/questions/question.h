@@ -21,5 +21,6 @@ void askCounts(const Bench &bench, Report &report);
 void askCodec(const Bench &bench, Report &report);
 void askInternals(const Bench &bench, Report &report);
 void askLibrary(const Bench &bench, Report &report);
+void askCpp(const Bench &bench, Report &report);
 
 } // namespace zel::bench

@@ -23,6 +23,7 @@ constexpr Question kQuestions[] = {
     {"codec", "Codec, a node, over other libraries", askCodec},
     {"internals", "Inside the library, over the least that would do", askInternals},
     {"library", "The library itself", askLibrary},
+    {"cpp", "The C++ header, over the C functions that it calls", askCpp},
 };
 
 /** Everything that is started from here runs on the same processor: two would add the time of
