@@ -1,9 +1,7 @@
 #include "hosts.h"
 
 #ifdef _WIN32
-// Hosts may include it first, with its macros min and max.
-#undef NOMINMAX
-#include <windows.h>
+#include <windows.h> // as hosts do; its macros must not meet a name of ours
 #endif
 
 #include <zel/firmware.hpp>
