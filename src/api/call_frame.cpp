@@ -9,7 +9,6 @@
 #include "sys/thread.h"
 
 #include <algorithm>
-#include <string>
 #include <string_view>
 
 namespace zel {
@@ -36,20 +35,14 @@ bool allGiven(std::initializer_list<bool> given) noexcept
     return std::ranges::find(given, false) == given.end();
 }
 
-/** An export's own text, or the one that its log name makes. */
-std::string textOr(const char *own, std::string_view before, const char *logName, std::string_view after)
-{
-    if (own != nullptr)
-        return own;
-    return std::string(before).append(logName).append(after);
-}
-
-std::string withReason(std::string text, const char *reason)
+/** "%s" in the text stands for the reason. */
+void logWithReason(std::string_view text, const char *reason)
 {
     constexpr std::string_view kReason = "%s";
-    if (const std::size_t at = text.find(kReason); at != std::string::npos)
-        text.replace(at, kReason.size(), reason);
-    return text;
+    if (const std::size_t at = text.find(kReason); at != std::string_view::npos)
+        LogError(text.substr(0, at), reason, text.substr(at + kReason.size()));
+    else
+        LogError(text);
 }
 
 } // namespace
@@ -95,27 +88,27 @@ std::uint32_t CallFrame::translate(const PenHandle *pen, CallBody body) const
     } catch (const PspConnectionException &lost) {
         if (catches < Catches::Connection)
             throw;
-        LogError(withReason(textOr(connectionText, "[", logName, "] failed"), lost.what()));
+        logWithReason(connectionText.view(), lost.what());
         return ZEL_ERR_COMMUNICATION;
     } catch (const PspPenIsLockedException &) {
         if (catches < Catches::LockedPen)
             throw;
-        LogError(textOr(lockedText, "[", logName, "] failed, pen is locked"));
+        LogError(lockedText.view());
         return ZEL_ERR_PEN_LOCKED;
     } catch (const PspUnknownInstructionException &) {
         if (catches < Catches::UnknownInstruction)
             throw;
-        LogError(textOr(unknownText, "[", logName, "] failed, pen does not support the operation."));
+        LogError(unknownText.view());
         return ZEL_ERR_NOT_SUPPORTED;
     }
 }
 
 std::uint32_t CallFrame::enter(const PenHandle *pen, CallBody body) const
 {
-    if (const std::string mark = textOr(entryMark, "[", logName, "]"); !mark.empty())
-        LogDebug(mark);
+    if (!entryMark.view().empty())
+        LogDebug(entryMark.view());
     if (pen != nullptr && static_cast<std::int16_t>(pen->softwareVersion) < minVersion) {
-        LogDebug(textOr(nullptr, "[", logName, "] not supported by pen"));
+        LogDebug(notSupportedText.view());
         return ZEL_ERR_NOT_SUPPORTED;
     }
     return body();
@@ -124,8 +117,8 @@ std::uint32_t CallFrame::enter(const PenHandle *pen, CallBody body) const
 std::uint32_t CallFrame::unexpected() const noexcept
 {
     try {
-        LogError(textOr(unexpectedText, "", logName, " caught an undefined exception."));
-    } catch (...) { // without memory for the text the code still tells
+        LogError(unexpectedText.view());
+    } catch (...) { // only an observer can fail; the code is returned all the same
     }
     return ZEL_ERR_UNEXPECTED;
 }

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <initializer_list>
 #include <limits>
+#include <string_view>
 
 namespace zel {
 
@@ -38,6 +39,29 @@ bool cleared(T **output) noexcept
     return preset<T *>(output, nullptr);
 }
 
+/** A text that is composed when the library is compiled; converts from a text that is finished. */
+class FixedText
+{
+public:
+    template <class... Pieces>
+    constexpr FixedText(Pieces... pieces) // NOLINT(google-explicit-constructor): a finished text is meant
+    {
+        (append(pieces), ...);
+    }
+
+    constexpr std::string_view view() const noexcept { return {m_characters, m_length}; }
+
+private:
+    constexpr void append(std::string_view piece)
+    {
+        for (const char character : piece)
+            m_characters[m_length++] = character; // too long for it: does not compile
+    }
+
+    char m_characters[95] = {};
+    std::uint8_t m_length = 0;
+};
+
 /** What an export does inside its frame: any callable that returns a result code, borrowed for
  *  the call. Not a template parameter of the frame, so that the frame's code exists once. */
 class CallBody
@@ -60,7 +84,8 @@ private:
 /** What all exports have in common, and as data what is particular to each: the tests before the
  *  body, the log texts, and the translation of exceptions into result codes. No exception leaves
  *  run(), and a cancellation of the thread (POSIX) takes effect when the body is done. Texts that are
- *  not set are made of the log name; "%s" in connectionText stands for the exception's own text.
+ *  not set are made of the log name; "%s" in connectionText stands for the exception's own text. A
+ *  constant of its export, so its texts are composed when it is compiled.
  *
  *      uint32_t zelSetWakeUpTime(PenHandle *pen, uint32_t seconds)
  *      {
@@ -79,14 +104,15 @@ struct CallFrame {
 
     const char *logName; ///< often, but not always, the export's name
     Needs needs = Needs::Manager;
-    const char *entryMark = nullptr;       ///< "[logName]"; kNoMark for exports that log none
-    std::int16_t minVersion = kAnyVersion; ///< of the pen's software, compared signed
+    FixedText entryMark{"[", logName, "]"}; ///< kNoMark for exports that log none
+    std::int16_t minVersion = kAnyVersion;  ///< of the pen's software, compared signed
     Catches catches = Catches::LockedPen;
-    const char *connectionText = nullptr; ///< "[logName] failed"
-    const char *lockedText = nullptr;     ///< "[logName] failed, pen is locked"
-    const char *unknownText = nullptr;    ///< "[logName] failed, pen does not support the operation."
-    const char *unexpectedText = nullptr; ///< "logName caught an undefined exception."
-    bool handlesSecrets = false;          ///< of which the body leaves nothing on the stack
+    FixedText connectionText{"[", logName, "] failed"};
+    FixedText lockedText{"[", logName, "] failed, pen is locked"};
+    FixedText unknownText{"[", logName, "] failed, pen does not support the operation."};
+    FixedText unexpectedText{logName, " caught an undefined exception."};
+    FixedText notSupportedText{"[", logName, "] not supported by pen"};
+    bool handlesSecrets = false; ///< of which the body leaves nothing on the stack
 
     /** For exports on a connected pen: a null pen counts among what was not given. */
     std::uint32_t run(const PenHandle *pen, std::initializer_list<bool> given, CallBody body) const;

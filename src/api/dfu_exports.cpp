@@ -31,10 +31,10 @@ using DfuRequest = std::unique_ptr<Value> (DfuClient::*)();
 uint32_t succeedUnlessNull(const Value *result, const char *logName, const char *nameInFailure)
 {
     if (isNull(result)) {
-        LogError(FormatLogText("%s returned: Value: null", nameInFailure));
+        LogError(nameInFailure, " returned: Value: null");
         return ZEL_ERR_INVALID_ARGUMENT;
     }
-    LogDebug(FormatLogText("%s succeeded", logName));
+    LogDebug(logName, " succeeded");
     return ZEL_OK;
 }
 
@@ -56,11 +56,10 @@ uint32_t readRecord(const CallFrame &frame, DfuPenHandle *pen, DfuRequest reques
             LogError(wrongType);
             return ZEL_ERR_INVALID_ARGUMENT;
         }
-        std::uint32_t size = 0;
-        const std::uint8_t *const bytes = result->getBinary(&size);
-        if (size != wanted)
+        BinaryBuffer bytes = result->getBinaryBuffer();
+        if (bytes.size() != wanted)
             return ZEL_ERR_INVALID_ARGUMENT;
-        std::memcpy(output, bytes, wanted);
+        std::memcpy(output, bytes.data(), wanted);
         return ZEL_OK;
     });
 }

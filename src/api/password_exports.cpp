@@ -21,9 +21,9 @@ bool isNewPassword(const char *password)
     const std::size_t length = std::strlen(password);
     if (length >= 1 && length <= kLongestNewPassword)
         return true;
-    LogError(FormatLogText("[zelSetPasswordData] failed. Password length is either too short or too long. "
-                           "Password length: %d",
-                           static_cast<int>(length)));
+    LogError(
+        "[zelSetPasswordData] failed. Password length is either too short or too long. Password length: ",
+        static_cast<int>(length));
     return false;
 }
 
@@ -32,10 +32,9 @@ bool isHint(const char *hint)
     const std::size_t length = std::strlen(hint);
     if (length <= kLongestHint)
         return true;
-    LogError(
-        FormatLogText("[ComPen::SetPasswordHint] failed. Password hint length is either too short or too "
-                      "long. Password text length: %d",
-                      static_cast<int>(length)));
+    LogError("[ComPen::SetPasswordHint] failed. Password hint length is either too short or too long. "
+             "Password text length: ",
+             static_cast<int>(length));
     return false;
 }
 

@@ -15,19 +15,23 @@ namespace {
 
 /** The frame of this family: pens know these operations from one software version on, and some
  *  answer that they do not know them after all. */
-constexpr CallFrame securityFrame(const char *name, const char *unknownText = nullptr)
+constexpr CallFrame securityFrame(const char *name)
 {
-    return {.logName = name,
-            .minVersion = 0x0503,
-            .catches = Catches::UnknownInstruction,
-            .unknownText = unknownText};
+    return {.logName = name, .minVersion = 0x0503, .catches = Catches::UnknownInstruction};
 }
 
 /** Of exports that are given what no pen tells again. */
-constexpr CallFrame secretFrame(const char *name, const char *unknownText = nullptr)
+constexpr CallFrame secretFrame(const char *name)
 {
-    CallFrame frame = securityFrame(name, unknownText);
+    CallFrame frame = securityFrame(name);
     frame.handlesSecrets = true;
+    return frame;
+}
+
+constexpr CallFrame secretFrame(const char *name, const char *unknownText)
+{
+    CallFrame frame = secretFrame(name);
+    frame.unknownText = unknownText;
     return frame;
 }
 

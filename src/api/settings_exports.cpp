@@ -8,6 +8,7 @@
 #include "sys/log.h"
 
 #include <algorithm>
+#include <charconv>
 #include <cstring>
 
 using namespace zel;
@@ -51,8 +52,8 @@ constexpr NumberSetting kWakeUpTime{{.logName = "zelSetWakeUpTime", .minVersion 
 std::uint32_t setFlag(const FlagSetting &setting, PenHandle *pen, std::uint8_t flag)
 {
     return setting.set.run(pen, {}, [&] {
-        LogDebug(FormatLogText("[%s] newValue= '%d'", setting.set.logName, flag));
-        LogInfo(FormatLogText("Set '%s' in pen to '%s'", setting.what, flag != 0 ? "true" : "false"));
+        LogDebug("[", setting.set.logName, "] newValue= '", flag, "'");
+        LogInfo("Set '", setting.what, "' in pen to '", flag != 0 ? "true" : "false", "'");
         pen->psp().setValueProperty(setting.property, *Value::createBool(flag != 0));
         return ZEL_OK;
     });
@@ -64,7 +65,7 @@ std::uint32_t getFlag(const FlagSetting &setting, PenHandle *pen, std::uint8_t *
         const auto value = pen->psp().getValueProperty(setting.property);
         const bool set = toNumber<std::uint64_t>(value.get()) != 0;
         const char *text = isNull(value.get()) ? "null" : set ? "true" : "false";
-        LogInfo(FormatLogText("Read '%s' from pen: Value: %s", setting.what, text));
+        LogInfo("Read '", setting.what, "' from pen: Value: ", text);
         *flag = set; // last: a call that fails leaves 0
         return ZEL_OK;
     });
@@ -77,7 +78,7 @@ std::uint32_t getNumber(const NumberSetting &setting, PenHandle *pen, Number *ou
         const auto value = pen->psp().getValueProperty(setting.property);
         // A value of another type is converted all the same.
         if (value->getType() != setting.type)
-            LogError(FormatLogText("[%s] bad type.", setting.get.logName));
+            LogError("[", setting.get.logName, "] bad type.");
         *output = toNumber<Number>(value.get());
         return ZEL_OK;
     });
@@ -89,8 +90,8 @@ std::uint64_t readClock(const PenHandle &pen, std::uint16_t property, const char
     const auto value = pen.psp().getValueProperty(property);
     if (value->getType() == ValueType::Long64)
         return toNumber<std::uint64_t>(value.get());
-    LogError(FormatLogText("Wrong type for %s property. Expected VALUE_LONG64, got %s", name,
-                           Value::typeName(static_cast<std::int32_t>(value->getType()))));
+    LogError("Wrong type for ", name, " property. Expected VALUE_LONG64, got ",
+             Value::typeName(static_cast<std::int32_t>(value->getType())));
     return 0;
 }
 
@@ -137,8 +138,10 @@ uint32_t zelSetTime(PenHandle *pen, uint64_t millis)
 {
     static constexpr CallFrame frame{.logName = "zelSetTime", .entryMark = CallFrame::kNoMark};
     return frame.run(pen, {}, [&] {
-        LogDebug(FormatLogText("[zelSetTime] %#llx millis since 1970, GMT",
-                               static_cast<unsigned long long>(millis)));
+        char digits[16];
+        const auto end = std::to_chars(digits, std::end(digits), millis, 16).ptr;
+        LogDebug("[zelSetTime] ", millis != 0 ? "0x" : "", std::string_view(digits, end),
+                 " millis since 1970, GMT");
         pen->psp().setValueProperty(property::PEN_TIME, *Value::createLong(millis));
         return ZEL_OK;
     });
@@ -242,10 +245,11 @@ uint32_t zelGetPenRevisions(PenHandle *pen, char **revision0, char **revision1, 
             const auto value = pen->psp().getValueProperty(property::PEN_REVISIONS);
             const ValueList &revisions = toList(value.get());
             elementAt(revisions, 6); // Handed to nobody, but a pen without it is not understood.
-            CopyOutStrings({{toText(elementAt(revisions, 0)), revision0},
-                            {toText(elementAt(revisions, 1)), revision1},
-                            {toText(elementAt(revisions, 3)), revision3},
-                            {toText(elementAt(revisions, 5)), revision5}});
+            TextAllowance allowance(value.get());
+            CopyOutStrings({{toText(elementAt(revisions, 0), allowance), revision0},
+                            {toText(elementAt(revisions, 1), allowance), revision1},
+                            {toText(elementAt(revisions, 3), allowance), revision3},
+                            {toText(elementAt(revisions, 5), allowance), revision5}});
             return ZEL_OK;
         });
 }

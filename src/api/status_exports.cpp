@@ -57,7 +57,7 @@ uint32_t zelGetSecureDeleteEnabled(PenHandle *pen, uint8_t *flag)
         const auto value = pen->psp().getValueProperty(property::SEC_SDE);
         const bool enabled = toNumber<std::uint64_t>(value.get()) != 0;
         const char *text = isNull(value.get()) ? "null" : enabled ? "true" : "false";
-        LogInfo(FormatLogText("Read 'Secure delete enabled' from pen: Value: %s", text));
+        LogInfo("Read 'Secure delete enabled' from pen: Value: ", text);
         *flag = enabled; // last: a call that fails leaves 0
         return ZEL_OK;
     });

@@ -43,7 +43,7 @@ void CDfuRendezvousThread::run()
     try {
         m_listener->serve();
     } catch (const ZELRendezvousException &failure) {
-        LogError(FormatLogText("DfuRendezvousListener terminating because: %s", failure.what()));
+        LogError("DfuRendezvousListener terminating because: ", failure.what());
     }
 }
 

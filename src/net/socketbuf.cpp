@@ -4,6 +4,9 @@
 #include "sys/log.h"
 #include "sys/secure_wipe.h"
 
+#include <algorithm>
+#include <cstring>
+
 namespace zel {
 
 namespace {
@@ -70,14 +73,44 @@ socketbuf::int_type socketbuf::underflow()
         return traits_type::to_int_type(*gptr());
     if (m_receiveLimit - gptr() < gptr() - eback())
         setg(eback(), eback(), eback());
-    const int received = net::recv(m_socket, gptr(), static_cast<std::size_t>(m_receiveLimit - gptr()));
+    const std::size_t received = receive(gptr(), static_cast<std::size_t>(m_receiveLimit - gptr()));
     if (received == 0)
         return traits_type::eof();
+    setg(eback(), gptr(), gptr() + received);
+    // Not the character: callers only compare with eof().
+    return 0;
+}
+
+std::streamsize socketbuf::xsgetn(char *target, std::streamsize count)
+{
+    const std::ptrdiff_t bufferSize = m_receiveLimit - eback();
+    std::streamsize done = 0;
+    while (done < count) {
+        const std::streamsize held = std::min<std::streamsize>(egptr() - gptr(), count - done);
+        if (held > 0) {
+            std::memcpy(target + done, gptr(), static_cast<std::size_t>(held));
+            setg(eback(), gptr() + held, egptr());
+            done += held;
+        } else if (count - done < bufferSize) {
+            if (traits_type::eq_int_type(underflow(), traits_type::eof()))
+                break;
+        } else {
+            setg(eback(), eback(), eback());
+            const std::size_t received = receive(target + done, static_cast<std::size_t>(count - done));
+            if (received == 0)
+                break;
+            done += static_cast<std::streamsize>(received);
+        }
+    }
+    return done;
+}
+
+std::size_t socketbuf::receive(char *target, std::size_t count)
+{
+    const int received = net::recv(m_socket, target, count);
     if (received == net::kSocketError)
         throwFailure("recv", m_socket);
-    setg(eback(), gptr(), gptr() + received);
-    // Not the character: who calls tells data from end of file by it, and no more.
-    return 0;
+    return static_cast<std::size_t>(received);
 }
 
 int socketbuf::sync()

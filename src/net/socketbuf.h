@@ -23,9 +23,15 @@ protected:
     int_type overflow(int_type character) override;
     int_type pbackfail(int_type character) override;
     int_type underflow() override;
+    /** What the buffer does not hold goes straight to its target, as long as a whole buffer's worth is
+     *  missing. What was received so cannot be put back. */
+    std::streamsize xsgetn(char *target, std::streamsize count) override;
     int sync() override;
 
 private:
+    /** Bytes received, 0 when the peer closed; throws IOException. */
+    std::size_t receive(char *target, std::size_t count);
+
     std::unique_ptr<char[]> m_receiveBuffer;
     std::unique_ptr<char[]> m_sendBuffer;
     char *m_receiveLimit;

@@ -31,6 +31,21 @@ const FieldBits &fieldAt(int position)
     return kFields.at(static_cast<std::size_t>(position - 1));
 }
 
+/** Of at most five digits. */
+char *writeDecimal(char *at, unsigned number) noexcept
+{
+    const auto writeDigit = [&](unsigned power) {
+        if (number >= power)
+            *at++ = static_cast<char>('0' + number / power % 10);
+    };
+    writeDigit(10000);
+    writeDigit(1000);
+    writeDigit(100);
+    writeDigit(10);
+    *at++ = static_cast<char>('0' + number % 10);
+    return at;
+}
+
 std::vector<std::string_view> splitAtDots(std::string_view text)
 {
     std::vector<std::string_view> parts;
@@ -105,17 +120,10 @@ std::uint64_t PageAddress::sortKey() const noexcept
     return key;
 }
 
-std::string PageAddress::toString() const
+AddressText PageAddress::text() const noexcept
 {
-    std::string text;
-    appendTo(text);
-    return text;
-}
-
-void PageAddress::appendTo(std::string &out) const
-{
-    char text[kFieldCount * 6]; // at most five digits and a dot each
-    char *at = text;
+    AddressText text;
+    char *at = text.characters;
     for (const FieldBits &field : kFields) {
         const std::uint64_t bits = field.of(raw());
         if (bits == 0 && &field == &kFields.front())
@@ -123,10 +131,11 @@ void PageAddress::appendTo(std::string &out) const
         if (bits == field.ones())
             *at++ = '*';
         else
-            at = std::to_chars(at, std::end(text), bits).ptr;
+            at = writeDecimal(at, static_cast<unsigned>(bits));
         *at++ = '.';
     }
-    out.append(text, at - 1);
+    text.length = static_cast<std::size_t>(at - 1 - text.characters);
+    return text;
 }
 
 } // namespace zel

@@ -2,11 +2,20 @@
 
 #include "protocol/bit_array.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <string_view>
 
 namespace zel {
+
+/** The text of an address. */
+struct AddressText {
+    char characters[30]; // at most five digits and a dot for each field
+    std::size_t length = 0;
+
+    std::string_view view() const noexcept { return {characters, length}; }
+};
 
 /** The address of a page of dot paper: five fields in one 64-bit number. A field of all ones is missing,
  *  reads as -1, is "*" in texts and sorts before every number. */
@@ -33,8 +42,8 @@ public:
 
     /** Orders addresses as operator< does; equal only for equal addresses. */
     std::uint64_t sortKey() const noexcept;
-    std::string toString() const;
-    void appendTo(std::string &out) const;
+    std::string toString() const { return std::string(text().view()); }
+    AddressText text() const noexcept;
 
     friend bool operator==(const PageAddress &a, const PageAddress &b) noexcept { return a.raw() == b.raw(); }
     friend bool operator<(const PageAddress &a, const PageAddress &b) noexcept

@@ -9,12 +9,19 @@
 
 namespace zel {
 
+namespace {
+
+// Items come for as little as a byte each, pages do not: room is made for this many, then as they come.
+constexpr std::size_t kPagesOnTrust = 0xFFFF;
+
+} // namespace
+
 PageList::PageList(const Value &answer)
 {
     if (isNull(&answer))
         return;
     const ValueList &items = answer.getArray();
-    m_pages.reserve(items.size());
+    m_pages.reserve(std::min(items.size(), kPagesOnTrust));
     for (const std::unique_ptr<Value> &item : items) {
         if (!item)
             throw ZELException();
@@ -45,7 +52,7 @@ std::string PageList::toString() const
 {
     std::string text;
     for (const PenPage &page : m_pages) {
-        page.address().appendTo(text);
+        text += page.address().text().view();
         text += ';';
     }
     return text;

@@ -35,18 +35,6 @@ constexpr std::uint16_t kIdentifyingProperties[] = {
     property::DAS_DIFF,
 };
 
-/** "Retreived strokes (%d bytes) from page %s", composed without the formatter: there is one a page. */
-std::string retrievedText(const PenPageStrokes &page)
-{
-    std::string text;
-    text.reserve(80);
-    text += "Retreived strokes (";
-    text += std::to_string(static_cast<int>(page.byteSize()));
-    text += " bytes) from page ";
-    page.address().appendTo(text);
-    return text;
-}
-
 /** Every address of a list must select one page of the pen, and no page may be selected beside. */
 bool selectionMatches(std::size_t requested, std::size_t selected)
 {
@@ -116,7 +104,7 @@ std::uint32_t PageRetrieval::retrieve(std::optional<std::string_view> addresses,
         LogInfo("[GetPage] zelGetAllPages mode");
     }
 
-    fetchPhysicalPages(pages);
+    fetchPhysicalPages(std::exchange(pages, {}));
     fetchStyloPages();
     fetchProperties();
     m_psp.endSyncSession();
@@ -137,7 +125,7 @@ void PageRetrieval::fetchPhysicalPages(const PageList &pages)
     const std::uint32_t total = totalBytes(pages);
     std::uint32_t bytesSoFar = 0;
     reportProgress(bytesSoFar, total);
-    LogInfo(FormatLogText("Preparing to get strokes from %d physical pages", static_cast<int>(pages.size())));
+    LogInfo("Preparing to get strokes from ", pages.size(), " physical pages");
     m_physicalPages.reserve(pages.size());
     for (const PenPage &page : pages) {
         fetchStrokes(page.address());
@@ -150,7 +138,8 @@ void PageRetrieval::fetchStrokes(const PageAddress &address)
 {
     m_physicalPages.emplace_back(address,
                                  m_psp.getPageStf(address, PspClient2::kStrokeFormat, PspClient2::kNoLimit));
-    LogInfo(retrievedText(m_physicalPages.back()));
+    LogInfo("Retreived strokes (", m_physicalPages.back().byteSize(), " bytes) from page ",
+            address.text().view());
 }
 
 void PageRetrieval::fetchStyloPages()
@@ -164,8 +153,8 @@ void PageRetrieval::fetchStyloPages()
         m_styloPages.push_back(takeStyloPage(item->getArray()));
         bytes += m_styloPages.back().byteSize();
     }
-    LogInfo(FormatLogText("Received %d stylo pages containing %d bytes total.",
-                          static_cast<int>(m_styloPages.size()), static_cast<int>(bytes)));
+    LogInfo("Received ", m_styloPages.size(), " stylo pages containing ", static_cast<std::int32_t>(bytes),
+            " bytes total.");
 }
 
 void PageRetrieval::fetchProperties()

@@ -56,18 +56,21 @@ std::vector<bool> occurrences(std::string_view list, const std::vector<std::stri
     tokens.reserve(texts.size());
     forEachToken(list, [&](std::string_view token) { tokens.insert(token); });
 
-    TextSet wanted;
-    for (const std::string &text : texts)
-        if (!tokens.contains(text))
-            wanted.insert(text);
-    TextSet found;
-    if (!wanted.empty())
-        findInside(tokens, wanted, found);
-
     std::vector<bool> occurs;
     occurs.reserve(texts.size());
-    for (const std::string &text : texts)
-        occurs.push_back(tokens.contains(text) || found.contains(text));
+    TextSet wanted;
+    for (const std::string &text : texts) {
+        occurs.push_back(tokens.contains(text));
+        if (!occurs.back())
+            wanted.insert(text);
+    }
+    if (wanted.empty())
+        return occurs;
+
+    TextSet found;
+    findInside(tokens, wanted, found);
+    for (std::size_t i = 0; i < texts.size(); ++i)
+        occurs[i] = occurs[i] || found.contains(texts[i]);
     return occurs;
 }
 

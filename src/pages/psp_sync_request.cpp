@@ -39,6 +39,8 @@ void PspSyncRequest::addPage(PenPageStrokes page)
 
 void PspSyncRequest::addPages(StrokesList pages)
 {
+    if (m_encoder != nullptr)
+        m_encoder->expectPages(pages.size());
     for (PenPageStrokes &page : pages)
         addPage(std::move(page));
 }

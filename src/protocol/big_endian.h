@@ -1,28 +1,42 @@
 #pragma once
 
+#include <bit>
 #include <concepts>
-#include <cstddef>
 #include <cstdint>
+#include <cstring>
 
-/** Network byte order, independent of the host's. Compilers make one load or store and a swap of it. */
+/** Network byte order, independent of the host's. One load or store and a swap of it: a loop over bytes is
+ * what compilers make of a loop over bytes. */
 namespace zel {
 
 template <std::unsigned_integral UInt>
-constexpr UInt loadBigEndian(const std::uint8_t *bytes) noexcept
+UInt swappedUnlessBigEndian(UInt value) noexcept
 {
-    UInt value = 0;
-    for (std::size_t i = 0; i < sizeof(UInt); ++i)
-        value = static_cast<UInt>(value | static_cast<UInt>(bytes[i]) << (8 * (sizeof(UInt) - 1 - i)));
-    return value;
+    if constexpr (std::endian::native == std::endian::big || sizeof(UInt) == 1)
+        return value;
+    else if constexpr (sizeof(UInt) == 2)
+        return __builtin_bswap16(value);
+    else if constexpr (sizeof(UInt) == 4)
+        return __builtin_bswap32(value);
+    else
+        return __builtin_bswap64(value);
+}
+
+template <std::unsigned_integral UInt>
+UInt loadBigEndian(const std::uint8_t *bytes) noexcept
+{
+    UInt value;
+    std::memcpy(&value, bytes, sizeof value);
+    return swappedUnlessBigEndian(value);
 }
 
 /** Returns the position behind what was written. */
 template <std::unsigned_integral UInt>
-constexpr std::uint8_t *storeBigEndian(std::uint8_t *at, UInt value) noexcept
+std::uint8_t *storeBigEndian(std::uint8_t *at, UInt value) noexcept
 {
-    for (std::size_t i = 0; i < sizeof(UInt); ++i)
-        at[i] = static_cast<std::uint8_t>(value >> (8 * (sizeof(UInt) - 1 - i)));
-    return at + sizeof(UInt);
+    const UInt swapped = swappedUnlessBigEndian(value);
+    std::memcpy(at, &swapped, sizeof swapped);
+    return at + sizeof swapped;
 }
 
 } // namespace zel

@@ -18,7 +18,7 @@ namespace {
 constexpr std::size_t kChunkFrom = std::numeric_limits<std::size_t>::max();
 constexpr std::size_t kPagesFrom = kChunkFrom;
 #else
-constexpr std::size_t kChunkFrom = 1024;
+constexpr std::size_t kChunkFrom = 128;
 constexpr std::size_t kPagesFrom = 32 * 1024;
 #endif
 

@@ -33,10 +33,10 @@ private:
     int &m_depth;
 };
 
-/** What is held for bytes received: the decoded tree, and its text while there is one. Together they stay
- *  within 64 bytes per byte received plus 16 MiB. Every value that has a body pays for itself with the bytes
- *  it came in. The elements of a data array whose type has no body come free, and so does the indentation of
- *  elements that lie deep: those are admitted only while they fit. */
+/** What is held for the bytes of one answer: the decoded tree, and the texts that are made of it for the
+ * host. Together they stay within 64 bytes per byte received plus 16 MiB. Every value that has a body pays
+ * for itself with the bytes it came in. The elements of a data array whose type has no body come free, and so
+ * does the indentation of elements that lie deep: those are admitted only while they fit. */
 class TreeBudget
 {
 public:
@@ -51,7 +51,7 @@ public:
         return m_held <= limit(received);
     }
 
-    /** How long the tree's text may become. */
+    /** How long texts made of the tree may become together. */
     std::size_t longestText(std::uint64_t received) const noexcept
     {
         const std::uint64_t most = limit(received);
@@ -68,7 +68,7 @@ private:
     static constexpr std::uint64_t kAllowance = std::uint64_t{16} * 1024 * 1024;
     /** Two words of the heap's for each block, and the element that points there. */
     static constexpr std::uint64_t kBytesPerValue = sizeof(Value) + 16 + sizeof(ValueList::value_type);
-    /** A text that grows is copied into a block of twice its size. */
+    /** A text that grows is copied into a block of twice its size, and once more for the host. */
     static constexpr std::uint64_t kHeldPerTextByte = 3;
 
     std::uint64_t m_held = 0;

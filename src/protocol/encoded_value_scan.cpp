@@ -12,13 +12,11 @@ namespace zel {
 
 namespace {
 
-using Counts = std::vector<std::uint32_t>;
-
 /** Steps over wire forms by the decoder's rules. Each operation tells whether the decoder would succeed. */
 class Scan
 {
 public:
-    Scan(std::span<const std::uint8_t> bytes, Counts *counts) noexcept
+    Scan(std::span<const std::uint8_t> bytes, EncodedCounts *counts) noexcept
         : m_rest(bytes), m_size(bytes.size()), m_counts(counts)
     {
     }
@@ -164,12 +162,12 @@ private:
 
     std::span<const std::uint8_t> m_rest;
     std::size_t m_size;
-    Counts *m_counts;
+    EncodedCounts *m_counts;
     TreeBudget m_budget;
     int m_depth = 0;
 };
 
-bool scan(std::span<const std::uint8_t> bytes, Counts *counts)
+bool scan(std::span<const std::uint8_t> bytes, EncodedCounts *counts)
 {
     Scan whole(bytes, counts);
     const auto type = whole.passValue();
@@ -183,7 +181,7 @@ bool isOneEncodedValue(std::span<const std::uint8_t> bytes) noexcept
     return scan(bytes, nullptr);
 }
 
-bool scanEncodedValue(std::span<const std::uint8_t> bytes, std::vector<std::uint32_t> &terminatedCounts)
+bool scanEncodedValue(std::span<const std::uint8_t> bytes, EncodedCounts &terminatedCounts)
 {
     const std::size_t before = terminatedCounts.size();
     if (!scan(bytes, &terminatedCounts)) {

@@ -101,8 +101,12 @@ void ProtocolInputStream::skipBytes(std::int32_t count)
 
 bool ProtocolInputStream::isAtEnd()
 {
-    if (m_stream->get() == std::istream::traits_type::eof())
+    try {
+        if (m_stream->get() == std::istream::traits_type::eof())
+            return true;
+    } catch (const IOException &) { // of a socket that was reset
         return true;
+    }
     m_stream->unget();
     return false;
 }
@@ -114,7 +118,7 @@ void ProtocolInputStream::throwReadFailure(std::int32_t count)
 
 void ProtocolInputStream::throwSkipFailure(std::int32_t count)
 {
-    LogError(FormatLogText("Error: ProtocolInputStream::skipBytes - skipping %d bytes", count));
+    LogError("Error: ProtocolInputStream::skipBytes - skipping ", count, " bytes");
     throw IOException(FormatLogText("ProtocolInputStream::skipBytes - failed skipping %d bytes", count));
 }
 

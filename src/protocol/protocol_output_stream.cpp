@@ -15,7 +15,12 @@ void ProtocolOutputStream::writeChecked(const std::uint8_t *bytes, std::uint32_t
     if (count == 0)
         return;
     if (m_stream->fail() || !m_stream->write(reinterpret_cast<const char *>(bytes), count))
-        throw IOException("ProtocolOutputStream::write - IOException");
+        throwWriteFailure();
+}
+
+void ProtocolOutputStream::throwWriteFailure()
+{
+    throw IOException("ProtocolOutputStream::write - IOException");
 }
 
 void ProtocolOutputStream::writeByte(std::uint8_t value)

@@ -22,6 +22,8 @@ public:
     virtual void writeInt(std::uint32_t value);
     virtual void writeLong(std::uint64_t value);
 
+    [[noreturn]] static void throwWriteFailure();
+
 private:
     std::ostream *m_stream;
 };

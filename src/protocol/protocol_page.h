@@ -15,8 +15,8 @@ using EntryMap = std::map<std::uint16_t, std::unique_ptr<Value>>;
 /** One page of a page-transaction request. */
 struct ProtocolPage {
     PageAddress address;
-    EntryMap entries;
-    std::unique_ptr<Value> data; // binary or escaped binary; empty when the page has none
+    std::unique_ptr<EntryMap> entries; // empty for most pages, of which there may be thousands
+    std::unique_ptr<Value> data;       // binary or escaped binary; empty when the page has none
 };
 
 } // namespace zel

@@ -7,7 +7,7 @@
 #include "protocol/value_format.h"
 #include "sys/exceptions.h"
 
-#include <algorithm>
+#include <cstring>
 #include <limits>
 #include <utility>
 
@@ -41,13 +41,21 @@ std::size_t entriesSize(const EntryMap &entries)
     return size;
 }
 
+// Not std::copy, of which the compiler makes a loop over single bytes.
+std::uint8_t *writeBytes(std::uint8_t *at, std::span<const std::uint8_t> bytes) noexcept
+{
+    if (!bytes.empty())
+        std::memcpy(at, bytes.data(), bytes.size());
+    return at + bytes.size();
+}
+
 std::uint8_t *writeEntries(std::uint8_t *at, const EntryMap &entries)
 {
     for (const auto &[key, value] : entries) {
         ValueEncoder encoder;
         encoder.encode(*value);
         at = storeBigEndian(at, key);
-        at = std::ranges::copy(encoder.bytes(), at).out;
+        at = writeBytes(at, encoder.bytes());
     }
     return at;
 }
@@ -63,7 +71,7 @@ std::uint8_t *writePageHeader(std::uint8_t *at, const ProtocolPage &page)
     at = storeBigEndian(at, page.address.raw());
     at = storeBigEndian(at, static_cast<std::uint32_t>(dataOf(page).size()));
     at = storeBigEndian(at, static_cast<std::uint8_t>(isFlagged ? 1 : 0));
-    return storeBigEndian(at, static_cast<std::uint16_t>(page.entries.size()));
+    return storeBigEndian(at, static_cast<std::uint16_t>(page.entries ? page.entries->size() : 0));
 }
 
 void write(ProtocolOutputStream &out, std::span<const std::uint8_t> bytes)
@@ -91,18 +99,27 @@ void RequestEncoderV1_0::setPageData(const PageAddress &address, std::unique_ptr
     pageFor(address).data = std::move(data);
 }
 
+void RequestEncoderV1_0::expectPages(std::size_t count)
+{
+    m_pages.reserve(m_pages.size() + count);
+}
+
 void RequestEncoderV1_0::addPageEntry(const PidgetAddress &address, std::unique_ptr<Value> value)
 {
-    pageFor(address.page()).entries.try_emplace(address.number(), std::move(value));
+    ProtocolPage &page = pageFor(address.page());
+    if (!page.entries)
+        page.entries = std::make_unique<EntryMap>();
+    page.entries->try_emplace(address.number(), std::move(value));
 }
 
 ProtocolPage &RequestEncoderV1_0::pageFor(const PageAddress &address)
 {
-    if (const auto found = m_pageIndex.find(address.raw()); found != m_pageIndex.end())
-        return m_pages[found->second];
-    m_pages.push_back({address, {}, nullptr});
-    m_pageIndex.emplace(address.raw(), m_pages.size() - 1);
-    return m_pages.back();
+    if (m_pages.size() == m_pages.capacity())
+        m_pages.reserve(2 * m_pages.size() + 1); // what the index knows must then not fail to be added
+    const std::size_t place = m_index.findOrAdd(address, m_pages);
+    if (place == m_pages.size())
+        m_pages.push_back({address, nullptr, nullptr});
+    return m_pages[place];
 }
 
 void RequestEncoderV1_0::encode(std::ostream &out)
@@ -117,10 +134,12 @@ void RequestEncoderV1_0::encode(std::ostream &out)
         writePageHeader(pageHeader, page);
         write(stream, pageHeader);
         write(stream, dataOf(page));
-        write(stream, page.entries);
+        if (page.entries)
+            write(stream, *page.entries);
     }
     write(stream, m_entries);
-    out.flush();
+    if (!out.flush())
+        ProtocolOutputStream::throwWriteFailure();
 }
 
 std::size_t RequestEncoderV1_0::encodedSize() const
@@ -128,7 +147,7 @@ std::size_t RequestEncoderV1_0::encodedSize() const
     countOf(m_pages.size());
     std::size_t size = kVersionLength + kHeaderLength + entriesSize(m_entries);
     for (const ProtocolPage &page : m_pages)
-        size += kPageHeaderLength + dataOf(page).size() + entriesSize(page.entries);
+        size += kPageHeaderLength + dataOf(page).size() + (page.entries ? entriesSize(*page.entries) : 0);
     return size;
 }
 
@@ -139,8 +158,9 @@ void RequestEncoderV1_0::encodeTo(std::span<std::uint8_t> block)
     std::uint8_t *at = writeHeader(block.data());
     for (ProtocolPage &page : m_pages) {
         at = writePageHeader(at, page);
-        at = std::ranges::copy(dataOf(page), at).out;
-        at = writeEntries(at, page.entries);
+        at = writeBytes(at, dataOf(page));
+        if (page.entries)
+            at = writeEntries(at, *page.entries);
         page.data.reset();
     }
     writeEntries(at, m_entries);

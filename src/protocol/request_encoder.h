@@ -2,6 +2,7 @@
 
 #include "pages/page_address.h"
 #include "pages/pidget_address.h"
+#include "protocol/page_index.h"
 #include "protocol/protocol_page.h"
 #include "protocol/value.h"
 
@@ -10,7 +11,6 @@
 #include <memory>
 #include <ostream>
 #include <span>
-#include <unordered_map>
 #include <vector>
 
 namespace zel {
@@ -35,6 +35,8 @@ public:
     /** Writes the request into a block of exactly encodedSize() bytes. Each page's data is released as
      *  soon as it is written, so that the request and the block are never both whole in memory. */
     virtual void encodeTo(std::span<std::uint8_t> block) = 0;
+    /** Makes room for so many more pages at once: lists that grow hold their pages twice for a while. */
+    virtual void expectPages(std::size_t count) = 0;
 };
 
 class RequestEncoderV1_0 : public RequestEncoder
@@ -48,6 +50,7 @@ public:
     void encode(std::ostream &out) override;
     std::size_t encodedSize() const override;
     void encodeTo(std::span<std::uint8_t> block) override;
+    void expectPages(std::size_t count) override;
 
 private:
     ProtocolPage &pageFor(const PageAddress &address);
@@ -55,8 +58,7 @@ private:
 
     EntryMap m_entries;
     std::vector<ProtocolPage> m_pages;
-    // A page is found by its raw address; walking the list would make a large request quadratic.
-    std::unordered_map<std::uint64_t, std::size_t> m_pageIndex;
+    PageIndex m_index;
     PidgetAddress m_address;
 };
 

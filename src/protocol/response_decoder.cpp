@@ -1,6 +1,7 @@
 #include "protocol/response_decoder.h"
 
-#include "protocol/value_format.h"
+#include "protocol/big_endian.h"
+#include "protocol/value_decoder.h"
 #include "sys/exceptions.h"
 #include "sys/log.h"
 
@@ -51,20 +52,21 @@ void ResponseDecoderV1_0::parseBody()
 void ResponseDecoderV1_0::parseInstructions()
 {
     requireGood("parseInstructions");
+    ByteSource source(m_in);
+    ValueDecoder values(source, m_valueHeaderLength);
     for (int i = 0; i < m_instructionCount; ++i)
-        m_instructions.push_back(parseInstruction());
+        m_instructions.push_back(parseInstruction(source, values));
 }
 
-std::unique_ptr<Instruction> ResponseDecoderV1_0::parseInstruction()
+std::unique_ptr<Instruction> ResponseDecoderV1_0::parseInstruction(ByteSource &in, ValueDecoder &values) const
 {
-    auto instruction = std::make_unique<Instruction>(m_in.readShort());
-    const int argumentCount = m_in.readByte();
-    m_in.skipBytes(m_instructionHeaderLength - kInstructionHeaderLength);
-    ValueFormatV1_0 format(m_valueHeaderLength);
+    auto instruction = std::make_unique<Instruction>(loadBigEndian<std::uint16_t>(in.take(2)));
+    const int argumentCount = in.takeByte();
+    in.skip(m_instructionHeaderLength - kInstructionHeaderLength);
     for (int i = 0; i < argumentCount; ++i) {
-        const std::uint8_t index = m_in.readByte();
-        m_in.skipBytes(m_argumentHeaderLength - kArgumentHeaderLength);
-        instruction->setArgumentOwned(index, format.decode(m_in));
+        const std::uint8_t index = in.takeByte();
+        in.skip(m_argumentHeaderLength - kArgumentHeaderLength);
+        instruction->setArgumentOwned(index, values.decode());
     }
     return instruction;
 }

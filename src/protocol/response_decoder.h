@@ -10,6 +10,9 @@
 
 namespace zel {
 
+class ByteSource;
+class ValueDecoder;
+
 /** Instructions in the order received. */
 using InstructionList = std::vector<std::unique_ptr<Instruction>>;
 
@@ -32,7 +35,7 @@ private:
     void parseHeader();
     void parseBody();
     void parseInstructions();
-    std::unique_ptr<Instruction> parseInstruction();
+    std::unique_ptr<Instruction> parseInstruction(ByteSource &in, ValueDecoder &values) const;
     void requireGood(const char *operation) const;
 
     ProtocolInputStream m_in;

@@ -8,7 +8,6 @@
 #include "sys/log.h"
 #include "sys/secure_wipe.h"
 
-#include <array>
 #include <cstring>
 #include <limits>
 #include <utility>
@@ -19,7 +18,7 @@ namespace {
 
 std::unique_ptr<Value> copyUnknown(ValueType type)
 {
-    LogError(FormatLogText("Value::copy - unknown type: %d", static_cast<int>(type)));
+    LogError("Value::copy - unknown type: ", static_cast<int>(type));
     return Value::createNull();
 }
 
@@ -190,17 +189,6 @@ std::uint32_t Value::getElementType() const
     return m_length;
 }
 
-const char *Value::typeName(std::int32_t code) noexcept
-{
-    static constexpr std::array<const char *, 16> kNames = {
-        "null",           "bool",        "byte",       "short16",          "int32",      "long64",  "string",
-        "binary",         "value array", "data array", "terminated array", "terminator", "unknown", "unknown",
-        "escaped binary", "any type"};
-    if (code < 0 || code >= static_cast<std::int32_t>(kNames.size()))
-        return "unknown";
-    return kNames[static_cast<std::size_t>(code)];
-}
-
 std::unique_ptr<Value> Value::copy() const
 {
     switch (m_type) {
@@ -283,7 +271,9 @@ void Value::toString(std::string &out, std::int32_t indent) const
 
 void Value::appendTo(std::string &out, std::int32_t indent) const
 {
-    ValueText(out).append(this, indent);
+    TextWindow window(&out);
+    ValueText(window).append(this, indent);
+    window.flush();
 }
 
 } // namespace zel

@@ -5,6 +5,7 @@
 #include "protocol/byte_block.h"
 
 #include <cstdint>
+#include <iterator>
 #include <memory>
 #include <span>
 #include <string>
@@ -30,6 +31,21 @@ enum class ValueType : std::uint32_t {
     EscapedBinary = 14,
     AnyType = 15,
 };
+
+/** "unknown" for a code that no value on the wire has. */
+constexpr const char *typeName(std::int32_t code) noexcept
+{
+    constexpr const char *kNames[] = {
+        "null",           "bool",        "byte",       "short16",          "int32",      "long64",  "string",
+        "binary",         "value array", "data array", "terminated array", "terminator", "unknown", "unknown",
+        "escaped binary", "any type"};
+    return code < 0 || code >= std::int32_t{std::size(kNames)} ? "unknown" : kNames[code];
+}
+
+constexpr bool isArrayType(ValueType type) noexcept
+{
+    return type >= ValueType::ValueArray && type <= ValueType::TerminatedArray;
+}
 
 class Value;
 /** An absent element (null pointer) stands for one that decoded to no value. */
@@ -111,7 +127,7 @@ public:
     ValueList &getArray();
     /** The element type code that a data array was given or decoded with. */
     std::uint32_t getElementType() const;
-    static const char *typeName(std::int32_t code) noexcept;
+    static constexpr const char *typeName(std::int32_t code) noexcept { return zel::typeName(code); }
 
     /** A deep copy; a type that cannot be copied is logged and gives the null value. */
     std::unique_ptr<Value> copy() const;
@@ -163,10 +179,6 @@ private:
                                               bool secret = false);
     static std::unique_ptr<Value> createBytesOwned(ValueType type, ByteBlock data, std::uint32_t size);
 
-    static bool isArrayType(ValueType type) noexcept
-    {
-        return type >= ValueType::ValueArray && type <= ValueType::TerminatedArray;
-    }
     static bool hasBytes(ValueType type) noexcept
     {
         return type == ValueType::String || type == ValueType::Binary || type == ValueType::EscapedBinary;

@@ -2,6 +2,7 @@
 
 #include "protocol/value.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 
@@ -18,8 +19,25 @@ UInt toNumber(const Value *value) noexcept
     return static_cast<UInt>(toRawNumber(value));
 }
 
-/** A string's text, an empty text for an absent value, the text form of any other type. */
+/** How long the texts made of one answer may become together: see TreeBudget. */
+class TextAllowance
+{
+public:
+    /** Null is an absent value. */
+    explicit TextAllowance(const Value *answer);
+
+    std::size_t left() const noexcept { return m_left; }
+    void use(std::size_t length) noexcept { m_left -= length; }
+
+private:
+    std::size_t m_left;
+};
+
+/** A string's text, an empty text for an absent value, the text form of any other type. Throws ZELException
+ *  when the text form becomes longer than the bytes of the answer pay for. */
 std::string toText(const Value *value);
+/** Likewise, of several texts of one answer. */
+std::string toText(const Value *value, TextAllowance &allowance);
 /** An array's elements; throws ZELException on anything else. */
 const ValueList &toList(const Value *value);
 /** Absent, or of type null. */

@@ -120,8 +120,11 @@ std::unique_ptr<Value> ValueDecoder::decodeBody(std::uint8_t type)
     case ValueType::Binary:
         return decodeBinary();
     case ValueType::ValueArray:
-    case ValueType::DataArray:
-        return decodeCountedArray(static_cast<ValueType>(type));
+        return decodeValueArray(loadBigEndian<std::uint16_t>(m_source.take(2)));
+    case ValueType::DataArray: {
+        const std::uint32_t count = loadBigEndian<std::uint16_t>(m_source.take(2));
+        return decodeDataArray(count, takeHeader());
+    }
     case ValueType::TerminatedArray:
         return decodeTerminatedArray();
     case ValueType::Terminator:
@@ -131,7 +134,7 @@ std::unique_ptr<Value> ValueDecoder::decodeBody(std::uint8_t type)
     case ValueType::AnyType:
         return nullptr;
     }
-    LogError(FormatLogText("ValueFormatV1_0::decode - Unknown value type: %d", type));
+    LogError("ValueFormatV1_0::decode - Unknown value type: ", type);
     throw ZELException();
 }
 
@@ -155,23 +158,49 @@ std::unique_ptr<Value> ValueDecoder::decodeBinary()
     if (size >= kBinaryLimit)
         ProtocolInputStream::throwReadFailure(static_cast<std::int32_t>(size));
     m_budget.addBytes(size);
-    if (size <= Value::kInlineSize) {
-        std::uint8_t bytes[Value::kInlineSize];
-        m_source.takeInto(bytes, size);
-        return Value::createBinary(bytes, size);
-    }
+    if (size <= Value::kInlineSize)
+        return decodeShortBinary(size);
     return Value::createBinaryOwned(m_source.takeBlock(size), size);
 }
 
-std::unique_ptr<Value> ValueDecoder::decodeCountedArray(ValueType type)
+// A binary that is cut short tells how long it is, not what the stream has to say about it.
+std::unique_ptr<Value> ValueDecoder::decodeShortBinary(std::uint32_t size)
 {
+    std::uint8_t bytes[Value::kInlineSize];
+    try {
+        m_source.takeInto(bytes, size);
+    } catch (const IOException &) {
+        ProtocolInputStream::throwReadFailure(static_cast<std::int32_t>(size));
+    }
+    return Value::createBinary(bytes, size);
+}
+
+ValueList ValueDecoder::decodeElements(ValueType type)
+{
+    if (type == ValueType::TerminatedArray)
+        return decodeUntilTerminator();
     const std::uint32_t count = loadBigEndian<std::uint16_t>(m_source.take(2));
     if (type == ValueType::ValueArray)
-        return decodeValueArray(count);
-    return decodeDataArray(count, takeHeader());
+        return decodeValues(count);
+    return decodeBodies(count, takeHeader());
 }
 
 std::unique_ptr<Value> ValueDecoder::decodeValueArray(std::uint32_t count)
+{
+    return Value::createValueArray(decodeValues(count));
+}
+
+std::unique_ptr<Value> ValueDecoder::decodeDataArray(std::uint32_t count, std::uint8_t elementType)
+{
+    return Value::createDataArray(decodeBodies(count, elementType), elementType);
+}
+
+std::unique_ptr<Value> ValueDecoder::decodeTerminatedArray()
+{
+    return Value::createTerminatedArray(decodeUntilTerminator());
+}
+
+ValueList ValueDecoder::decodeValues(std::uint32_t count)
 {
     const NestingLevel level(m_depth);
     requireShallow(level);
@@ -180,22 +209,22 @@ std::unique_ptr<Value> ValueDecoder::decodeValueArray(std::uint32_t count)
         makeRoom(elements, count);
         elements.push_back(decode());
     }
-    return Value::createValueArray(std::move(elements));
+    return elements;
 }
 
-std::unique_ptr<Value> ValueDecoder::decodeDataArray(std::uint32_t count, std::uint8_t elementType)
+ValueList ValueDecoder::decodeBodies(std::uint32_t count, std::uint8_t elementType)
 {
     const NestingLevel level(m_depth);
     requireShallow(level);
     const auto type = static_cast<ValueType>(elementType);
     if (isBodiless(type))
-        return Value::createDataArray(bodilessElements(count, type), elementType);
+        return bodilessElements(count, type);
     ValueList elements;
     for (std::uint32_t i = 0; i < count; ++i) {
         makeRoom(elements, count);
         elements.push_back(decodeBody(elementType));
     }
-    return Value::createDataArray(std::move(elements), elementType);
+    return elements;
 }
 
 ValueList ValueDecoder::bodilessElements(std::uint32_t count, ValueType type)
@@ -211,7 +240,7 @@ ValueList ValueDecoder::bodilessElements(std::uint32_t count, ValueType type)
     return elements;
 }
 
-std::unique_ptr<Value> ValueDecoder::decodeTerminatedArray()
+ValueList ValueDecoder::decodeUntilTerminator()
 {
     const NestingLevel level(m_depth);
     requireShallow(level);
@@ -219,7 +248,7 @@ std::unique_ptr<Value> ValueDecoder::decodeTerminatedArray()
     for (;;) {
         std::unique_ptr<Value> element = decode();
         if (!element || element->getType() == ValueType::Terminator)
-            return Value::createTerminatedArray(std::move(elements));
+            return elements;
         makeRoomForOneMore(elements);
         elements.push_back(std::move(element));
     }
@@ -255,8 +284,10 @@ std::uint8_t ValueDecoder::takeEscaped()
 
 std::string_view textUpToZero(std::span<const std::uint8_t> bytes) noexcept
 {
-    const auto end = std::find(bytes.begin(), bytes.end(), std::uint8_t{0});
-    return {reinterpret_cast<const char *>(bytes.data()), static_cast<std::size_t>(end - bytes.begin())};
+    const auto *const text = reinterpret_cast<const char *>(bytes.data());
+    const void *const zero = bytes.empty() ? nullptr : std::memchr(text, 0, bytes.size());
+    return {text, zero != nullptr ? static_cast<std::size_t>(static_cast<const char *>(zero) - text)
+                                  : bytes.size()};
 }
 
 std::unique_ptr<Value> decodeValue(std::span<const std::uint8_t> bytes)

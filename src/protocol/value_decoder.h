@@ -14,7 +14,8 @@ namespace zel {
 
 /** Builds values from their wire form. Input may be hostile: nesting and what a tree holds are bounded,
  *  and nothing is allocated on the strength of a count alone. Unknown types, bad escapes and broken
- *  bounds raise ZELException, short input IOException. One value per decoder and thread. */
+ *  bounds raise ZELException, short input IOException. One decoder for all that belongs to one answer: the
+ * bounds are the answer's. One thread at a time. */
 class ValueDecoder
 {
 public:
@@ -28,17 +29,20 @@ public:
     /** The type code alone, behind which the header is skipped. */
     std::uint8_t takeHeader();
     std::unique_ptr<Value> decodeBody(std::uint8_t type);
+    /** The elements of an array of that type. */
+    ValueList decodeElements(ValueType type);
     std::unique_ptr<Value> decodeValueArray(std::uint32_t count);
     std::unique_ptr<Value> decodeDataArray(std::uint32_t count, std::uint8_t elementType);
     std::unique_ptr<Value> decodeTerminatedArray();
     std::unique_ptr<Value> decodeEscapedBinary();
-    /** How long the text of what was decoded may become. */
-    std::size_t longestText() const noexcept { return m_budget.longestText(m_source.taken()); }
 
 private:
     std::unique_ptr<Value> decodeString();
     std::unique_ptr<Value> decodeBinary();
-    std::unique_ptr<Value> decodeCountedArray(ValueType type);
+    std::unique_ptr<Value> decodeShortBinary(std::uint32_t size);
+    ValueList decodeValues(std::uint32_t count);
+    ValueList decodeBodies(std::uint32_t count, std::uint8_t type);
+    ValueList decodeUntilTerminator();
     ValueList bodilessElements(std::uint32_t count, ValueType type);
     std::uint8_t takeEscaped();
     void skipHeaderRest();

@@ -19,7 +19,7 @@ constexpr std::size_t kLengthSize = 4; // of a binary
 
 [[noreturn]] void refuse(ValueType type)
 {
-    LogError(FormatLogText("ValueFormatV1_0::encode - Unknown value type: %d", static_cast<int>(type)));
+    LogError("ValueFormatV1_0::encode - Unknown value type: ", static_cast<int>(type));
     throw ZELException();
 }
 

@@ -30,7 +30,7 @@ std::unique_ptr<Value> decodeAndCount(ByteSource &source, std::uint16_t headerLe
     ValueDecoder decoder(source, headerLength);
     const std::uint8_t type = decoder.takeHeader();
     if (!isCountable(type)) {
-        LogError(FormatLogText("ValueFormatV1_0::decodeAndCountBytes - Unknown value type: %d", type));
+        LogError("ValueFormatV1_0::decodeAndCountBytes - Unknown value type: ", type);
         throw ZELException();
     }
     const std::uint64_t before = source.taken();

@@ -21,14 +21,14 @@ consteval std::uint32_t instruction(const char (&characters)[5])
 std::unique_ptr<Value> PspClient2::getValueProperty(std::uint16_t id)
 {
     // The log shows the id as a signed number; the request carries it unsigned.
-    LogDebug("[PspClient2::getValueProperty] " + std::to_string(static_cast<std::int16_t>(id)));
-    return execute(instruction("R1GP"), Value::createShort(id));
+    LogDebug("[PspClient2::getValueProperty] ", static_cast<std::int16_t>(id));
+    return execute(instruction("R1GP"), id);
 }
 
 std::unique_ptr<Value> PspClient2::setValueProperty(std::uint16_t id, const Value &value)
 {
-    LogDebug("[PspClient2::setValueProperty] " + std::to_string(static_cast<std::int16_t>(id)));
-    return execute(instruction("R1SP"), Value::createShort(id), value.copy());
+    LogDebug("[PspClient2::setValueProperty] ", static_cast<std::int16_t>(id));
+    return execute(instruction("R1SP"), id, value);
 }
 
 std::unique_ptr<Value> PspClient2::listPages()
@@ -45,13 +45,8 @@ std::unique_ptr<Value> PspClient2::beginSyncSession()
 std::unique_ptr<Value> PspClient2::getPageStf(const PageAddress &page, std::uint64_t format,
                                               std::uint64_t limit)
 {
-    std::string text;
-    text.reserve(64); // one allocation: it is composed for every page
-    text += "[PspClient2::getPageStf] PageAddress: ";
-    page.appendTo(text);
-    LogDebug(text);
-    return execute(instruction("U0PG"), Value::createLong(page.raw()), Value::createLong(format),
-                   Value::createLong(limit));
+    LogDebug("[PspClient2::getPageStf] PageAddress: ", page.text().view());
+    return execute(instruction("U0PG"), page.raw(), format, limit);
 }
 
 std::unique_ptr<Value> PspClient2::getStyloStf()
@@ -68,22 +63,21 @@ void PspClient2::endSyncSession()
 
 std::unique_ptr<Value> PspClient2::setMmiState(std::uint16_t state)
 {
-    LogDebug(FormatLogText("[PspClient2::setMmiState] %d", state));
-    return execute(instruction("R2SM"), Value::createShort(state));
+    LogDebug("[PspClient2::setMmiState] ", state);
+    return execute(instruction("R2SM"), state);
 }
 
 std::unique_ptr<Value> PspClient2::removePage(const PageAddress &page, std::uint64_t format,
                                               std::uint64_t limit)
 {
-    LogDebug(page.toString()); // the address alone, unlike the other operations
-    return execute(instruction("U0PR"), Value::createLong(page.raw()), Value::createLong(format),
-                   Value::createLong(limit));
+    LogDebug(page.text().view()); // the address alone, unlike the other operations
+    return execute(instruction("U0PR"), page.raw(), format, limit);
 }
 
 std::unique_ptr<Value> PspClient2::clearStrokes(std::uint32_t mode)
 {
     LogDebug("[PspClient2::clearStrokes]");
-    return execute(instruction("R1DS"), Value::createInt(mode));
+    return execute(instruction("R1DS"), mode);
 }
 
 std::unique_ptr<Value> PspClient2::penLocked()

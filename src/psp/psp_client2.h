@@ -23,7 +23,7 @@ public:
     static constexpr std::uint64_t kStrokeFormat = 2;
 
     std::unique_ptr<Value> getValueProperty(std::uint16_t id);
-    /** Sends a copy; the value stays the caller's. */
+    /** The value stays the caller's. */
     std::unique_ptr<Value> setValueProperty(std::uint16_t id, const Value &value);
 
     std::unique_ptr<Value> listPages();

@@ -1,7 +1,6 @@
 #include "psp/psp_client_base.h"
 
 #include "net/socket_stream.h"
-#include "protocol/psp_instruction.h"
 #include "protocol/value_decoder.h"
 #include "protocol/value_encoder.h"
 #include "protocol/value_format.h"
@@ -15,34 +14,18 @@ namespace zel {
 
 namespace {
 
-// Most answers' log texts are no longer.
-constexpr std::size_t kUsualLogText = 256;
-
 constexpr std::int32_t kUnknownInstruction = -9001;
 constexpr std::int32_t kConnectionLost = -9002;
 constexpr std::int32_t kPenLocked = -9003;
 constexpr std::int32_t kSetPropertyRefused = -4013;
 
-void encodeRequest(ValueEncoder &out, const PspInstruction &instruction)
+void encodeRequest(ValueEncoder &out, std::uint32_t instructionCode, std::span<const PspArgument> arguments)
 {
-    const ArgumentMap &arguments = instruction.getArguments();
-    out.writeNumber(instruction.getCode());
+    out.writeNumber(instructionCode);
     out.writeNumber(static_cast<std::uint8_t>(arguments.size()));
-    for (const auto &[key, value] : arguments) {
-        if (value == nullptr) // counted all the same
-            continue;
-        out.writeNumber(static_cast<std::uint8_t>(key));
-        out.encode(*value);
-    }
-}
-
-void logResponse(const Value *response, std::size_t longest)
-{
-    std::string text;
-    text.reserve(kUsualLogText);
-    text += "Received and parsed value:\n";
-    ValueText(text, longest).append(response, 0);
-    LogDebug(text);
+    std::uint8_t key = 0;
+    for (const PspArgument &argument : arguments)
+        argument.encode(out, key++);
 }
 
 std::int32_t statusOf(const ValueList &response)
@@ -56,7 +39,7 @@ void throwOnNegative(std::int32_t status)
 {
     if (status >= 0)
         return;
-    LogError(FormatLogText("[PspClientBase::receiveAndParseResponse] status: %d", status));
+    LogError("[PspClientBase::receiveAndParseResponse] status: ", status);
     switch (status) {
     case kUnknownInstruction:
         throw PspUnknownInstructionException();
@@ -84,11 +67,8 @@ void replaceAbsent(std::unique_ptr<Value> &value)
 
 /** The result of a response. It is taken out, not copied: strokes run to megabytes, and nothing
  *  sees the response afterwards. */
-std::unique_ptr<Value> takeResult(Value *response)
+std::unique_ptr<Value> takeResult(ValueList &elements)
 {
-    if (response == nullptr || !response->isArray())
-        throw ZELException();
-    ValueList &elements = response->getArray();
     const std::int32_t status = statusOf(elements);
     throwOnNegative(status);
     if (elements.size() == 1)
@@ -99,6 +79,27 @@ std::unique_ptr<Value> takeResult(Value *response)
 }
 
 } // namespace
+
+/** An array's elements, or the value that came instead of an array: absent for the "any type" code. */
+struct PspClientBase::Response {
+    ValueType type;
+    ValueList elements;
+    std::unique_ptr<Value> other;
+
+    bool isArray() const noexcept { return isArrayType(type); }
+
+    void log() const
+    {
+        LogText text(LogLevel::Debug);
+        text.window() << "Received and parsed value:\n";
+        ValueText form(text.window());
+        if (isArray())
+            form.appendArray(type, elements, 0);
+        else
+            form.append(other.get(), 0);
+        text.send();
+    }
+};
 
 PspClientBase::PspClientBase(std::uint32_t address, std::uint16_t port) : m_address(address), m_port(port)
 {
@@ -126,13 +127,11 @@ void PspClientBase::connect()
     const int error = connected ? 0 : net::lastError();
     const std::string address = net::dottedAddress(m_address);
     if (connected) {
-        LogDebug(FormatLogText("[PspClientBase::connect] connected to %s:%d", address.c_str(), m_port));
+        LogDebug("[PspClientBase::connect] connected to ", address, ":", m_port);
     } else if (error == net::kErrorAlreadyConnected) {
-        LogDebug(
-            FormatLogText("[PspClientBase::connect] already connected to %s:%d", address.c_str(), m_port));
+        LogDebug("[PspClientBase::connect] already connected to ", address, ":", m_port);
     } else {
-        LogError(FormatLogText("[PspClientBase::connect] connection to %s:%d failed, (%d)", address.c_str(),
-                               m_port, error));
+        LogError("[PspClientBase::connect] connection to ", address, ":", m_port, " failed, (", error, ")");
         throw PspConnectionException(FormatLogText("Connection to %s:%d failed", address.c_str(), m_port));
     }
 }
@@ -159,41 +158,48 @@ void PspClientBase::disconnect() noexcept
 }
 
 std::unique_ptr<Value> PspClientBase::exchange(std::uint32_t instructionCode,
-                                               std::span<std::unique_ptr<Value>> arguments)
+                                               std::span<const PspArgument> arguments)
 {
     const threadsynch::CriticalSectionGuard guard(m_lock);
     if (!m_penConnected || m_stream == nullptr)
         throw PspConnectionException();
-    PspInstruction instruction(instructionCode);
-    std::uint16_t key = 0;
-    for (std::unique_ptr<Value> &argument : arguments)
-        instruction.setArgumentOwned(key++, std::move(argument));
-    sendRequest(instruction);
+    sendRequest(instructionCode, arguments);
     return receiveAndParseResponse();
 }
 
-void PspClientBase::sendRequest(const PspInstruction &instruction)
+void PspClientBase::sendRequest(std::uint32_t instructionCode, std::span<const PspArgument> arguments)
 {
     try {
-        ValueEncoder frame;
-        encodeRequest(frame, instruction);
-        ProtocolOutputStream out(*m_stream);
-        frame.writeTo(out);
-        m_stream->flush();
+        ValueEncoder request;
+        encodeRequest(request, instructionCode, arguments);
+        send(request);
     } catch (const ZELException &failure) {
-        failStream();
         throw PspConnectionException(failure.what());
+    }
+}
+
+void PspClientBase::send(const ValueEncoder &request)
+{
+    try {
+        ProtocolOutputStream out(*m_stream);
+        request.writeTo(out);
+        m_stream->rdbuf()->pubsync();
+    } catch (...) {
+        failStream();
+        throw;
     }
 }
 
 std::unique_ptr<Value> PspClientBase::receiveAndParseResponse()
 {
     try {
-        const Response response = receive();
-        logResponse(response.value.get(), response.longestText);
-        return takeResult(response.value.get());
+        Response response = receive();
+        response.log();
+        if (!response.isArray())
+            throw ZELException();
+        return takeResult(response.elements);
     } catch (const IOException &failure) {
-        LogError(FormatLogText("[PspClientBase] caught IOException: %s", failure.what()));
+        LogError("[PspClientBase] caught IOException: ", failure.what());
         throw PspConnectionException(failure.what());
     }
 }
@@ -204,8 +210,12 @@ PspClientBase::Response PspClientBase::receive()
     try {
         ByteSource source(in);
         ValueDecoder decoder(source, VALUE_HEADER_LENGTH);
-        std::unique_ptr<Value> value = decoder.decode();
-        return {std::move(value), decoder.longestText()};
+        Response response{static_cast<ValueType>(decoder.takeHeader()), {}, nullptr};
+        if (response.isArray())
+            response.elements = decoder.decodeElements(response.type);
+        else
+            response.other = decoder.decodeBody(static_cast<std::uint8_t>(response.type));
+        return response;
     } catch (...) {
         failStream();
         throw;

@@ -2,6 +2,7 @@
 
 #include "net/owned_socket.h"
 #include "protocol/value.h"
+#include "psp/psp_argument.h"
 #include "sys/critical_section.h"
 
 #include <array>
@@ -13,8 +14,8 @@
 
 namespace zel {
 
-class PspInstruction;
 class SocketStream;
+class ValueEncoder;
 
 /** The connection to one pen's service: one request and its response at a time. A service that
  *  went away leaves the client connected with a failed stream, on which every further exchange
@@ -38,26 +39,22 @@ public:
     void disconnect() noexcept;
 
 protected:
-    /** One exchange; the arguments (unique_ptr<Value> each) travel under the keys 0, 1, 2, ...
-     *  Throws PspConnectionException when the connection is lost, and by the status that the pen
-     *  answers. The result is never null. */
+    /** One exchange; the arguments travel under the keys 0, 1, 2, ... Throws PspConnectionException when the
+     * connection is lost, and by the status that the pen answers. The result is never null. */
     template <class... Arguments>
-    std::unique_ptr<Value> execute(std::uint32_t instructionCode, Arguments... arguments)
+    std::unique_ptr<Value> execute(std::uint32_t instructionCode, const Arguments &...arguments)
     {
-        std::array<std::unique_ptr<Value>, sizeof...(Arguments)> list{std::move(arguments)...};
+        const std::array<PspArgument, sizeof...(Arguments)> list{arguments...};
         return exchange(instructionCode, list);
     }
 
 private:
-    struct Response {
-        std::unique_ptr<Value> value; // empty for the "any type" code
-        std::size_t longestText;
-    };
+    struct Response;
 
-    std::unique_ptr<Value> exchange(std::uint32_t instructionCode,
-                                    std::span<std::unique_ptr<Value>> arguments);
+    std::unique_ptr<Value> exchange(std::uint32_t instructionCode, std::span<const PspArgument> arguments);
     void createSocketAndStream();
-    void sendRequest(const PspInstruction &instruction);
+    void sendRequest(std::uint32_t instructionCode, std::span<const PspArgument> arguments);
+    void send(const ValueEncoder &request);
     std::unique_ptr<Value> receiveAndParseResponse();
     Response receive();
     /** After half a request or half a response: what follows in the stream must never be taken for the

@@ -86,7 +86,7 @@ bool RendezvousListener::StopRendezvous()
     if (!m_thread)
         return true;
     if (m_thread->isRunning() && !m_thread->waitUntilEnded(kStopTimeoutMilliseconds) && m_thread->kill())
-        LogDebug(FormatLogText("*** %s refused to stop and was killed ***", m_profile.threadName));
+        LogDebug("*** ", m_profile.threadName, " refused to stop and was killed ***");
     m_thread.reset();
     return true;
 }
@@ -137,7 +137,7 @@ std::vector<RendezvousEvent> RendezvousListener::presentPens()
 
 void RendezvousListener::handleNotifications()
 {
-    LogDebug(FormatLogText("%s::handleNotifications()", m_profile.listenerName));
+    LogDebug(m_profile.listenerName, "::handleNotifications()");
     if (!isStopRequested())
         handleEvent(nextEvent());
 }
@@ -184,7 +184,7 @@ void RendezvousListener::penArrived(const RendezvousEvent &event)
             return;
         }
         announceArrival(event);
-        LogInfo(FormatLogText("Pen connected %d", event.servicePort));
+        LogInfo("Pen connected ", event.servicePort);
     } catch (const ZELException &failure) {
         logFailure("creating pen", failure);
     }
@@ -201,7 +201,7 @@ void RendezvousListener::penDeparted(const RendezvousEvent &event)
     } catch (const PenNotConnectedException &failure) {
         logFailure("pen undocked", failure);
     }
-    LogInfo(FormatLogText("Pen disconnected %d", event.servicePort));
+    LogInfo("Pen disconnected ", event.servicePort);
 }
 
 void RendezvousListener::announceArrival(const RendezvousEvent &event)
@@ -222,7 +222,7 @@ void RendezvousListener::announceDeparture(const RendezvousEvent &event)
 
 void RendezvousListener::logFailure(const char *what, const std::exception &failure) const
 {
-    LogError(FormatLogText("[%s] %s failed (%s)", m_profile.listenerName, what, failure.what()));
+    LogError("[", m_profile.listenerName, "] ", what, " failed (", failure.what(), ")");
 }
 
 } // namespace zel

@@ -45,14 +45,12 @@ std::string_view restOfLine(std::string_view message, std::size_t position) noex
 
 void logTokenMissing(const Key &key, const std::string &message)
 {
-    LogError(
-        FormatLogText("[RendezvousClient] %s token not found in buffer: %s", key.token, message.c_str()));
+    LogError("[RendezvousClient] ", key.token, " token not found in buffer: ", message);
 }
 
 void logUnreadable(const Key &key, const std::string &message)
 {
-    LogError(
-        FormatLogText("[RendezvousClient] %s string not found in buffer: %s", key.value, message.c_str()));
+    LogError("[RendezvousClient] ", key.value, " string not found in buffer: ", message);
 }
 
 /** The number behind the key and one "=", wherever in the message the key first stands. */
@@ -137,14 +135,14 @@ RendezvousCommand commandOf(const std::string &message, std::uint16_t servicePor
 {
     // The longer word contains the shorter one.
     if (contains(message, "DISCONNECT")) {
-        LogInfo(FormatLogText("Pen disconnected %d", servicePort));
+        LogInfo("Pen disconnected ", servicePort);
         return RendezvousCommand::Disconnect;
     }
     if (contains(message, "CONNECT")) {
-        LogInfo(FormatLogText("Pen connected %d", servicePort));
+        LogInfo("Pen connected ", servicePort);
         return RendezvousCommand::Connect;
     }
-    LogError(FormatLogText("Commmand not known: %s", message.c_str()));
+    LogError("Commmand not known: ", message);
     return RendezvousCommand::Unknown;
 }
 

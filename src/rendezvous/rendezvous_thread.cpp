@@ -19,7 +19,7 @@ void RendezvousThread::serveOnce()
     try {
         m_listener->serve();
     } catch (const ZELRendezvousException &failure) {
-        LogError(FormatLogText("RendezvousListener terminating because: %s", failure.what()));
+        LogError("RendezvousListener terminating because: ", failure.what());
     }
 }
 

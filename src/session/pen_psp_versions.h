@@ -19,6 +19,8 @@ public:
     PenPspVersions() = default;
     PenPspVersions(const PenPspVersions &) = default;
     PenPspVersions &operator=(const PenPspVersions &) = default;
+    PenPspVersions(PenPspVersions &&) = default; // lists of announced pens grow
+    PenPspVersions &operator=(PenPspVersions &&) = default;
     virtual ~PenPspVersions();
 
     /** A token as announced; spaces and letter case do not matter. One that is not known adds

@@ -46,32 +46,42 @@ void LogDebug(std::string_view text)
     handOver(LogLevel::Debug, text);
 }
 
+LogText::LogText(LogLevel level) noexcept
+    : m_level(level),
+      m_observer(s_observer.load(std::memory_order_acquire)),
+      m_window(m_observer != nullptr ? &m_whole : nullptr)
+{
+}
+
+void LogText::send()
+{
+    if (m_observer == nullptr)
+        return;
+    m_window.flush();
+    m_observer(m_level, m_whole);
+}
+
+// Each list of arguments ends before anything that can throw.
 std::string FormatLogText(const char *format, ...)
 {
-    va_list arguments;
-    va_start(arguments, format);
-    va_list again;
-    va_copy(again, arguments);
-
     // The formatter tells the length that a text needs, so the first multiple of the growth
     // step that fits is known after one attempt: long texts stay linear.
     char first[kGrowthStep];
+    std::va_list arguments;
+    va_start(arguments, format);
     const int length = std::vsnprintf(first, sizeof first, format, arguments);
     va_end(arguments);
+    if (length < 0)
+        return std::string("Invalid format string: '") + format + "'";
+    if (static_cast<std::size_t>(length) < sizeof first)
+        return std::string(first, static_cast<std::size_t>(length));
 
-    std::string text;
-    if (length < 0) {
-        text = std::string("Invalid format string: '") + format + "'";
-    } else if (static_cast<std::size_t>(length) < sizeof first) {
-        text.assign(first, static_cast<std::size_t>(length));
-    } else {
-        const std::size_t size = (static_cast<std::size_t>(length) / kGrowthStep + 1) * kGrowthStep;
-        const auto buffer = std::make_unique_for_overwrite<char[]>(size);
-        std::vsnprintf(buffer.get(), size, format, again);
-        text.assign(buffer.get(), static_cast<std::size_t>(length));
-    }
-    va_end(again);
-    return text;
+    const std::size_t size = (static_cast<std::size_t>(length) / kGrowthStep + 1) * kGrowthStep;
+    const auto buffer = std::make_unique_for_overwrite<char[]>(size);
+    va_start(arguments, format);
+    std::vsnprintf(buffer.get(), size, format, arguments);
+    va_end(arguments);
+    return std::string(buffer.get(), static_cast<std::size_t>(length));
 }
 
 } // namespace zel

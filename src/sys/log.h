@@ -1,5 +1,7 @@
 #pragma once
 
+#include "sys/text_window.h"
+
 #include <string>
 #include <string_view>
 
@@ -13,14 +15,58 @@ using LogObserver = void (*)(LogLevel level, std::string_view text);
 /** Sets the observer (null removes it); for tests only. Any thread; takes effect at once. */
 void setLogObserver(LogObserver observer) noexcept;
 
-// The four sinks discard the text. It has been composed all the same, so that a fault in
-// composing it surfaces whether anybody listens or not.
+/** A log text of several pieces. Nobody keeps log texts, so composing one allocates nothing and cannot
+ *  fail; an observer gets it whole. */
+class LogText
+{
+public:
+    explicit LogText(LogLevel level) noexcept;
+
+    TextWindow &window() noexcept { return m_window; }
+    void send();
+
+private:
+    LogLevel m_level;
+    LogObserver m_observer;
+    std::string m_whole; // for the observer
+    TextWindow m_window;
+};
+
+/** Each piece is a text, a character or a number. */
+template <class... Pieces>
+void logPieces(LogLevel level, const Pieces &...pieces)
+{
+    LogText text(level);
+    (text.window() << ... << pieces);
+    text.send();
+}
+
+// The four sinks discard the text, which has been composed all the same. A text that varies is given in
+// pieces.
 void LogError(std::string_view text);
 void LogWarning(std::string_view text);
 void LogInfo(std::string_view text);
 void LogDebug(std::string_view text);
 
-/** Composes a printf-style text. A format that the C library rejects gives
+template <class... Pieces>
+requires(sizeof...(Pieces) > 1) void LogError(const Pieces &...pieces)
+{
+    logPieces(LogLevel::Error, pieces...);
+}
+
+template <class... Pieces>
+requires(sizeof...(Pieces) > 1) void LogInfo(const Pieces &...pieces)
+{
+    logPieces(LogLevel::Info, pieces...);
+}
+
+template <class... Pieces>
+requires(sizeof...(Pieces) > 1) void LogDebug(const Pieces &...pieces)
+{
+    logPieces(LogLevel::Debug, pieces...);
+}
+
+/** Composes a printf-style text, for exceptions. A format that the C library rejects gives
  *  "Invalid format string: '" + format + "'". */
 std::string FormatLogText(const char *format, ...)
 #if defined(__MINGW32__)

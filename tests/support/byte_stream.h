@@ -1,6 +1,7 @@
 #pragma once
 
 #include "support/wire.h"
+#include "sys/exceptions.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -68,6 +69,39 @@ public:
 
 private:
     TrickleBuffer m_buffer;
+};
+
+/** Gives its bytes and then fails, as a socket that was reset does. */
+class ResetBuffer : public std::stringbuf
+{
+public:
+    explicit ResetBuffer(const Bytes &bytes) : std::stringbuf(std::string(bytes.begin(), bytes.end())) {}
+
+protected:
+    int_type underflow() override
+    {
+        if (gptr() == egptr())
+            throw IOException("reset");
+        return std::stringbuf::underflow();
+    }
+    std::streamsize xsgetn(char *target, std::streamsize count) override
+    {
+        return std::streambuf::xsgetn(target, count);
+    }
+};
+
+/** Lets the failure out, as the socket's stream does. */
+class ResetStream : public std::istream
+{
+public:
+    explicit ResetStream(const Bytes &bytes) : std::istream(nullptr), m_buffer(bytes)
+    {
+        rdbuf(&m_buffer);
+        exceptions(std::ios::badbit);
+    }
+
+private:
+    ResetBuffer m_buffer;
 };
 
 } // namespace zel::test

@@ -408,6 +408,20 @@ protected:
     DfuPenHandle *m_pen = nullptr;
 };
 
+TEST_F(DfuPen, RecordsAreHandedOutThroughACopyThatIsLogged)
+{
+    std::array<std::uint8_t, 7> output{};
+    m_service.then(wire::result(wire::binary({1, 2, 3, 4, 5, 6})));
+    EXPECT_EQ(zelDfuGetStatus(m_pen, output.data()), ZEL_OK);
+    EXPECT_EQ(output, (std::array<std::uint8_t, 7>{1, 2, 3, 4, 5, 6, 0}));
+    EXPECT_EQ(m_log.count("BinaryBuffer ctor - COPYING data"), 1u);
+
+    m_service.then(wire::result(wire::binary({9, 8, 7, 6, 5, 4, 3})));
+    EXPECT_EQ(zelDfuGetFunctionalDescriptor(m_pen, output.data()), ZEL_OK);
+    EXPECT_EQ(output, (std::array<std::uint8_t, 7>{9, 8, 7, 6, 5, 4, 3}));
+    EXPECT_EQ(m_log.count("BinaryBuffer ctor - COPYING data"), 2u);
+}
+
 TEST_F(DfuPen, RecordOfAnotherLengthIsRefusedSilently)
 {
     std::array<std::uint8_t, 8> output{};

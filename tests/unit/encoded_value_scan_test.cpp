@@ -57,7 +57,7 @@ TEST(EncodedValueScan, AgreesWithTheDecoderOnRandomBytes)
         const bool decodes = decodesToExactlyOneValue(bytes);
         accepted += decodes ? 1 : 0;
         ASSERT_EQ(isOneEncodedValue(bytes), decodes) << testing::PrintToString(bytes);
-        std::vector<std::uint32_t> counts = {99};
+        EncodedCounts counts = {99};
         ASSERT_EQ(scanEncodedValue(bytes, counts), decodes);
         ASSERT_EQ(counts.front(), 99u);
         ASSERT_TRUE(decodes || counts.size() == 1);
@@ -67,7 +67,7 @@ TEST(EncodedValueScan, AgreesWithTheDecoderOnRandomBytes)
 
 TEST(EncodedValueScan, CountsOfTerminatedArraysComeLastFirst)
 {
-    std::vector<std::uint32_t> counts = {99};
+    EncodedCounts counts = {99};
     EXPECT_TRUE(scanEncodedValue(
         Bytes{
             0x0A,                   // first array: three elements
@@ -77,7 +77,7 @@ TEST(EncodedValueScan, CountsOfTerminatedArraysComeLastFirst)
             0x0B,                   // the first one's end
         },
         counts));
-    EXPECT_EQ(counts, (std::vector<std::uint32_t>{99, 0, 2, 3}));
+    EXPECT_EQ(counts, (EncodedCounts{99, 0, 2, 3}));
 }
 
 TEST(EncodedValueScan, NestingEndsWhereTheDecodersEnds)

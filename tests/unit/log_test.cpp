@@ -1,5 +1,7 @@
 #include "sys/log.h"
 
+#include "support/log_capture.h"
+
 #include <gtest/gtest.h>
 
 TEST(FormatLogText, TextLongerThanOneGrowthStepIsWhole)
@@ -14,4 +16,15 @@ TEST(FormatLogText, TextAroundAGrowthStepIsWhole)
         const std::string text(length, 'x');
         EXPECT_EQ(zel::FormatLogText("%s", text.c_str()), text) << length;
     }
+}
+
+TEST(LogText, ObserverGetsATextOfPiecesWhole)
+{
+    const LogCapture log;
+    const std::string payload(5000, 'x');
+    zel::LogError("status: ", -7, ", '", payload, "'");
+    zel::LogInfo("Pen connected ", std::uint16_t{3715});
+    EXPECT_EQ(log.entries(),
+              (std::vector<LogCapture::Entry>{{zel::LogLevel::Error, "status: -7, '" + payload + "'"},
+                                              {zel::LogLevel::Info, "Pen connected 3715"}}));
 }

@@ -95,11 +95,9 @@ TEST(PageAddress, FirstFieldIsShownOnlyWhenItIsNotZero)
     EXPECT_EQ(PageAddress(std::uint64_t{0xFFF} << 52).toString(), "*.0.0.0.0");
 }
 
-TEST(PageAddress, AppendToLeavesWhatIsThere)
+TEST(PageAddress, LongestTextFitsItsRoom)
 {
-    std::string text = "<";
-    PageAddress(std::uint64_t{0}).appendTo(text);
-    EXPECT_EQ(text, "<0.0.0.0");
+    EXPECT_EQ(PageAddress("4094.4094.65534.4094.4094").text().view(), "4094.4094.65534.4094.4094");
 }
 
 TEST(PageAddress, FourAndFivePartsNameTheSamePage)

@@ -72,6 +72,15 @@ TEST(ProtocolInputStream, IntegersAreBigEndian)
     EXPECT_TRUE(in.isAtEnd());
 }
 
+TEST(ProtocolInputStream, ResetSocketIsAtItsEnd)
+{
+    ResetStream stream({0x2A});
+    ProtocolInputStream in(stream);
+    EXPECT_FALSE(in.isAtEnd());
+    EXPECT_EQ(in.readByte(), 0x2A);
+    EXPECT_TRUE(in.isAtEnd());
+}
+
 TEST(ProtocolInputStream, ShortInputNamesTheBytesAskedFor)
 {
     for (const int given : {0, 1, 3}) {

@@ -194,7 +194,13 @@ TEST_F(PspClient2Test, HighPropertyIdIsLoggedNegativeAndSentUnsigned)
 TEST_F(PspClient2Test, ValueThatIsSetStaysTheCallers)
 {
     const auto text = Value::createString("mine");
-    requestOf([&](PspClient2 &psp) { psp.setValueProperty(property::BT_PIN, *text); });
+    const Bytes expected = {
+        0x52, 0x31, 0x53, 0x50,                           // R1SP
+        0x02,                                             // arguments
+        0x00, 0x03, 0x22, 0x03,                           // key 0: short16, the property
+        0x01, 0x06, 0x00, 0x05, 'm', 'i', 'n', 'e', 0x00, // key 1: string
+    };
+    EXPECT_EQ(requestOf([&](PspClient2 &psp) { psp.setValueProperty(property::BT_PIN, *text); }), expected);
     std::string kept;
     text->getString(kept);
     EXPECT_EQ(kept, "mine");

@@ -288,3 +288,26 @@ TEST_F(RequestEncoding, FailedStreamThrowsIOException)
         EXPECT_STREQ(exception.what(), "ProtocolOutputStream::write - IOException");
     }
 }
+
+namespace {
+
+/** Takes every byte and cannot send them on. */
+class UnsendableBuffer : public std::stringbuf
+{
+protected:
+    int sync() override { return -1; }
+};
+
+} // namespace
+
+TEST_F(RequestEncoding, FailedFlushThrowsIOException)
+{
+    UnsendableBuffer buffer;
+    std::ostream stream(&buffer);
+    try {
+        m_encoder.encode(stream);
+        FAIL() << "nothing was thrown";
+    } catch (const IOException &exception) {
+        EXPECT_STREQ(exception.what(), "ProtocolOutputStream::write - IOException");
+    }
+}

@@ -151,6 +151,20 @@ TEST(ResponseDecoder, ArgumentThatDoesNotDecodePassesItsException)
     EXPECT_THROW(ResponseDecoderV1_0 decoder(stream), ZELException);
 }
 
+// Elements without a body come free: what they take in memory is bound for all arguments together.
+TEST(ResponseDecoder, BoundOnTheTreeIsOneForTheWholeAnswer)
+{
+    const auto answerWith = [](std::uint8_t arguments) {
+        Bytes bytes = {0x00, 0x0A, 0x00,     0x03, 0x00, 0x01, 0x00, 0x01, 0x00, 0x01, // header
+                       0x12, 0x34, arguments};                                         // instruction
+        for (std::uint8_t index = 0; index < arguments; ++index)
+            bytes = bytes + Bytes{index, 0x09, 0xFF, 0xFF, 0x00}; // data array, 65,535 nulls
+        return bytes;
+    };
+    EXPECT_NO_THROW(decoderOf(answerWith(3)));
+    EXPECT_THROW(decoderOf(answerWith(5)), ZELException);
+}
+
 TEST(ResponseDecoder, StreamThatIsBadAlreadyIsRefused)
 {
     std::istringstream stream = streamOf(kTwoInstructions);

@@ -291,6 +291,47 @@ TEST(Socketbuf, RefillStartsOverWhen4000OfTheBufferAreConsumed)
     EXPECT_EQ(buffer.available(), 4096);
 }
 
+// A datagram larger than the buffer would arrive cut if it went through it.
+TEST(Socketbuf, LargeReadTakesWhatIsHeldAndReceivesTheRestInItsPlace)
+{
+    auto [client, server] = loopback::datagramPair();
+    OpenSocketbuf buffer(client);
+    loopback::sendAll(server, bytes(100));
+    buffer.underflow();
+    buffer.gbump(10);
+    const std::string rest = bytes(8000);
+    loopback::sendAll(server, rest);
+    std::string read(8090, '\0');
+    EXPECT_EQ(buffer.sgetn(read.data(), 8090), 8090);
+    EXPECT_TRUE(read == bytes(100).substr(10) + rest);
+    EXPECT_EQ(buffer.available(), 0);
+    EXPECT_EQ(buffer.pbackfail(kEof), kEof) << "what went by the buffer cannot be put back";
+}
+
+TEST(Socketbuf, ReadOfLessThanABufferGoesThroughIt)
+{
+    auto [client, server] = loopback::datagramPair();
+    OpenSocketbuf buffer(client);
+    loopback::sendAll(server, bytes(3000));
+    loopback::sendAll(server, bytes(2500));
+    std::string read(5000, '\0');
+    EXPECT_EQ(buffer.sgetn(read.data(), 5000), 5000); // 3,000 straight, 2,000 through the buffer
+    EXPECT_TRUE(read == bytes(3000) + bytes(2000));
+    EXPECT_EQ(buffer.consumed(), 2000);
+    EXPECT_EQ(buffer.available(), 500);
+}
+
+TEST(Socketbuf, LargeReadEndsWithThePeersBytes)
+{
+    auto [client, server] = loopback::connectedPair();
+    loopback::sendAll(server, bytes(5000));
+    server.reset();
+    OpenSocketbuf buffer(client);
+    std::string read(20000, '\0');
+    EXPECT_EQ(buffer.sgetn(read.data(), 20000), 5000);
+    EXPECT_TRUE(read.substr(0, 5000) == bytes(5000));
+}
+
 TEST(Socketbuf, OverflowOfEndOfFileDoesNothing)
 {
     auto [client, server] = loopback::datagramPair();

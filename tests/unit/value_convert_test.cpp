@@ -43,6 +43,38 @@ TEST(ValueConvert, TextsOfStringsAreTheirOwnOthersTheirTextForm)
     EXPECT_EQ(toText(Value::createNull().get()), "(null) ");
 }
 
+namespace {
+
+/** So many nulls, each on a line of a thousand blanks. */
+std::unique_ptr<Value> nullsDeepInside(std::size_t count)
+{
+    ValueList nulls;
+    for (std::size_t i = 0; i < count; ++i)
+        nulls.push_back(Value::createNull());
+    auto value = Value::createDataArray(std::move(nulls), 0);
+    for (int level = 0; level < 249; ++level)
+        value = valueArray(std::move(value));
+    return value;
+}
+
+} // namespace
+
+TEST(ValueConvert, TextOutOfProportionToTheBytesOfItsValueIsRefused)
+{
+    EXPECT_GT(toText(nullsDeepInside(5000).get()).size(), 5000u * 1000);
+    EXPECT_THROW(toText(nullsDeepInside(6000).get()), ZELException);
+}
+
+TEST(ValueConvert, TextsOfOneAnswerShareItsAllowance)
+{
+    const auto answer = valueArray(nullsDeepInside(2500), nullsDeepInside(2500), nullsDeepInside(2500));
+    TextAllowance allowance(answer.get());
+    const ValueList &items = answer->getArray();
+    EXPECT_NO_THROW(toText(items[0].get(), allowance));
+    EXPECT_NO_THROW(toText(items[1].get(), allowance));
+    EXPECT_THROW(toText(items[2].get(), allowance), ZELException);
+}
+
 TEST(ValueConvert, ListsAreTheElementsOfAnyArray)
 {
     const auto array = Value::createTerminatedArray(elements(Value::createByte(1)));

@@ -137,6 +137,35 @@ TEST(ValueDecoder, CountBeyondTheInputThrowsIOException)
     EXPECT_EQ(ioTextOf({0x0A, 0x02, 0x07}), "ProtocolInputStream::read - failed reading 1 bytes");
 }
 
+namespace {
+
+std::string ioTextOfReset(const Bytes &bytes)
+{
+    ResetStream stream(bytes);
+    ProtocolInputStream in(stream);
+    try {
+        ValueFormatV1_0().decode(in);
+    } catch (const IOException &exception) {
+        return exception.what();
+    }
+    return "nothing was thrown";
+}
+
+} // namespace
+
+TEST(ValueDecoder, BinaryCutByAResetTellsItsLengthWhateverThatIs)
+{
+    for (const int length : {1, 23, 24, 25, 1000}) {
+        const Bytes header = Bytes{0x07} + wire::bigEndian(static_cast<std::size_t>(length), 4);
+        const std::string text =
+            "ProtocolInputStream::read - failed reading " + std::to_string(length) + " bytes";
+        EXPECT_EQ(ioTextOfReset(header), text);
+        EXPECT_EQ(ioTextOfReset(header + Bytes(static_cast<std::size_t>(length - 1), 0x41)), text);
+    }
+    EXPECT_EQ(ioTextOfReset({0x07, 0x00}), "reset") << "its length is no part of it";
+    EXPECT_EQ(ioTextOfReset({0x06, 0x00, 0x05, 'a'}), "reset") << "a string passes the failure on";
+}
+
 TEST(ValueDecoder, ForgedLengthsThrowIOException)
 {
     EXPECT_EQ(ioTextOf({0x06, 0xFF, 0xFF, 0x41}), "ProtocolInputStream::read - failed reading 65535 bytes");

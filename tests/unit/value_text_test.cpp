@@ -3,7 +3,6 @@
 #include "protocol/value_decoder.h"
 #include "support/value_tree.h"
 #include "support/wire.h"
-#include "sys/exceptions.h"
 
 #include <gtest/gtest.h>
 
@@ -77,19 +76,6 @@ TEST(ValueText, NestedArraysAreIndentedByFourBlanksPerLevel)
                         "        (value array) 1\n"
                         "            (byte) 1\n"
                         "        (byte) 2");
-}
-
-TEST(ValueText, TextThatBecomesLongerThanAllowedIsRefusedBeforeItsNextLine)
-{
-    const auto value = decodeValue(Bytes{0x08, 0x00, 0x02, 0x00, 0x00}); // value array of two nulls
-    const std::string whole = "(value array) 2\n    (null) \n    (null) ";
-    const std::size_t beforeLastName = whole.size() - 8; // with its line break, which is not counted
-    std::string text;
-    ValueText(text, beforeLastName).append(value.get(), 0);
-    EXPECT_EQ(text, whole);
-    text.clear();
-    EXPECT_THROW(ValueText(text, beforeLastName - 1).append(value.get(), 0), ZELException);
-    EXPECT_EQ(text, "(value array) 2\n    (null) ");
 }
 
 TEST(ValueText, OtherCodesAreUnknown)

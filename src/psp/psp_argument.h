@@ -1,0 +1,34 @@
+#pragma once
+
+#include "protocol/value.h"
+
+#include <cstdint>
+#include <memory>
+
+namespace zel {
+
+class ValueEncoder;
+
+/** An argument of a request: a number, or a value that lives until the request is sent. An absent value is
+ *  counted among a request's arguments and not sent. */
+class PspArgument
+{
+public:
+    // NOLINTBEGIN(google-explicit-constructor): arguments are written as what they are
+    PspArgument(std::uint16_t number) noexcept : m_type(ValueType::Short16), m_number(number) {}
+    PspArgument(std::uint32_t number) noexcept : m_type(ValueType::Int32), m_number(number) {}
+    PspArgument(std::uint64_t number) noexcept : m_type(ValueType::Long64), m_number(number) {}
+    PspArgument(const Value &value) noexcept : m_value(&value) {}
+    PspArgument(const std::unique_ptr<Value> &value) noexcept : m_value(value.get()) {}
+    // NOLINTEND(google-explicit-constructor)
+
+    /** Appends key and value, or nothing for an absent value. Throws ZELException as ValueEncoder does. */
+    void encode(ValueEncoder &out, std::uint8_t key) const;
+
+private:
+    ValueType m_type = ValueType::Null; // of the number
+    std::uint64_t m_number = 0;
+    const Value *m_value = nullptr;
+};
+
+} // namespace zel
