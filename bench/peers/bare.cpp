@@ -45,14 +45,21 @@ class GrowingBlock
 public:
     ~GrowingBlock() { std::free(m_bytes); }
 
-    void append(const char *bytes, std::size_t count)
+    /** Where so many bytes may be written; added() then counts those that were. */
+    char *room(std::size_t count)
     {
         if (m_size + count > m_capacity) {
             m_capacity = std::max<std::size_t>(65536, 2 * (m_size + count));
             m_bytes = static_cast<char *>(std::realloc(m_bytes, m_capacity));
         }
-        std::memcpy(m_bytes + m_size, bytes, count);
-        m_size += count;
+        return m_bytes + m_size;
+    }
+    void added(std::size_t count) { m_size += count; }
+
+    void append(const char *bytes, std::size_t count)
+    {
+        std::memcpy(room(count), bytes, count);
+        added(count);
     }
 
     std::size_t size() const { return m_size; }
@@ -112,11 +119,18 @@ public:
             missing -= receive();
     }
 
-    /** What stands behind the first bytes of the answer is kept. */
+    /** What stands behind the first bytes of the answer is kept: where a buffer's worth of it is missing,
+     *  received straight into its place. */
     void fetch(const Exchange &exchange, std::size_t skip, GrowingBlock &kept)
     {
         sendOnce(m_socket, exchange.request);
         for (std::size_t missing = exchange.answerLength; missing > 0;) {
+            if (skip == 0 && missing >= sizeof m_buffer) {
+                const std::size_t count = receive(kept.room(missing), missing);
+                kept.added(count);
+                missing -= count;
+                continue;
+            }
             const std::size_t count = receive();
             const std::size_t skipped = std::min(skip, count);
             kept.append(m_buffer + skipped, count - skipped);
@@ -126,9 +140,11 @@ public:
     }
 
 private:
-    std::size_t receive()
+    std::size_t receive() { return receive(m_buffer, sizeof m_buffer); }
+
+    std::size_t receive(char *target, std::size_t length)
     {
-        const ssize_t count = recv(m_socket, m_buffer, sizeof m_buffer, 0);
+        const ssize_t count = recv(m_socket, target, length, 0);
         if (count <= 0)
             fail("bare client: recv failed");
         return static_cast<std::size_t>(count);

@@ -1,3 +1,5 @@
+#include "questions/counts.h"
+
 #include "questions/question.h"
 
 #include <cstdlib>
@@ -19,7 +21,38 @@ struct Work {
     double items; // by which the two sizes differ
 };
 
-using Counting = double (*)(const Words &command);
+const Work kExchange{"by exchange", "exchanges", "exchanges", {}, {}, 500, 1'500, 1'000};
+const Work kPage{"by page of 200 B",
+                 "retrieve",
+                 "retrieve",
+                 {.pages = 500, .pageSize = 200},
+                 {.pages = 1'500, .pageSize = 200},
+                 1,
+                 1,
+                 1'000};
+const Work kLargePage{"by page of 8 KiB",
+                      "retrieve",
+                      "retrieve",
+                      {.pages = 100, .pageSize = 8192},
+                      {.pages = 300, .pageSize = 8192},
+                      1,
+                      1,
+                      200};
+const Work kMebibyte{
+    "by MiB, in pages of 1 MiB",        "retrieve", "retrieve", {.pages = 4, .pageSize = 1 << 20},
+    {.pages = 20, .pageSize = 1 << 20}, 1,          1,          16};
+const Work kPen{"by announced pen", "enumerate", "enumerate", {.count = 100}, {.count = 300}, 1, 1, 200};
+const Work kSelected{"by selected page",
+                     "select",
+                     "retrieve",
+                     {.pages = 1'000, .pageSize = 200},
+                     {.pages = 8'000, .pageSize = 200},
+                     1,
+                     1,
+                     7'000};
+
+/** How often something happens in one run of a client. */
+using Counting = double (*)(const Words &command, const Bench &bench);
 
 /** The number that follows a text. */
 double numberBehind(const std::string &text, const std::string &label)
@@ -30,116 +63,147 @@ double numberBehind(const std::string &text, const std::string &label)
     return std::strtod(text.c_str() + at + label.size(), nullptr);
 }
 
-double instructions(const Words &command)
+/** Callgrind takes the one instruction that copies a whole block ("rep movsb") for as many as there are
+ * bytes. So the C library is told to copy by vectors, as it does by itself with smaller blocks. */
+constexpr const char *kCopyByVectors = "GLIBC_TUNABLES=glibc.cpu.x86_rep_movsb_threshold=1000000000:glibc."
+                                       "cpu.x86_rep_stosb_threshold=1000000000";
+
+double instructions(const Words &command, const Bench &bench)
 {
+    Words environment = bench.environment();
+    environment.push_back(kCopyByVectors);
     Words counted = {"valgrind", "--tool=callgrind", "--callgrind-out-file=/dev/null"};
     counted.insert(counted.end(), command.begin(), command.end());
-    return numberBehind(runProgram(counted).errors, "Collected :");
+    return numberBehind(runProgram(counted, environment).errors, "Collected :");
 }
 
-double systemCalls(const Words &command)
+double systemCalls(const Words &command, const Bench &bench)
 {
     Words counted = {"strace", "-f", "-c", "-U", "calls,name"};
     counted.insert(counted.end(), command.begin(), command.end());
-    const std::string table = runProgram(counted).errors;
+    const std::string table = runProgram(counted, bench.environment()).errors;
     // The last line is the sum: "12345 total".
     const std::size_t sum = table.rfind('\n', table.rfind("total"));
     return std::strtod(table.c_str() + sum, nullptr);
 }
 
-double perItem(const Bench &bench, Side side, const Work &work, Counting count)
+/** What the interposed counter saw in the measured part. */
+double counted(const Words &command, const Bench &bench, const char *figure)
 {
-    const char *const name = side == Side::Host ? work.hostWork : work.bareWork;
-    const auto total = [&](const Pens &pens, std::uint64_t exchanges) {
-        const Server server(bench, pens);
-        return count(clientCommand(bench, side, name, server, {"exchanges=" + std::to_string(exchanges)}));
-    };
-    return (total(work.many, work.manyExchanges) - total(work.few, work.fewExchanges)) / work.items;
+    Words environment = bench.environment();
+    environment.push_back("LD_PRELOAD=" + bench.directory() + "/libzel_bench_counter.so");
+    return parseFigures(runProgram(command, environment).text).at(figure);
 }
 
-Row exactRow(const std::string &what, double ours, double baseline)
+double allocations(const Words &command, const Bench &bench)
+{
+    return counted(command, bench, "allocations");
+}
+
+double receives(const Words &command, const Bench &bench)
+{
+    return counted(command, bench, "receives");
+}
+
+double sends(const Words &command, const Bench &bench)
+{
+    return counted(command, bench, "sends");
+}
+
+double socketCalls(const Words &command, const Bench &bench)
+{
+    return receives(command, bench) + sends(command, bench);
+}
+
+double emptySends(const Words &command, const Bench &bench)
+{
+    return counted(command, bench, "empty_sends");
+}
+
+struct Count {
+    const char *what;
+    Counting counting;
+    const Work &work;
+    std::optional<double> target;
+
+    std::string name() const { return std::string(what) + ", " + work.name; }
+
+    double of(const Bench &bench, Side side) const
+    {
+        const char *const name = side == Side::Host ? work.hostWork : work.bareWork;
+        const auto total = [&](const Pens &pens, std::uint64_t exchanges) {
+            const Server server(bench, pens);
+            const Words more = {"exchanges=" + std::to_string(exchanges)};
+            return counting(clientCommand(bench, side, name, server, more), bench);
+        };
+        return (total(work.many, work.manyExchanges) - total(work.few, work.fewExchanges)) / work.items;
+    }
+};
+
+/** Those that may not creep up: each has a kept number. */
+const Count kKept[] = {
+    {"instructions", instructions, kExchange, 2'200},
+    {"allocations", allocations, kExchange, 4},
+    {"instructions", instructions, kPage, 5'500},
+    {"allocations", allocations, kPage, 8},
+    {"instructions", instructions, kLargePage, 8'000},
+    {"allocations", allocations, kLargePage, 8},
+    {"instructions", instructions, kMebibyte, 200'000},
+    {"instructions", instructions, kPen, 15'000},
+    {"allocations", allocations, kPen, 4},
+    {"instructions", instructions, kSelected, 7'000},
+};
+
+const Count kMore[] = {
+    // Depends on how much has arrived when each is made.
+    {"send and recv calls", socketCalls, kMebibyte, 40},
+    {"system calls", systemCalls, kExchange, std::nullopt},
+    {"send calls", sends, kExchange, 1},
+    {"recv calls", receives, kExchange, std::nullopt},
+    {"empty packets sent", emptySends, kExchange, 0},
+    {"system calls", systemCalls, kPage, std::nullopt},
+    {"send calls", sends, kPage, 1},
+    {"recv calls", receives, kPage, std::nullopt},
+    {"empty packets sent", emptySends, kPage, 0},
+    {"system calls", systemCalls, kLargePage, std::nullopt},
+    {"system calls", systemCalls, kPen, std::nullopt},
+    {"recv calls", receives, kPen, std::nullopt},
+};
+
+Row rowOf(const Count &count, double ours)
 {
     Row row;
-    row.what = what;
+    row.what = count.name();
     row.unit = Unit::Number;
     row.ours = ours;
-    row.baseline = baseline;
-    if (baseline > 0)
-        row.ratio = Spread{ours / baseline, ours / baseline, ours / baseline};
+    row.target = count.target;
     return row;
 }
 
-void addCount(const Bench &bench, Report &report, const Work &work, const std::string &what, Counting count)
+/** A target of a count is one on our figure: what the bare client counts stands beside it. */
+void addCompared(const Bench &bench, Report &report, const Count &count)
 {
-    report.add(exactRow(what + ", " + work.name, perItem(bench, Side::Host, work, count),
-                        perItem(bench, Side::Bare, work, count)));
-}
-
-/** What the interposed counter saw in the measured part of the larger size. */
-Figures countedCalls(const Bench &bench, Side side, const Work &work)
-{
-    const char *const name = side == Side::Host ? work.hostWork : work.bareWork;
-    const Server server(bench, work.many);
-    return runClient(bench, side, name, server, {"exchanges=" + std::to_string(work.manyExchanges)},
-                     {"LD_PRELOAD=" + bench.directory() + "/libzel_bench_counter.so"});
-}
-
-void addCalls(const Bench &bench, Report &report, const Work &work, double items,
-              std::optional<double> sendsTarget)
-{
-    Figures ours = countedCalls(bench, Side::Host, work);
-    Figures baseline = countedCalls(bench, Side::Bare, work);
-    const auto row = [&](const char *what, const char *figure) {
-        return exactRow(std::string(what) + ", " + work.name, ours.at(figure) / items,
-                        baseline.at(figure) / items);
-    };
-    report.add(row("allocations", "allocations"));
-    report.add(row("recv calls", "receives"));
-    Row sends = row("send calls", "sends");
-    sends.target = sendsTarget;
-    report.add(sends);
-    Row empty = row("empty packets sent", "empty_sends");
-    empty.target = 0;
-    report.add(empty);
+    Row row = rowOf(count, count.of(bench, Side::Host));
+    row.baseline = count.of(bench, Side::Bare);
+    report.add(row);
 }
 
 } // namespace
 
 void askCounts(const Bench &bench, Report &report)
 {
-    const Work exchange{"by exchange", "exchanges", "exchanges", {}, {}, 500, 1'500, 1'000};
-    const Work page{"by page of 200 B",
-                    "retrieve",
-                    "retrieve",
-                    {.pages = 500, .pageSize = 200},
-                    {.pages = 1'500, .pageSize = 200},
-                    1,
-                    1,
-                    1'000};
-    const Work largePage{"by page of 8 KiB",
-                         "retrieve",
-                         "retrieve",
-                         {.pages = 100, .pageSize = 8192},
-                         {.pages = 300, .pageSize = 8192},
-                         1,
-                         1,
-                         200};
-    const Work selected{"by selected page",
-                        "select",
-                        "retrieve",
-                        {.pages = 500, .pageSize = 200},
-                        {.pages = 1'500, .pageSize = 200},
-                        1,
-                        1,
-                        1'000};
-    const Work pen{"by announced pen", "enumerate", "enumerate", {.count = 100}, {.count = 300}, 1, 1, 200};
-    for (const Work &work : {exchange, page, largePage, selected, pen})
-        addCount(bench, report, work, "instructions", instructions);
-    for (const Work &work : {exchange, page, largePage, pen})
-        addCount(bench, report, work, "system calls", systemCalls);
-    addCalls(bench, report, exchange, 1'500, 1);
-    addCalls(bench, report, page, 1'500, 1);
-    addCalls(bench, report, pen, 300, std::nullopt);
+    for (const Count &count : kKept)
+        addCompared(bench, report, count);
+    for (const Count &count : kMore)
+        addCompared(bench, report, count);
+}
+
+KeptCounts countQuickly(const Bench &bench)
+{
+    KeptCounts counts;
+    for (const Count &count : kKept)
+        counts.emplace_back(count.name(), count.of(bench, Side::Host));
+    return counts;
 }
 
 } // namespace zel::bench

@@ -56,7 +56,7 @@ void askGrowth(const Bench &bench, Report &report)
 {
     addExponent(bench, report, "retrieve all: exponent", "retrieve", 1.05);
     addExponent(bench, report, "select all, each named: exponent", "select", 1.05);
-    addExponent(bench, report, "select all, each within a longer address: exponent", "select-longer", 1.10);
+    addExponent(bench, report, "select all, each within a longer address: exponent", "select-longer", 1.05);
 }
 
 } // namespace zel::bench

@@ -43,7 +43,9 @@ Words clientCommand(const Bench &bench, Side side, const std::string &work, cons
 Figures runClient(const Bench &bench, Side side, const std::string &work, const Server &server,
                   const Words &more, const Words &environment)
 {
-    return parseFigures(runProgram(clientCommand(bench, side, work, server, more), environment).text);
+    return parseFigures(
+        runProgram(clientCommand(bench, side, work, server, more), joined(bench.environment(), environment))
+            .text);
 }
 
 Row Paired::row(const std::string &what, std::optional<double> target, double perItem) const

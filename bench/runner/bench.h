@@ -13,15 +13,25 @@ namespace zel::bench {
 class Bench
 {
 public:
-    Bench(std::string directory, int rounds) : m_directory(std::move(directory)), m_rounds(rounds) {}
+    /** library: the folder of the library to measure; that of the build when it is empty. */
+    Bench(std::string directory, int rounds, const std::string &library)
+        : m_directory(std::move(directory)),
+          m_rounds(rounds),
+          m_library(library.empty() ? m_directory + "/.." : library)
+    {
+    }
 
     int rounds() const { return m_rounds; }
+    std::string library() const { return m_library + "/libzel.so"; }
+    /** For every client. */
+    Words environment() const { return {"LD_LIBRARY_PATH=" + m_library}; }
     std::string program(const std::string &name) const { return m_directory + "/zel_bench_" + name; }
     const std::string &directory() const { return m_directory; }
 
 private:
     std::string m_directory;
     int m_rounds;
+    std::string m_library;
 };
 
 /** A server process; its pens' port goes to the clients. */

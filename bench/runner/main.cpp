@@ -1,12 +1,14 @@
 // Asks the questions of the benchmark and prints one table; see docs/benchmarks.md.
 
 #include "questions/question.h"
+#include "runner/kept_counts.h"
 
 #include <CLI/CLI.hpp>
 #include <fmt/core.h>
 
 #include <sched.h>
 
+#include <algorithm>
 #include <filesystem>
 
 namespace zel::bench {
@@ -67,6 +69,10 @@ int run(int count, char *arguments[])
     CLI::App app("Measures the library beside a bare client and beside other codecs.");
     std::string json;
     int rounds = 11;
+    std::string library;
+    std::string kept;
+    bool quick = false;
+    bool moves = false;
     std::vector<std::string> wanted;
     app.add_option("--json", json, "Also write the table to this file, as JSON");
     app.add_option("--rounds", rounds, "Runs of each measurement")
@@ -74,10 +80,21 @@ int run(int count, char *arguments[])
         ->capture_default_str();
     app.add_option("question", wanted, "What to measure; everything by default")
         ->check(CLI::IsMember(questionNames()));
+    app.add_option("--library", library, "Folder of the library to measure; the build's own by default");
+    CLI::Option *const quickly =
+        app.add_flag("--quick", quick, "Only the counts that are kept; fails on one a tenth above");
+    app.add_option("--kept", kept, "The file that keeps them")->needs(quickly);
+    app.add_flag("--move", moves, "Keep what was counted now")->needs(quickly);
     CLI11_PARSE(app, count, arguments);
 
     stayOnOneProcessor();
-    const Bench bench(std::filesystem::canonical("/proc/self/exe").parent_path(), rounds);
+    const Bench bench(std::filesystem::canonical("/proc/self/exe").parent_path(), rounds, library);
+    if (quick) {
+        const KeptCounts counts = countQuickly(bench);
+        if (moves)
+            keep(counts, kept);
+        return compareWithKept(counts, kept) ? 0 : 1;
+    }
     Report report;
     report.begin();
     for (const Question &question : kQuestions)

@@ -1,0 +1,17 @@
+#pragma once
+
+#include "runner/bench.h"
+
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace zel::bench {
+
+/** Counts by name, in the order of the report. */
+using KeptCounts = std::vector<std::pair<std::string, double>>;
+
+/** The library's own counts, without the bare client's beside them. */
+KeptCounts countQuickly(const Bench &bench);
+
+} // namespace zel::bench
