@@ -169,6 +169,7 @@ TEST(MemoryThatIsShort, RefusedConnectNeedsNone)
     zel::DiscoveryRecord departure;
     departure.kind = ZEL_PEN_DEPARTED;
     zel::DiscoveryRecord unknownDevice;
+    unknownDevice.kind = ZEL_PEN_ARRIVED; // which the record itself leaves open
     unknownDevice.vendorId = 0x1234;
     PenHandle *pen = nullptr;
     DfuPenHandle *dfu = nullptr;
