@@ -12,7 +12,7 @@ namespace zel {
 inline const Value *elementAt(const ValueList &list, std::size_t index)
 {
     if (index >= list.size())
-        throw ZELException("An answer lacks an element");
+        throw ZELException();
     return list[index].get();
 }
 

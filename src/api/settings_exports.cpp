@@ -107,7 +107,7 @@ std::string secondPiece(const std::string &revision)
 {
     const std::size_t first = revision.find('_');
     if (first == std::string::npos)
-        throw ZELException("The hardware revision has no second piece");
+        throw ZELException();
     const std::size_t begin = first + 1;
     return revision.substr(begin, revision.find('_', begin) - begin);
 }

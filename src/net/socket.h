@@ -67,7 +67,7 @@ int connect(SocketHandle socket, const Endpoint &endpoint) noexcept;
 int connect(SocketHandle socket, const Endpoint &endpoint, const std::atomic<bool> &stop) noexcept;
 /** Switches off the delay of small segments; a failure is ignored. */
 void setNoDelay(SocketHandle socket) noexcept;
-/** Bytes taken, or kSocketError. Never raises SIGPIPE. */
+/** All of the bytes, at most INT_MAX, or kSocketError. Never raises SIGPIPE. */
 int send(SocketHandle socket, const void *data, std::size_t length) noexcept;
 /** Bytes received, 0 when the peer closed in order, or kSocketError. */
 int recv(SocketHandle socket, void *data, std::size_t length) noexcept;

@@ -200,11 +200,20 @@ int send(SocketHandle socket, const void *data, std::size_t length) noexcept
 {
     if (refused(socket))
         return kSocketError;
+    const auto *const bytes = static_cast<const char *>(data);
     const std::size_t count = std::min<std::size_t>(length, INT_MAX);
-    const auto sent = repeatedWhenInterrupted([&] { return ::send(socket, data, count, MSG_NOSIGNAL); });
-    if (sent < 0 && errno == EPIPE)
-        errno = reasonOfBrokenPipe(socket);
-    return static_cast<int>(sent);
+    std::size_t taken = 0;
+    // A signal that comes when a part has been taken ends the call early, in spite of SA_RESTART.
+    do {
+        const auto sent = repeatedWhenInterrupted(
+            [&] { return ::send(socket, bytes + taken, count - taken, MSG_NOSIGNAL); });
+        if (sent < 0 && errno == EPIPE)
+            errno = reasonOfBrokenPipe(socket);
+        if (sent < 0)
+            return kSocketError;
+        taken += static_cast<std::size_t>(sent);
+    } while (taken < count);
+    return static_cast<int>(taken);
 }
 
 int recv(SocketHandle socket, void *data, std::size_t length) noexcept

@@ -51,7 +51,7 @@ bool selectionMatches(std::size_t requested, std::size_t selected)
 PenPageStrokes takeStyloPage(ValueList &item)
 {
     if (item.size() < 2)
-        throw ZELException("stylo page without strokes");
+        throw ZELException();
     return {PageAddress(toNumber<std::uint64_t>(item[0].get())), std::move(item[1])};
 }
 
@@ -174,7 +174,7 @@ PageData PageRetrieval::pack()
 
     const std::size_t size = request.encodedSize();
     if (size > std::numeric_limits<std::uint32_t>::max())
-        throw ZELException("page data beyond 4 GiB");
+        throw ZELException();
     PageData data{std::make_unique_for_overwrite<std::uint8_t[]>(size), static_cast<std::uint32_t>(size)};
     if (size >= kLargeBlock)
         preferLargePages(data.block.get(), size);

@@ -2,10 +2,9 @@
 // started again.
 #include "allocation_watch.h"
 #include "every_allocation.h"
+#include "listener_modes.h"
 #include "support/process_counts.h"
 
-#include "dfu/dfu_listener.h"
-#include "session/manager.h"
 #include "support/rendezvous_server.h"
 #include "sys/log.h"
 #include "sys/thread.h"
@@ -14,7 +13,6 @@
 
 #include <atomic>
 #include <optional>
-#include <ostream>
 
 namespace faults {
 
@@ -45,7 +43,7 @@ private:
 void onLog(zel::LogLevel, std::string_view text)
 {
     thread_local std::optional<OnListenerThread> t_memory;
-    if (!t_memory && text.ends_with("Thread started ***"))
+    if (!t_memory && (text == kPens.started || text == kFirmware.started))
         t_memory.emplace();
 }
 
@@ -63,51 +61,6 @@ void announce(const loopback::OwnedSocket &client)
     loopback::sendAll(client, pen("CONNECT", "0000012300abcdf1"));
     loopback::sendAll(client, pen("DISCONNECT", "0000012300abcdf1"));
     untilClosed(client);
-}
-
-/** The modes differ in what holds their listener. */
-struct ListenerMode {
-    const char *name;
-    zel::RendezvousListener &(*create)(const zel::net::Endpoint &);
-    std::uint32_t (*exit)();
-    std::uint32_t (*initialise)();
-};
-
-zel::RendezvousListener &createManager(const zel::net::Endpoint &server)
-{
-    zel::setManager(std::make_unique<zel::CZELManager>(server));
-    return *zel::manager();
-}
-
-zel::RendezvousListener &createDfuListener(const zel::net::Endpoint &server)
-{
-    zel::setDfuListener(std::make_unique<zel::DfuRendezvousListener>(server));
-    return *zel::dfuListener();
-}
-
-std::uint32_t initialise()
-{
-    return zelInitialize(onAnnouncement, onAnnouncement, nullptr);
-}
-
-std::uint32_t initialiseDfu()
-{
-    return zelDfuInit(nullptr, onAnnouncement, onAnnouncement);
-}
-
-const ListenerMode kModes[] = {
-    {"Pens", createManager, zelExit, initialise},
-    {"Firmware", createDfuListener, zelDfuExit, initialiseDfu},
-};
-
-void PrintTo(const ListenerMode &mode, std::ostream *out)
-{
-    *out << mode.name;
-}
-
-std::string nameOf(const testing::TestParamInfo<ListenerMode> &mode)
-{
-    return mode.param.name;
 }
 
 class FailingListenerAllocation : public testing::TestWithParam<ListenerMode>
@@ -128,7 +81,7 @@ protected:
             return s_failed.load();
         });
         EXPECT_EQ(s_announced, kAnnouncements);
-        EXPECT_EQ(GetParam().initialise(), ZEL_OK);
+        EXPECT_EQ(GetParam().initialise(onAnnouncement), ZEL_OK);
         EXPECT_EQ(GetParam().exit(), ZEL_OK);
     }
 
@@ -190,7 +143,7 @@ TEST_P(FailingListenerAllocation, AfterWhichAllFail)
     checkEveryAllocation(Memory::StaysShort);
 }
 
-INSTANTIATE_TEST_SUITE_P(Modes, FailingListenerAllocation, testing::ValuesIn(kModes), nameOf);
+INSTANTIATE_TEST_SUITE_P(Modes, FailingListenerAllocation, testing::Values(kPens, kFirmware), nameOfMode);
 
 namespace {
 
@@ -209,6 +162,6 @@ TEST_P(ListenerWithoutMemory, IsBroughtBackByAnEnumeration)
     EXPECT_EQ(GetParam().exit(), ZEL_OK);
 }
 
-INSTANTIATE_TEST_SUITE_P(Pens, ListenerWithoutMemory, testing::Values(kModes[0]), nameOf);
+INSTANTIATE_TEST_SUITE_P(Pens, ListenerWithoutMemory, testing::Values(kPens), nameOfMode);
 
 } // namespace faults

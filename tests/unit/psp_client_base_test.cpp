@@ -404,7 +404,8 @@ TEST_F(PspClientBaseTest, ResponseThatIsNoArrayRaisesAnExceptionWithoutText)
 TEST_F(PspClientBaseTest, ResponseWithoutStatusIsALostConnection)
 {
     connect();
-    EXPECT_THROW(exchange({0x08, 0x00, 0x00}), PspConnectionException);
+    EXPECT_EQ(textOf<PspConnectionException>([&] { exchange({0x08, 0x00, 0x00}); }),
+              "PspClientBase::receiveAndParseResponse - response without status");
     EXPECT_THROW(exchange(wire::list({wire::short16(0)})), PspConnectionException);
     EXPECT_THROW(exchange(wire::list({{0x0f}})), PspConnectionException);
 }
