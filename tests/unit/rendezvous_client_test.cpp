@@ -363,10 +363,10 @@ TEST(RendezvousClient, AbsentServerIsTriedEveryThreeSeconds)
         waiting = std::async(std::launch::async,
                              [&] { EXPECT_THROW(client.wait(), zel::ZELRendezvousShutDownException); });
         for (int attempt = 0; attempt < 3; ++attempt) {
-            ASSERT_TRUE(clock.waitForWaiting(3000)) << "attempt " << attempt;
+            EXPECT_TRUE(clock.waitForWaiting(3000)) << "attempt " << attempt;
             clock.pass(3000);
         }
-        ASSERT_TRUE(clock.waitForWaiting(3000));
+        EXPECT_TRUE(clock.waitForWaiting(3000));
         client.disconnectFromRendezvousServer();
         EXPECT_TRUE(isDone(waiting)) << "a stop does not wait for the next attempt";
     }
