@@ -1,16 +1,19 @@
 #include "pages/pen_page.h"
 
+#include "protocol/value_convert.h"
 #include "sys/exceptions.h"
 
 namespace zel {
 
 namespace {
 
-const Value &present(const std::unique_ptr<Value> &item)
+/** A pen may send a number in any width; what is no number makes the whole list unusable. */
+template <class UInt>
+UInt numberOf(const std::unique_ptr<Value> &item)
 {
-    if (!item)
+    if (!isNumber(item.get()))
         throw ZELException();
-    return *item;
+    return toNumber<UInt>(item.get());
 }
 
 } // namespace
@@ -20,8 +23,8 @@ PenPage::PenPage(const Value &value)
     const ValueList &items = value.getArray();
     if (items.size() != 2)
         return;
-    m_address = PageAddress(present(items[0]).getLong());
-    m_size = present(items[1]).getInt();
+    m_address = PageAddress(numberOf<std::uint64_t>(items[0]));
+    m_size = numberOf<std::uint32_t>(items[1]);
 }
 
 PenPage &PenPage::operator=(const PenPage &other) = default;

@@ -111,13 +111,14 @@ bool isNull(const Value *value) noexcept
     return value == nullptr || value->getType() == ValueType::Null;
 }
 
+bool isNumber(const Value *value) noexcept
+{
+    return value != nullptr && value->getType() >= ValueType::Bool && value->getType() <= ValueType::Long64;
+}
+
 bool isNonZero(const Value *value) noexcept
 {
-    if (isNull(value))
-        return false;
-    const ValueType type = value->getType();
-    const bool isNumber = type >= ValueType::Bool && type <= ValueType::Long64;
-    return !isNumber || toRawNumber(value) != 0;
+    return !isNull(value) && (!isNumber(value) || toRawNumber(value) != 0);
 }
 
 } // namespace zel

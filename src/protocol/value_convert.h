@@ -42,6 +42,8 @@ std::string toText(const Value *value, TextAllowance &allowance);
 const ValueList &toList(const Value *value);
 /** Absent, or of type null. */
 bool isNull(const Value *value) noexcept;
+/** A bool, byte, short16, int32 or long64. */
+bool isNumber(const Value *value) noexcept;
 /** A number other than 0, or any type that is neither a number nor null. */
 bool isNonZero(const Value *value) noexcept;
 

@@ -34,11 +34,25 @@ TEST(PenPage, ListsOfOtherLengthsLeaveTheDefault)
     }
 }
 
+TEST(PenPage, NumbersOfAnyWidthAreTaken)
+{
+    const PenPage narrow(*valueArray(Value::createInt(0x02003004), Value::createShort(200)));
+    EXPECT_EQ(narrow.address().raw(), 0x02003004u);
+    EXPECT_EQ(narrow.getSize(), 200u);
+    const PenPage wide(*valueArray(Value::createLong(0x0000010002003004), Value::createLong(0x1000000C8)));
+    EXPECT_EQ(wide.address(), PageAddress("1.2.3.4"));
+    EXPECT_EQ(wide.getSize(), 200u); // cut to its 32 bits
+    const PenPage least(*valueArray(Value::createByte(4), Value::createBool(true)));
+    EXPECT_EQ(least.address().raw(), 4u);
+    EXPECT_EQ(least.getSize(), 1u);
+}
+
 TEST(PenPage, OtherValuesAndItemsThrow)
 {
     EXPECT_THROW(PenPage(*Value::createLong(1)), ZELException);
-    EXPECT_THROW(PenPage(*valueArray(Value::createInt(1), Value::createInt(2))), ZELException);
-    EXPECT_THROW(PenPage(*valueArray(Value::createLong(1), Value::createLong(2))), ZELException);
+    EXPECT_THROW(PenPage(*valueArray(Value::createLong(1), Value::createString("2"))), ZELException);
+    EXPECT_THROW(PenPage(*valueArray(Value::createNull(), Value::createInt(2))), ZELException);
+    EXPECT_THROW(PenPage(*valueArray(valueArray(), Value::createInt(2))), ZELException);
     EXPECT_THROW(PenPage(*valueArray(nullptr, Value::createInt(2))), ZELException);
     EXPECT_THROW(PenPage(*valueArray(Value::createLong(1), nullptr)), ZELException);
 }
