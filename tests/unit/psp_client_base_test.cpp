@@ -404,7 +404,9 @@ TEST_F(PspClientBaseTest, ResponseThatIsNoArrayRaisesAnExceptionWithoutText)
 TEST_F(PspClientBaseTest, ResponseWithoutStatusIsALostConnection)
 {
     connect();
-    EXPECT_EQ(textOf<PspConnectionException>([&] { exchange({0x08, 0x00, 0x00}); }),
+    EXPECT_EQ(textOf<PspConnectionException>([&] {
+                  exchange({0x08, 0x00, 0x00});
+              }),
               "PspClientBase::receiveAndParseResponse - response without status");
     EXPECT_THROW(exchange(wire::list({wire::short16(0)})), PspConnectionException);
     EXPECT_THROW(exchange(wire::list({{0x0f}})), PspConnectionException);
