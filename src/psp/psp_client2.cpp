@@ -28,7 +28,8 @@ std::unique_ptr<Value> PspClient2::getValueProperty(std::uint16_t id)
 std::unique_ptr<Value> PspClient2::setValueProperty(std::uint16_t id, const Value &value)
 {
     LogDebug("[PspClient2::setValueProperty] ", static_cast<std::int16_t>(id));
-    return execute(instruction("R1SP"), id, value);
+    // A copy, which has null values where the original has elements without any.
+    return execute(instruction("R1SP"), id, *value.copy());
 }
 
 std::unique_ptr<Value> PspClient2::listPages()

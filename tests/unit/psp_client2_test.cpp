@@ -5,6 +5,7 @@
 #include "psp/property_ids.h"
 #include "support/log_capture.h"
 #include "support/scripted_pen.h"
+#include "support/value_tree.h"
 
 #include <gtest/gtest.h>
 
@@ -204,6 +205,19 @@ TEST_F(PspClient2Test, ValueThatIsSetStaysTheCallers)
     std::string kept;
     text->getString(kept);
     EXPECT_EQ(kept, "mine");
+}
+
+TEST_F(PspClient2Test, ElementsWithoutAValueAreSentAsNull)
+{
+    const auto list = Value::createValueArray(elements(nullptr, Value::createBool(true)));
+    const Bytes expected = {
+        0x52, 0x31, 0x53, 0x50,             // R1SP
+        0x02,                               // arguments
+        0x00, 0x03, 0x12, 0x34,             // key 0: short16, the property
+        0x01, 0x08, 0x00, 0x02, 0x00, 0x01, // key 1: value array of two: null, bool
+        0x01,
+    };
+    EXPECT_EQ(requestOf([&](PspClient2 &psp) { psp.setValueProperty(0x1234, *list); }), expected);
 }
 
 TEST_F(PspClient2Test, AnswerOfEndSyncSessionAndSetMmiStateMayCarryAValue)
