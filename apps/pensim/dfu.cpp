@@ -112,7 +112,7 @@ bool DfuMachine::takeBlock(std::uint16_t number, std::span<const std::uint8_t> d
 {
     if (m_state == DfuState::idle)
         beginDownload(number);
-    if (number != m_nextBlock) {
+    if (number != m_nextBlock || m_image.size() + data.size() > kLargestImage) {
         fail(DfuStatus::address);
         return false;
     }

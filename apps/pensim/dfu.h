@@ -30,9 +30,12 @@ enum class DfuStatus : std::uint8_t {
     stalledPacket = 0x0f,
 };
 
-// The state machine of the USB device class for firmware upgrades (version 1.1), without upload. A request
-// that the state does not allow stalls: the operation answers false or nothing, and the machine is in its
-// error state (in application mode: back in appIdle). Time is an argument, so that tests need not wait.
+/** Larger firmware does not fit a pen. */
+inline constexpr std::size_t kLargestImage = 64 << 20;
+
+/** The state machine of the USB device class for firmware upgrades (version 1.1), without upload. A request
+ *  that the state does not allow stalls: the operation answers false or nothing, and the machine is in its
+ *  error state (in application mode: back in appIdle). Time is an argument, so that tests need not wait. */
 class DfuMachine
 {
 public:
@@ -44,20 +47,20 @@ public:
     DfuState state() const { return m_state; }
 
     bool detach(Time now);
-    // The block as hosts send it: block number and length n, 16 bits little-endian each, then n bytes.
+    /** The block as hosts send it: block number and length n, 16 bits little-endian each, then n bytes. */
     bool download(std::span<const std::uint8_t> block, Time now);
-    // bStatus, bwPollTimeout in milliseconds (3 bytes, little-endian), bState, iString.
+    /** bStatus, bwPollTimeout in milliseconds (3 bytes, little-endian), bState, iString. */
     std::optional<std::array<std::uint8_t, 6>> getStatus(Time now);
     std::optional<DfuState> getState(Time now);
     bool clearStatus(Time now);
     bool abort(Time now);
-    // bmAttributes, wDetachTimeOut, wTransferSize, bcdDFUVersion, little-endian.
+    /** bmAttributes, wDetachTimeOut, wTransferSize, bcdDFUVersion, little-endian. */
     std::array<std::uint8_t, 7> functionalDescriptor() const;
 
-    // A reset of the port: a detached pen comes back in firmware-upgrade mode, one in that mode as an
-    // application if its firmware is whole.
+    /** A reset of the port: a detached pen comes back in firmware-upgrade mode, one in that mode as an
+     *  application if its firmware is whole. */
     void reset(Time now);
-    // Straight into firmware-upgrade mode.
+    /** Straight into firmware-upgrade mode. */
     void boot();
 
     const Bytes &image() const { return m_image; }

@@ -1,14 +1,12 @@
 #include "instructions.h"
 
-#include "status_codes.h"
-
 #include <algorithm>
 
 namespace pensim {
 
 namespace {
 
-using Connection = std::uint64_t;
+using ConnectionNumber = std::uint64_t;
 
 constexpr std::uint64_t kStrokeFormat = 2;
 constexpr std::size_t kLongestPassword = 31;
@@ -35,17 +33,17 @@ std::uint16_t propertyId(const Request &request)
     return static_cast<std::uint16_t>(request.argument(0).number());
 }
 
-Answer getProperty(PenState &pen, const Request &request, Connection)
+Answer getProperty(PenState &pen, const Request &request, ConnectionNumber)
 {
     return result(pen.readProperty(propertyId(request)));
 }
 
-Answer setProperty(PenState &pen, const Request &request, Connection)
+Answer setProperty(PenState &pen, const Request &request, ConnectionNumber)
 {
     return refused(pen.properties.write(propertyId(request), request.argument(1)));
 }
 
-Answer listPages(PenState &pen, const Request &, Connection)
+Answer listPages(PenState &pen, const Request &, ConnectionNumber)
 {
     std::vector<Value> items;
     items.reserve(pen.pages.pages().size());
@@ -54,7 +52,7 @@ Answer listPages(PenState &pen, const Request &, Connection)
     return result(Value::array(std::move(items)));
 }
 
-Answer beginSyncSession(PenState &pen, const Request &, Connection connection)
+Answer beginSyncSession(PenState &pen, const Request &, ConnectionNumber connection)
 {
     if (pen.syncBusy || pen.sessionOwner)
         return yesOrNo(false);
@@ -62,7 +60,7 @@ Answer beginSyncSession(PenState &pen, const Request &, Connection connection)
     return yesOrNo(true);
 }
 
-Answer endSyncSession(PenState &pen, const Request &, Connection connection)
+Answer endSyncSession(PenState &pen, const Request &, ConnectionNumber connection)
 {
     pen.connectionClosed(connection);
     return done();
@@ -76,7 +74,7 @@ Value limited(const Value &strokes, std::uint64_t limit)
     return Value::binary(Bytes(bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(limit)));
 }
 
-Answer getPage(PenState &pen, const Request &request, Connection connection)
+Answer getPage(PenState &pen, const Request &request, ConnectionNumber connection)
 {
     if (pen.sessionOwner != connection)
         return refused(status::noSession);
@@ -88,7 +86,7 @@ Answer getPage(PenState &pen, const Request &request, Connection connection)
     return result(limited(page->strokes, request.argument(2).number()));
 }
 
-Answer getStylo(PenState &pen, const Request &, Connection connection)
+Answer getStylo(PenState &pen, const Request &, ConnectionNumber connection)
 {
     if (pen.sessionOwner != connection)
         return refused(status::noSession);
@@ -98,20 +96,20 @@ Answer getStylo(PenState &pen, const Request &, Connection connection)
     return result(Value::array(std::move(items)));
 }
 
-Answer setMmiState(PenState &pen, const Request &request, Connection)
+Answer setMmiState(PenState &pen, const Request &request, ConnectionNumber)
 {
     pen.mmiState = static_cast<std::uint16_t>(request.argument(0).number());
     return done();
 }
 
-Answer removePage(PenState &pen, const Request &request, Connection)
+Answer removePage(PenState &pen, const Request &request, ConnectionNumber)
 {
     if (request.argument(1).number() != kStrokeFormat)
         return refused(status::badArguments);
     return refused(pen.pages.remove(request.argument(0).number()) > 0 ? 0 : status::noSuchPage);
 }
 
-Answer clearStrokes(PenState &pen, const Request &request, Connection)
+Answer clearStrokes(PenState &pen, const Request &request, ConnectionNumber)
 {
     if (request.argument(0).number() != 0)
         return refused(status::badArguments);
@@ -120,12 +118,12 @@ Answer clearStrokes(PenState &pen, const Request &request, Connection)
     return done();
 }
 
-Answer lockStatus(PenState &pen, const Request &, Connection)
+Answer lockStatus(PenState &pen, const Request &, ConnectionNumber)
 {
     return result(Value::boolean(pen.locked));
 }
 
-Answer unlock(PenState &pen, const Request &request, Connection)
+Answer unlock(PenState &pen, const Request &request, ConnectionNumber)
 {
     if (pen.locked && !pen.passwordMatches(request.argument(0)))
         return yesOrNo(false);
@@ -134,7 +132,7 @@ Answer unlock(PenState &pen, const Request &request, Connection)
 }
 
 // Without a password there is nothing to prove.
-Answer setPassword(PenState &pen, const Request &request, Connection)
+Answer setPassword(PenState &pen, const Request &request, ConnectionNumber)
 {
     const bool known = pen.password.empty() || pen.passwordMatches(request.argument(0));
     const std::string newPassword = request.argument(1).text();
@@ -144,28 +142,28 @@ Answer setPassword(PenState &pen, const Request &request, Connection)
     return yesOrNo(true);
 }
 
-Answer getHint(PenState &pen, const Request &, Connection)
+Answer getHint(PenState &pen, const Request &, ConnectionNumber)
 {
     return result(Value::string(pen.hint));
 }
 
-Answer setHint(PenState &pen, const Request &request, Connection)
+Answer setHint(PenState &pen, const Request &request, ConnectionNumber)
 {
     pen.hint = request.argument(0).text();
     return done();
 }
 
-Answer hasEncryptedData(PenState &pen, const Request &, Connection)
+Answer hasEncryptedData(PenState &pen, const Request &, ConnectionNumber)
 {
     return result(Value::boolean(pen.encryptedData.has_value()));
 }
 
-Answer getEncryptedData(PenState &pen, const Request &, Connection)
+Answer getEncryptedData(PenState &pen, const Request &, ConnectionNumber)
 {
     return result(pen.encryptedData ? Value::binary(*pen.encryptedData) : Value::null());
 }
 
-Answer clearEncryptedData(PenState &pen, const Request &, Connection)
+Answer clearEncryptedData(PenState &pen, const Request &, ConnectionNumber)
 {
     const bool present = pen.encryptedData.has_value();
     pen.encryptedData.reset();
@@ -182,12 +180,12 @@ Answer accepted(bool fine)
     return fine ? done() : refused(status::stalled);
 }
 
-Answer dfuDetach(PenState &pen, const Request &, Connection)
+Answer dfuDetach(PenState &pen, const Request &, ConnectionNumber)
 {
     return accepted(pen.dfu.detach(now()));
 }
 
-Answer dfuDetachBoot(PenState &pen, const Request &, Connection)
+Answer dfuDetachBoot(PenState &pen, const Request &, ConnectionNumber)
 {
     if (!pen.dfu.detach(now()))
         return refused(status::stalled);
@@ -196,40 +194,40 @@ Answer dfuDetachBoot(PenState &pen, const Request &, Connection)
     return done();
 }
 
-Answer dfuFunctionalDescriptor(PenState &pen, const Request &, Connection)
+Answer dfuFunctionalDescriptor(PenState &pen, const Request &, ConnectionNumber)
 {
     const auto descriptor = pen.dfu.functionalDescriptor();
     return result(Value::binary(Bytes(descriptor.begin(), descriptor.end())));
 }
 
-Answer dfuDownload(PenState &pen, const Request &request, Connection)
+Answer dfuDownload(PenState &pen, const Request &request, ConnectionNumber)
 {
     return accepted(pen.dfu.download(request.argument(0).bytes(), now()));
 }
 
-Answer dfuGetStatus(PenState &pen, const Request &, Connection)
+Answer dfuGetStatus(PenState &pen, const Request &, ConnectionNumber)
 {
     const auto record = pen.dfu.getStatus(now());
     return record ? result(Value::binary(Bytes(record->begin(), record->end()))) : refused(status::stalled);
 }
 
-Answer dfuClearStatus(PenState &pen, const Request &, Connection)
+Answer dfuClearStatus(PenState &pen, const Request &, ConnectionNumber)
 {
     return accepted(pen.dfu.clearStatus(now()));
 }
 
-Answer dfuAbort(PenState &pen, const Request &, Connection)
+Answer dfuAbort(PenState &pen, const Request &, ConnectionNumber)
 {
     return accepted(pen.dfu.abort(now()));
 }
 
-Answer dfuGetState(PenState &pen, const Request &, Connection)
+Answer dfuGetState(PenState &pen, const Request &, ConnectionNumber)
 {
     const auto state = pen.dfu.getState(now());
     return state ? result(Value::int32(static_cast<std::uint32_t>(*state))) : refused(status::stalled);
 }
 
-Answer dfuResetPort(PenState &pen, const Request &, Connection)
+Answer dfuResetPort(PenState &pen, const Request &, ConnectionNumber)
 {
     pen.dfu.reset(now());
     pen.restartWanted = true;
@@ -303,6 +301,11 @@ const Instruction *findInstruction(std::uint32_t code)
     const auto found = std::find_if(std::begin(kInstructions), std::end(kInstructions),
                                     [code](const Instruction &row) { return row.code == code; });
     return found == std::end(kInstructions) ? nullptr : found;
+}
+
+std::size_t instructionCount()
+{
+    return std::size(kInstructions);
 }
 
 std::string codeText(std::uint32_t code)

@@ -4,7 +4,7 @@
 
 namespace pensim {
 
-// One row of the table of everything that a pen can be asked.
+/** One row of the table of everything that a pen can be asked. */
 struct Instruction {
     std::uint32_t code;
     const char *name;
@@ -18,10 +18,12 @@ struct Instruction {
     bool accepts(const Request &request) const;
 };
 
-// Null when no pen knows the code.
+/** Null when no pen knows the code. */
 const Instruction *findInstruction(std::uint32_t code);
 
-// The four characters of a code, those that are no letters or digits as question marks.
+std::size_t instructionCount();
+
+/** The four characters of a code, those that are no letters or digits as question marks. */
 std::string codeText(std::uint32_t code);
 
 } // namespace pensim

@@ -1,5 +1,7 @@
 #include "io_thread.h"
 
+#include "platform.h"
+
 #include <condition_variable>
 #include <fmt/format.h>
 #include <mutex>
@@ -9,13 +11,17 @@ namespace pensim {
 
 namespace {
 
-// On Linux a listener may take a port over from connections that linger; on Windows the same option would let
-// two services share the port.
-void allowReuse([[maybe_unused]] Acceptor &acceptor)
+// Connections deal with what their handlers throw. If one cannot, the thread still serves the others.
+void runUntilStopped(asio::io_context &context)
 {
-#ifndef _WIN32
-    acceptor.set_option(Acceptor::reuse_address(true));
-#endif
+    for (;;) {
+        try {
+            context.run();
+            return;
+        } catch (const std::exception &) {
+            continue;
+        }
+    }
 }
 
 } // namespace
@@ -25,7 +31,7 @@ void IoThread::start()
     m_context.restart();
     m_work.emplace(m_context.get_executor());
     m_running = true;
-    m_thread = std::thread([this] { m_context.run(); });
+    m_thread = std::thread([this] { runUntilStopped(m_context); });
 }
 
 void IoThread::stop()
@@ -94,7 +100,8 @@ Acceptor listenOnLoopback(asio::io_context &context, std::uint16_t port)
     const asio::ip::tcp::endpoint endpoint(asio::ip::address_v4::loopback(), port);
     try {
         Acceptor acceptor(context, endpoint.protocol());
-        allowReuse(acceptor);
+        if (mayReusePorts())
+            acceptor.set_option(Acceptor::reuse_address(true));
         acceptor.bind(endpoint);
         acceptor.listen();
         return acceptor;

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "reply.h"
+#include "rules.h"
 
 #include <asio.hpp>
 #include <atomic>
@@ -9,7 +9,7 @@
 
 namespace pensim {
 
-// The one thread on which everything that touches the network runs.
+/** The one thread on which everything that touches the network runs. */
 class IoThread
 {
 public:
@@ -22,8 +22,8 @@ public:
     void start();
     void stop();
 
-    // Runs the operation on the thread and waits for it; its exceptions come back to the caller. While the
-    // thread does not run, and on the thread itself, the operation runs where it is called.
+    /** Runs the operation on the thread and waits for it; its exceptions come back to the caller. While the
+     *  thread does not run, and on the thread itself, the operation runs where it is called. */
     void run(const std::function<void()> &operation);
 
 private:
@@ -36,7 +36,7 @@ private:
 using Acceptor = asio::ip::tcp::acceptor;
 using Socket = asio::ip::tcp::socket;
 
-// Listens on the loopback interface; throws std::system_error that names the port.
+/** Listens on the loopback interface; throws std::system_error that names the port. */
 Acceptor listenOnLoopback(asio::io_context &context, std::uint16_t port);
 void closeSocket(Socket &socket, Ending ending);
 

@@ -1,9 +1,11 @@
 // pensim: a pen service without pens, for trying and testing hosts.
 
-#include "commands.h"
+#include "control_port.h"
+#include "io_thread.h"
+#include "platform.h"
+#include "state_json.h"
 
 #include <CLI/CLI.hpp>
-#include <asio.hpp>
 #include <cstdio>
 #include <fmt/format.h>
 #include <fstream>
@@ -16,11 +18,14 @@ namespace {
 constexpr int kBadCommandLine = 1;
 constexpr int kBadScenario = 2;
 constexpr int kCannotListen = 3;
+constexpr int kLogIncomplete = 4;
 
 struct Arguments {
     std::string scenario;
     std::uint16_t port = 3715;
+    std::optional<std::uint16_t> controlPort;
     bool log = false;
+    bool logJson = false;
     std::string logFile;
     std::string readyFile;
     bool quitAtEnd = false;
@@ -28,104 +33,158 @@ struct Arguments {
 
 void describe(CLI::App &app, Arguments &arguments)
 {
+    app.set_version_flag("-V,--version", "pensim " PENSIM_VERSION);
     app.add_option("-s,--scenario", arguments.scenario, "JSON file that tells the pens (default: built in)");
     app.add_option("-p,--port", arguments.port, "port of the rendezvous server, 0 for any free one")
         ->capture_default_str();
+    app.add_option("-c,--control", arguments.controlPort,
+                   "take commands as JSON lines on this port, 0 for any free one");
     app.add_flag("-l,--log", arguments.log, "log every exchange to standard error");
+    app.add_flag("--log-json", arguments.logJson, "log JSON objects, one a line");
     app.add_option("--log-file", arguments.logFile, "log every exchange to this file");
     app.add_option("--ready-file", arguments.readyFile,
-                   "write ports and pens to this file once they can be reached");
+                   "write ports and pens to this file once they can be reached, and remove it at the end");
     app.add_flag("--quit-at-end", arguments.quitAtEnd, "end when standard input ends");
     app.footer(
         "Commands are read from standard input, a line each; \"help\" tells them. Without \"quit\" the "
-        "service "
-        "runs until it is interrupted.\nExit codes: 0 ended as asked, 1 bad command line, 2 bad scenario, 3 "
-        "cannot listen.");
+        "service runs until it is interrupted.\n"
+        "Exit codes: 0 ended as asked, 1 bad command line, 2 bad scenario, 3 cannot listen, 4 the log is "
+        "incomplete.");
 }
 
-// Where the log lines go, each with the seconds since the start.
+// Where the log goes, each entry with the seconds since the start.
 class LogWriter
 {
 public:
-    explicit LogWriter(const Arguments &arguments) : m_toStderr(arguments.log)
+    explicit LogWriter(const Arguments &arguments)
+        : m_json(arguments.logJson),
+          m_toStderr(arguments.log || (arguments.logJson && arguments.logFile.empty())),
+          m_name(arguments.logFile)
     {
-        if (arguments.logFile.empty())
+        if (m_name.empty())
             return;
-        m_file.open(arguments.logFile);
+        m_file.open(pensim::pathOf(m_name), std::ios::binary);
         if (!m_file)
-            throw std::runtime_error("cannot write " + arguments.logFile);
+            throw std::runtime_error("cannot write " + m_name);
     }
+
     bool wanted() const { return m_toStderr || m_file.is_open(); }
-    void write(const std::string &line)
+    bool complete() const { return m_complete; }
+
+    void write(const pensim::LogEntry &entry)
     {
         const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - m_start;
-        const std::string text = fmt::format("{:9.3f} {}\n", elapsed.count(), line);
+        const std::string text =
+            m_json ? fmt::format("{{\"time\":{:.6f},{}\n", elapsed.count(), entry.json.substr(1))
+                   : fmt::format("{:9.3f} {}\n", elapsed.count(), entry.text);
         if (m_toStderr)
             std::cerr << text;
-        if (m_file.is_open())
-            m_file << text << std::flush;
+        if (m_file.is_open() && m_complete && !(m_file << text << std::flush)) {
+            m_complete = false;
+            std::cerr << fmt::format("pensim: cannot write {}; the log ends here\n", m_name);
+        }
     }
 
 private:
-    bool m_toStderr;
+    const bool m_json;
+    const bool m_toStderr;
+    const std::string m_name;
     std::ofstream m_file;
-    std::chrono::steady_clock::time_point m_start = std::chrono::steady_clock::now();
+    bool m_complete = true;
+    const std::chrono::steady_clock::time_point m_start = std::chrono::steady_clock::now();
 };
 
-// A reader never sees half a file: it appears under its name when it is whole.
-void writeReadyFile(const std::string &path, const std::string &text)
+// A reader never sees half a file: it appears under its name when it is whole. It is gone when the service
+// is.
+class ReadyFile
 {
-    const std::string unfinished = path + ".new";
-    std::ofstream file(unfinished, std::ios::binary);
-    file << text;
-    file.close();
-    if (!file)
-        throw std::runtime_error("cannot write " + path);
-    std::filesystem::rename(unfinished, path);
-}
+public:
+    ReadyFile() = default;
+    ~ReadyFile()
+    {
+        std::error_code ignored;
+        if (!m_path.empty())
+            std::filesystem::remove(m_path, ignored);
+    }
+    ReadyFile(const ReadyFile &) = delete;
+    ReadyFile &operator=(const ReadyFile &) = delete;
 
-// Standard input has its own thread, which nothing can wake while it waits for a line: it is left behind at
-// the end.
-void readCommands(std::shared_ptr<asio::io_context> main, std::function<void(const std::string &)> command,
-                  std::function<void()> end)
+    void write(const std::string &name, const std::string &text)
+    {
+        const std::filesystem::path unfinished = pensim::pathOf(name + ".new");
+        std::ofstream file(unfinished, std::ios::binary);
+        file << text;
+        file.close();
+        std::error_code error;
+        if (file)
+            std::filesystem::rename(unfinished, pensim::pathOf(name), error);
+        if (!file || error) {
+            std::error_code ignored;
+            std::filesystem::remove(unfinished, ignored);
+            throw std::runtime_error("cannot write " + name);
+        }
+        m_path = pensim::pathOf(name);
+    }
+
+private:
+    std::filesystem::path m_path;
+};
+
+// The service and what steers it.
+struct House {
+    House(const pensim::Options &options, const pensim::Scenario &scenario) : service(options, scenario) {}
+
+    pensim::Service service;
+    pensim::Control control{service};
+    std::unique_ptr<pensim::ControlPort> controlPort;
+    asio::io_context main; // runs on the first thread until the service is to end
+};
+
+// Standard input has its own thread, which nothing can wake while it waits for a line. It is left behind at
+// the end, with a share in what it uses.
+void readCommands(const std::shared_ptr<House> &house, bool quitAtEnd)
 {
-    std::thread([main = std::move(main), command = std::move(command), end = std::move(end)] {
-        for (std::string line; std::getline(std::cin, line);)
-            asio::post(*main, [command, line] { command(line); });
-        asio::post(*main, end);
+    std::thread([house, quitAtEnd] {
+        for (std::string line; std::getline(std::cin, line);) {
+            if (line.ends_with('\r'))
+                line.pop_back();
+            if (line.find_first_not_of(" \t") == line.npos)
+                continue;
+            const pensim::ControlAnswer answer = house->control.runLineAndWait(line);
+            std::cout << (line.starts_with("{") ? answer.toJsonLine() : answer.toText()) << std::flush;
+            if (answer.quit)
+                house->main.stop();
+        }
+        if (quitAtEnd)
+            house->main.stop();
     }).detach();
 }
 
-void runUntilStopped(pensim::Service &service, const Arguments &arguments)
+void runUntilStopped(const std::shared_ptr<House> &house, const Arguments &arguments)
 {
-    const auto main = std::make_shared<asio::io_context>();
-    const auto work = asio::make_work_guard(*main);
-    asio::signal_set signals(*main, SIGINT, SIGTERM);
-    signals.async_wait([&](asio::error_code, int) { main->stop(); });
-    pensim::Commands commands(service, std::cout);
-    commands.list();
+    const auto work = asio::make_work_guard(house->main);
+    asio::signal_set signals(house->main, SIGINT, SIGTERM);
+    signals.async_wait([&](asio::error_code, int) { house->main.stop(); });
+    const std::uint16_t controlPort = house->controlPort ? house->controlPort->port() : 0;
+    std::cout << house->control.runLineAndWait("list").text;
+    ReadyFile readyFile;
     if (!arguments.readyFile.empty())
-        writeReadyFile(arguments.readyFile, pensim::readyReport(service));
-    std::cout << "ready on port " << service.rendezvousPort() << std::endl;
-    readCommands(
-        main,
-        [&](const std::string &line) {
-            if (!commands.run(line))
-                main->stop();
-        },
-        [&] {
-            if (arguments.quitAtEnd)
-                main->stop();
-        });
-    main->run();
+        readyFile.write(arguments.readyFile, pensim::readyReport(house->service, controlPort));
+    if (controlPort != 0)
+        std::cout << "control on port " << controlPort << '\n';
+    std::cout << "ready on port " << house->service.rendezvousPort() << std::endl;
+    readCommands(house, arguments.quitAtEnd);
+    house->main.run();
+    house->controlPort.reset();
+    house->service.stop();
 }
 
 int serve(const Arguments &arguments)
 {
     pensim::Scenario scenario;
     try {
-        scenario =
-            arguments.scenario.empty() ? pensim::defaultScenario() : pensim::loadScenario(arguments.scenario);
+        scenario = arguments.scenario.empty() ? pensim::defaultScenario()
+                                              : pensim::loadScenario(pensim::pathOf(arguments.scenario));
     } catch (const std::exception &error) {
         std::cerr << "pensim: " << error.what() << '\n';
         return kBadScenario;
@@ -133,26 +192,31 @@ int serve(const Arguments &arguments)
     LogWriter log(arguments);
     pensim::Options options{.rendezvousPort = arguments.port, .record = false, .log = {}};
     if (log.wanted())
-        options.log = [&log](const std::string &line) { log.write(line); };
-    pensim::Service service(options, scenario);
+        options.log = [&log](const pensim::LogEntry &entry) { log.write(entry); };
+    const auto house = std::make_shared<House>(options, scenario);
     try {
-        service.start();
+        house->service.start();
+        if (arguments.controlPort)
+            house->controlPort = std::make_unique<pensim::ControlPort>(
+                house->service, house->control, *arguments.controlPort, [&] { house->main.stop(); });
     } catch (const std::system_error &error) {
         std::cerr << "pensim: " << error.what()
                   << "\nIs another pen service running? Stop it, or choose other ports (--port, \"port\").\n";
         return kCannotListen;
     }
-    runUntilStopped(service, arguments);
-    return 0;
+    runUntilStopped(house, arguments);
+    return log.complete() ? 0 : kLogIncomplete;
 }
 
-int run(int count, char **texts)
+int run(std::vector<std::string> texts)
 {
     CLI::App app("A simulated pen service: hosts find its pens and talk to them as to real ones.", "pensim");
     Arguments arguments;
     describe(app, arguments);
     try {
-        app.parse(count, texts);
+        texts.erase(texts.begin(), texts.begin() + (texts.empty() ? 0 : 1));
+        std::reverse(texts.begin(), texts.end()); // as the parser wants them
+        app.parse(std::move(texts));
         return serve(arguments);
     } catch (const CLI::ParseError &error) {
         return app.exit(error) == 0 ? 0 : kBadCommandLine;
@@ -166,7 +230,9 @@ int run(int count, char **texts)
 
 int main(int count, char **texts)
 {
-    const int code = run(count, texts);
+    pensim::prepareConsole();
+    const int code = run(pensim::programArguments(count, texts));
     std::cout.flush();
+    pensim::leaveConsole();
     std::_Exit(code); // past the thread that waits for a line of standard input
 }

@@ -45,6 +45,22 @@ std::string fieldText(std::uint64_t address, const Field &field)
     return number == field.mask ? "*" : fmt::format("{}", number);
 }
 
+constexpr std::string_view kAlphabet = "ABCDEFGHJKMNPQRSTUWXYZ23456789";
+
+std::string digits(std::uint64_t number, int width)
+{
+    std::string text(static_cast<std::size_t>(width), kAlphabet.front());
+    for (auto digit = text.rbegin(); digit != text.rend(); ++digit, number /= kAlphabet.size())
+        *digit = kAlphabet[number % kAlphabet.size()];
+    return text;
+}
+
+// Each half counts as a signed number, as the pens' own labels do.
+std::uint64_t signedHalf(std::uint64_t half)
+{
+    return static_cast<std::uint64_t>(static_cast<std::int64_t>(static_cast<std::int32_t>(half)));
+}
+
 } // namespace
 
 std::uint64_t parsePageAddress(const std::string &text)
@@ -70,6 +86,18 @@ std::string pageAddressText(std::uint64_t address)
     return text;
 }
 
+std::optional<std::uint64_t> nextPageAddress(std::uint64_t address)
+{
+    for (auto field = std::rbegin(kFields); field != std::rend(kFields); ++field) {
+        const std::uint64_t last = field->mask - 1;
+        const std::uint64_t one = std::uint64_t{1} << field->shift;
+        if ((address >> field->shift & field->mask) < last)
+            return address + one;
+        address &= ~(field->mask << field->shift); // and carry
+    }
+    return std::nullopt;
+}
+
 bool pageAddressMatches(std::uint64_t address, std::uint64_t pattern)
 {
     for (const Field &field : kFields) {
@@ -78,6 +106,17 @@ bool pageAddressMatches(std::uint64_t address, std::uint64_t pattern)
             return false;
     }
     return true;
+}
+
+std::string serialText(std::uint64_t penId)
+{
+    constexpr std::uint64_t invalid = ~std::uint64_t{0};
+    if (penId == invalid)
+        return "INVALID-PEN-ID";
+    const std::string group = digits(signedHalf(penId >> 32), 3);
+    const std::string serial = digits(signedHalf(penId & 0xffffffff), 6);
+    const std::string check = digits(penId % 877, 2);
+    return group + "-" + serial.substr(0, 3) + "-" + serial.substr(3) + "-" + check;
 }
 
 std::uint32_t PageSpec::size() const

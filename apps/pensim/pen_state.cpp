@@ -1,7 +1,6 @@
 #include "pen_state.h"
 
 #include "instructions.h"
-#include "status_codes.h"
 
 #include <algorithm>
 
@@ -55,6 +54,7 @@ PenState::PenState(const PenSpec &spec)
       password(spec.password),
       hint(spec.hint),
       encryptedData(spec.encryptedData),
+      syncBusy(spec.busy),
       dfu(spec.dfu, spec.dfuMode)
 {
     for (const PageSpec &page : spec.pages)

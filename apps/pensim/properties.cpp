@@ -1,7 +1,5 @@
 #include "properties.h"
 
-#include "status_codes.h"
-
 #include <algorithm>
 #include <span>
 
@@ -9,7 +7,6 @@ namespace pensim {
 
 namespace {
 
-constexpr std::uint64_t kMemoryBytes = 64u << 20;
 constexpr std::size_t kOwnerCardItems = 18;
 
 bool isType(const Value &value, Type type)
@@ -125,12 +122,12 @@ Value battery()
 }
 
 // Item 7 is the size of the memory; what the others count, no host asks.
-Value memory()
+Value memoryOf(std::uint32_t size)
 {
     std::vector<Value> items(8, Value::int32(0));
     items[0] = Value::int32(87);
     items[1] = Value::int32(3912);
-    items[7] = Value::int32(kMemoryBytes);
+    items[7] = Value::int32(size);
     return Value::array(std::move(items));
 }
 
@@ -142,7 +139,7 @@ std::map<std::uint16_t, Value> builtIn(const PenSpec &spec)
         {softwareVersion, Value::short16(static_cast<std::uint16_t>(spec.softwareVersion))},
         {property::battery, pensim::battery()},
         {property::revisions, pensim::revisions()},
-        {property::memory, pensim::memory()},
+        {property::memory, memoryOf(spec.memory)},
         {clockDifference, Value::long64(0)},
         {patternVersion, Value::short16(0x0102)},
         {manufacturerData, Value::string("Simulated by pensim")},
@@ -191,11 +188,6 @@ Value valueIn(const std::map<std::uint16_t, Value> &values, std::uint16_t id)
     return found == values.end() ? Value::null() : found->second;
 }
 
-std::uint64_t memorySize(const Value &memory)
-{
-    return memory.items().size() > 7 ? memory.items()[7].number() : 0;
-}
-
 } // namespace
 
 Properties::Properties(const PenSpec &spec)
@@ -218,7 +210,7 @@ Value Properties::computed(std::uint16_t id, std::uint64_t usedBytes) const
     if (id == property::penTime)
         return Value::long64(static_cast<std::uint64_t>(hostMillis() + m_clockOffset));
     if (id == property::freeMemory) {
-        const std::uint64_t total = memorySize(read(property::memory, usedBytes));
+        const std::uint64_t total = memorySize();
         return Value::long64(total - std::min(total, usedBytes));
     }
     const Value stored = valueIn(m_values, id);
@@ -254,6 +246,41 @@ std::int32_t Properties::write(std::uint16_t id, const Value &value)
 void Properties::set(std::uint16_t id, Value value)
 {
     m_forced[id] = std::move(value);
+}
+
+void Properties::setMemory(std::uint32_t bytes)
+{
+    m_forced.erase(property::memory);
+    m_values[property::memory] = memoryOf(bytes);
+}
+
+std::uint32_t Properties::memorySize() const
+{
+    const Value memory = read(property::memory, 0);
+    return memory.items().size() > 7 ? static_cast<std::uint32_t>(memory.items()[7].number()) : 0;
+}
+
+std::map<std::uint16_t, Value> Properties::all(std::uint64_t usedBytes) const
+{
+    std::map<std::uint16_t, Value> all = m_forced;
+    for (const auto &[id, value] : m_values)
+        all.try_emplace(id, read(id, usedBytes));
+    for (const std::uint16_t id : {property::freeMemory, property::penTime})
+        all.try_emplace(id, read(id, usedBytes));
+    std::erase_if(all, [](const auto &row) { return isNull(row.second); });
+    return all;
+}
+
+std::map<std::uint16_t, Value> Properties::changed(PenSpec spec) const
+{
+    spec.properties.clear();
+    spec.memory = memorySize();
+    const Properties fresh(spec);
+    std::map<std::uint16_t, Value> changed = m_forced;
+    for (const auto &[id, value] : m_values)
+        if (id != property::systemTime && read(id, 0) != fresh.read(id, 0))
+            changed.try_emplace(id, read(id, 0));
+    return changed;
 }
 
 void Properties::seeHost()

@@ -4,7 +4,7 @@
 
 namespace pensim {
 
-// Property ids that the service itself gives a meaning to; a scenario may add any other.
+/** Property ids that the service itself gives a meaning to; a scenario may add any other. */
 namespace property {
 inline constexpr std::uint16_t penId = 0x0000;
 inline constexpr std::uint16_t softwareVersion = 0x0001;
@@ -34,25 +34,31 @@ inline constexpr std::uint16_t certificate = 0x2209;
 inline constexpr std::uint16_t signingKey = 0x220a;
 } // namespace property
 
-// Software versions from which pens know wake-up time and secure delete, and from which they know
-// certificates, keys and encrypted data.
+/** Software versions from which pens know wake-up time and secure delete, and from which they know
+ *  certificates, keys and encrypted data. */
 inline constexpr std::uint16_t kWakeUpVersion = 0x0502;
 inline constexpr std::uint16_t kSecurityVersion = 0x0503;
 
-// A pen's properties: what a host reads, and which writes the pen accepts.
+/** A pen's properties: what a host reads, and which writes the pen accepts. */
 class Properties
 {
 public:
     explicit Properties(const PenSpec &spec);
 
-    // The null value when the pen has no such property. `usedBytes` is what the pen's pages take.
+    /** The null value when the pen has no such property. `usedBytes` is what the pen's pages take. */
     Value read(std::uint16_t id, std::uint64_t usedBytes) const;
-    // The status of the request: 0, or propertyRefused when the pen has no such property, does not let it be
-    // written, or finds the value unfit.
+    /** The status of the request: 0, or propertyRefused when the pen has no such property, does not let it be
+     *  written, or finds the value unfit. */
     std::int32_t write(std::uint16_t id, const Value &value);
-    // Sets the value that is read from now on, whatever it is.
+    /** Sets the value that is read from now on, whatever it is. */
     void set(std::uint16_t id, Value value);
-    // Notes the host's clock, as the pen does when a host finds it.
+    void setMemory(std::uint32_t bytes);
+    std::uint32_t memorySize() const;
+    /** Every property that the pen has, as it is read. */
+    std::map<std::uint16_t, Value> all(std::uint64_t usedBytes) const;
+    /** Those that are read otherwise than on a new pen of this description. */
+    std::map<std::uint16_t, Value> changed(PenSpec spec) const;
+    /** Notes the host's clock, as the pen does when a host finds it. */
     void seeHost();
 
 private:

@@ -6,7 +6,7 @@
 
 namespace pensim {
 
-// An instruction code from its four characters: fourCc("R1GP").
+/** An instruction code from its four characters: fourCc("R1GP"). */
 constexpr std::uint32_t fourCc(std::string_view text)
 {
     std::uint32_t code = 0;
@@ -18,17 +18,21 @@ constexpr std::uint32_t fourCc(std::string_view text)
 struct Argument {
     std::uint8_t index = 0;
     Value value;
-    Bytes raw; // the encoded value, without the index
 };
 
-// One instruction as it arrived.
+/** One instruction as it arrived. */
 struct Request {
     std::uint32_t code = 0;
     std::vector<Argument> arguments; // in order of arrival
-    Bytes raw;                       // the whole frame
 
-    // The value under an index; null when the request has none.
-    Value argument(std::uint8_t index) const;
+    /** The value under an index; the null value when the request has none. */
+    Value argument(std::uint8_t index) const
+    {
+        for (const Argument &argument : arguments)
+            if (argument.index == index)
+                return argument.value;
+        return Value::null();
+    }
 };
 
 namespace instruction {
@@ -60,5 +64,18 @@ inline constexpr std::uint32_t dfuAbort = fourCc("V007");
 inline constexpr std::uint32_t dfuGetState = fourCc("V008");
 inline constexpr std::uint32_t dfuResetPort = fourCc("V009");
 } // namespace instruction
+
+namespace status {
+// Fixed by the protocol.
+inline constexpr std::int32_t unknownInstruction = -9001;
+inline constexpr std::int32_t locked = -9003;
+inline constexpr std::int32_t propertyRefused = -4013;
+
+// This service's own: hosts take any other negative number as a plain failure.
+inline constexpr std::int32_t noSuchPage = -4001;
+inline constexpr std::int32_t noSession = -4002;
+inline constexpr std::int32_t badArguments = -4003;
+inline constexpr std::int32_t stalled = -4004; // a firmware-upgrade request that the state does not allow
+} // namespace status
 
 } // namespace pensim

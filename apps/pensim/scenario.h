@@ -1,32 +1,38 @@
 #pragma once
 
-#include "pen_description.h"
+#include "rendezvous.h"
 
-#include <string_view>
+#include <nlohmann/json_fwd.hpp>
 
 namespace pensim {
-
-// How the rendezvous server departs from its ways.
-struct RendezvousSpec {
-    std::vector<RuleSpec> listRules;
-    std::vector<RuleSpec> connectionRules;
-    std::size_t fragment = 0; // see Rendezvous::setFragments()
-    std::chrono::milliseconds fragmentPause{0};
-};
 
 struct Scenario {
     std::vector<PenSpec> pens; // listed in this order
     RendezvousSpec rendezvous;
 };
 
-// Three ordinary pens (PSP 4.1 with pages up to 1 MiB; PSP 4.0 of software version 0x0502; a locked one) and
-// one in firmware-upgrade mode.
+/** Three ordinary pens (PSP 4.1 with pages up to 1 MiB; PSP 4.0 of software version 0x0502; a locked one) and
+ *  one in firmware-upgrade mode. See scenarios/default.json. */
 Scenario defaultScenario();
 
-// Reads the JSON text of a scenario; throws std::runtime_error that names the place.
+// Each of these checks what it reads against the schema and throws std::runtime_error that names the place.
+
 Scenario parseScenario(std::string_view json);
 Scenario loadScenario(const std::filesystem::path &file);
-// One pen as in a scenario's list of them.
-PenSpec parsePen(std::string_view json);
+/** A pen as in a scenario's list of them; with a "count", so many. */
+std::vector<PenSpec> pensOf(const nlohmann::json &json);
+/** A page as in a scenario; with a "count", so many. */
+std::vector<PageSpec> pagesOf(const nlohmann::json &json);
+
+/** A fault of a pen. */
+struct Fault {
+    bool ofConnections = false; // otherwise of requests
+    RuleSpec rule;
+};
+Fault faultOf(const nlohmann::json &json);
+
+/** What parseScenario() would read as the same. */
+nlohmann::ordered_json scenarioJson(const Scenario &scenario);
+nlohmann::ordered_json faultJson(const RuleSpec &rule, const std::string &trigger);
 
 } // namespace pensim

@@ -1,93 +1,69 @@
 #include "service.h"
 
-#include "pen_impl.h"
-#include "rendezvous_impl.h"
+#include "io_thread.h"
 
 #include <algorithm>
 #include <fmt/format.h>
 
 namespace pensim {
 
-// All of it is touched on the service's thread, or by the owner's while that does not run.
-struct Service::Impl {
-    // In list order: as the scenario has them, then as they were docked.
-    struct Entry {
-        Pen::Impl *impl;
-        std::unique_ptr<Pen> pen;
+Service::Service(Options options, const Scenario &scenario)
+    : m_options(std::move(options)),
+      m_io(std::make_unique<IoThread>()),
+      m_rendezvous(*m_io, m_options.record, m_options.log, [this] { return dockedPens(); }),
+      m_pens(makeAll(scenario.pens))
+{
+    m_rendezvous.configure(scenario.rendezvous);
+}
+
+Service::~Service()
+{
+    stop();
+}
+
+std::unique_ptr<Pen> Service::make(const PenSpec &spec)
+{
+    auto pen = std::make_unique<Pen>(spec, *m_io, m_options.record, m_options.log);
+    pen->m_restart = [this, known = pen.get()] {
+        detach(*known);
+        attach(*known);
     };
-
-    Impl(Options theOptions, const Scenario &scenario);
-    ~Impl() { stop(); }
-    Impl(const Impl &) = delete;
-    Impl &operator=(const Impl &) = delete;
-
-    void start();
-    void stop();
-    void openAll();
-    void closeAll();
-    Pen &dockNew(PenSpec spec);
-    Pen &redock(std::uint64_t id);
-    void undock(std::uint64_t id);
-
-    Entry &add(const PenSpec &spec);
-    Entry *find(std::uint64_t id);
-    Entry &known(std::uint64_t id);
-    void attach(Pen::Impl &pen);
-    void detach(Pen::Impl &pen);
-    void listLast(std::uint64_t id);
-    std::vector<Announcement> dockedPens() const;
-
-    const Options options;
-    IoThread io; // outlives everything that listens
-    bool running = false;
-    Rendezvous::Impl *rendezvousImpl;
-    Rendezvous rendezvous;
-    std::vector<Entry> entries;
-};
-
-Service::Impl::Impl(Options theOptions, const Scenario &scenario)
-    : options(std::move(theOptions)),
-      rendezvousImpl(new Rendezvous::Impl(io, options.record, options.log)),
-      rendezvous(std::unique_ptr<Rendezvous::Impl>(rendezvousImpl))
-{
-    rendezvousImpl->dockedPens = [this] { return dockedPens(); };
-    rendezvousImpl->configure(scenario.rendezvous);
-    for (const PenSpec &spec : scenario.pens)
-        add(spec);
-}
-
-Service::Impl::Entry &Service::Impl::add(const PenSpec &spec)
-{
-    if (find(spec.id) != nullptr)
-        throw std::invalid_argument(fmt::format("there is a pen {:016x} already", spec.id));
-    auto impl = std::make_unique<Pen::Impl>(spec, io, options.record, options.log);
-    Pen::Impl *const raw = impl.get();
-    raw->restart = [this, raw] {
-        detach(*raw);
-        attach(*raw);
+    pen->m_onExchange = [this] {
+        if (m_observer)
+            m_observer();
     };
-    entries.push_back({raw, std::make_unique<Pen>(std::move(impl))});
-    return entries.back();
+    return pen;
 }
 
-Service::Impl::Entry *Service::Impl::find(std::uint64_t id)
+Service::Pens Service::makeAll(const std::vector<PenSpec> &specs)
 {
-    const auto found = std::find_if(entries.begin(), entries.end(),
-                                    [id](const Entry &entry) { return entry.impl->spec.id == id; });
-    return found == entries.end() ? nullptr : &*found;
+    Pens pens;
+    for (const PenSpec &spec : specs) {
+        if (std::any_of(pens.begin(), pens.end(), [&](const auto &pen) { return pen->id() == spec.id; }))
+            throw std::invalid_argument(fmt::format("there is a pen {:016x} already", spec.id));
+        pens.push_back(make(spec));
+    }
+    return pens;
 }
 
-Service::Impl::Entry &Service::Impl::known(std::uint64_t id)
+Pen *Service::find(std::uint64_t id) const
 {
-    Entry *const entry = find(id);
-    if (entry == nullptr)
+    const auto found =
+        std::find_if(m_pens.begin(), m_pens.end(), [id](const auto &pen) { return pen->id() == id; });
+    return found == m_pens.end() ? nullptr : found->get();
+}
+
+Pen &Service::known(std::uint64_t id) const
+{
+    Pen *const pen = find(id);
+    if (pen == nullptr)
         throw std::out_of_range(fmt::format("there is no pen {:016x}", id));
-    return *entry;
+    return *pen;
 }
 
-void Service::Impl::start()
+void Service::start()
 {
-    if (running)
+    if (m_running)
         return;
     try {
         openAll();
@@ -95,153 +71,188 @@ void Service::Impl::start()
         closeAll();
         throw;
     }
-    running = true;
-    io.start();
-}
-
-void Service::Impl::openAll()
-{
-    rendezvousImpl->listen(options.rendezvousPort);
-    for (const Entry &entry : entries)
-        if (entry.impl->spec.docked)
-            attach(*entry.impl);
-}
-
-void Service::Impl::stop()
-{
-    if (!running)
-        return;
-    io.run([this] { closeAll(); });
-    io.stop();
-    running = false;
-}
-
-void Service::Impl::closeAll()
-{
-    rendezvousImpl->server->close(Ending::close);
-    for (const Entry &entry : entries)
-        if (entry.impl->server)
-            entry.impl->close();
-}
-
-void Service::Impl::attach(Pen::Impl &pen)
-{
-    pen.open();
-    rendezvousImpl->announce(pen.announced, "CONNECT");
-}
-
-// The departure tells what the arrival told, so a pen that has changed its mode meanwhile is still known by
-// the old.
-void Service::Impl::detach(Pen::Impl &pen)
-{
-    rendezvousImpl->announce(pen.announced, "DISCONNECT");
-    pen.close();
-}
-
-void Service::Impl::listLast(std::uint64_t id)
-{
-    Entry &entry = known(id);
-    std::rotate(&entry, &entry + 1, entries.data() + entries.size());
-}
-
-Pen &Service::Impl::dockNew(PenSpec spec)
-{
-    spec.docked = true;
-    Entry &entry = add(spec);
-    if (running)
-        attach(*entry.impl);
-    return *entry.pen;
-}
-
-Pen &Service::Impl::redock(std::uint64_t id)
-{
-    Pen::Impl &impl = *known(id).impl;
-    if (impl.server)
-        throw std::invalid_argument(fmt::format("pen {:016x} is docked", id));
-    listLast(id);
-    impl.redock();
-    attach(impl);
-    return *known(id).pen;
-}
-
-void Service::Impl::undock(std::uint64_t id)
-{
-    Pen::Impl &impl = *known(id).impl;
-    if (!impl.server)
-        throw std::invalid_argument(fmt::format("pen {:016x} is not docked", id));
-    detach(impl);
-}
-
-std::vector<Announcement> Service::Impl::dockedPens() const
-{
-    std::vector<Announcement> docked;
-    for (const Entry &entry : entries)
-        if (entry.impl->server)
-            docked.push_back(entry.impl->announced);
-    return docked;
-}
-
-Service::Service(Options options, const Scenario &scenario)
-    : m_impl(std::make_unique<Impl>(std::move(options), scenario))
-{
-}
-
-Service::~Service() = default;
-
-void Service::start()
-{
-    m_impl->start();
+    m_running = true;
+    m_io->start();
 }
 
 void Service::stop()
 {
-    m_impl->stop();
+    if (!m_running)
+        return;
+    m_io->run([this] { closeAll(); });
+    m_io->stop();
+    m_running = false;
 }
 
-std::uint16_t Service::rendezvousPort() const
+void Service::openAll()
 {
-    return m_impl->rendezvous.port();
+    m_rendezvous.listenOn(m_options.rendezvousPort);
+    attachAll();
 }
 
-Rendezvous &Service::rendezvous()
+void Service::closeAll()
 {
-    return m_impl->rendezvous;
+    m_rendezvous.shutDown();
+    for (const auto &pen : m_pens)
+        pen->close();
+}
+
+void Service::attach(Pen &pen)
+{
+    pen.open();
+    m_rendezvous.announce(pen.m_announced, "CONNECT");
+}
+
+// The departure tells what the arrival told, so a pen that has changed its mode meanwhile is still known by
+// the old.
+void Service::detach(Pen &pen)
+{
+    m_rendezvous.announce(pen.m_announced, "DISCONNECT");
+    pen.close();
+}
+
+void Service::attachAll()
+{
+    for (const auto &pen : m_pens)
+        if (pen->spec().docked)
+            attach(*pen);
+}
+
+void Service::detachAll()
+{
+    for (const auto &pen : m_pens)
+        if (pen->docked())
+            detach(*pen);
+}
+
+Pen &Service::dockNew(PenSpec spec)
+{
+    if (find(spec.id) != nullptr)
+        throw std::invalid_argument(fmt::format("there is a pen {:016x} already", spec.id));
+    spec.docked = true;
+    m_pens.push_back(make(spec));
+    try {
+        if (m_running)
+            attach(*m_pens.back());
+    } catch (...) {
+        m_pens.back()->close();
+        m_pens.pop_back();
+        throw;
+    }
+    return *m_pens.back();
+}
+
+Pen &Service::dockAgain(std::uint64_t id)
+{
+    Pen &pen = known(id);
+    if (pen.docked())
+        throw std::invalid_argument(fmt::format("pen {:016x} is docked", id));
+    const auto place =
+        std::find_if(m_pens.begin(), m_pens.end(), [&](const auto &one) { return one.get() == &pen; });
+    std::rotate(place, place + 1, m_pens.end());
+    pen.redock();
+    attach(pen);
+    return pen;
+}
+
+void Service::load(const Scenario &scenario)
+{
+    m_io->run([&] {
+        Pens pens = makeAll(scenario.pens);
+        std::vector<Pen *> docked;
+        for (const auto &pen : m_pens)
+            if (pen->docked())
+                docked.push_back(pen.get());
+        detachAll(); // first, because the new pens may want the ports of the old
+        m_pens.swap(pens);
+        try {
+            if (m_running)
+                attachAll();
+        } catch (...) {
+            detachAll();
+            m_pens.swap(pens);
+            for (Pen *pen : docked)
+                attach(*pen);
+            throw;
+        }
+        m_rendezvous.configure(scenario.rendezvous);
+    });
+}
+
+Scenario Service::present()
+{
+    Scenario scenario;
+    m_io->run([&] {
+        for (const auto &pen : m_pens)
+            scenario.pens.push_back(pen->present());
+        scenario.rendezvous = m_rendezvous.spec();
+    });
+    return scenario;
+}
+
+std::vector<Announcement> Service::dockedPens() const
+{
+    std::vector<Announcement> docked;
+    for (const auto &pen : m_pens)
+        if (pen->docked())
+            docked.push_back(pen->m_announced);
+    return docked;
 }
 
 Pen &Service::dock(PenSpec spec)
 {
     Pen *pen = nullptr;
-    m_impl->io.run([&] { pen = &m_impl->dockNew(std::move(spec)); });
+    m_io->run([&] { pen = &dockNew(std::move(spec)); });
     return *pen;
 }
 
 Pen &Service::redock(std::uint64_t id)
 {
     Pen *pen = nullptr;
-    m_impl->io.run([&] { pen = &m_impl->redock(id); });
+    m_io->run([&] { pen = &dockAgain(id); });
     return *pen;
 }
 
 void Service::undock(std::uint64_t id)
 {
-    m_impl->io.run([&] { m_impl->undock(id); });
+    m_io->run([&] {
+        Pen &pen = known(id);
+        if (!pen.docked())
+            throw std::invalid_argument(fmt::format("pen {:016x} is not docked", id));
+        detach(pen);
+    });
+}
+
+void Service::forget(std::uint64_t id)
+{
+    m_io->run([&] {
+        Pen &pen = known(id);
+        if (pen.docked())
+            detach(pen);
+        std::erase_if(m_pens, [&](const auto &one) { return one.get() == &pen; });
+    });
 }
 
 Pen &Service::pen(std::uint64_t id)
 {
     Pen *pen = nullptr;
-    m_impl->io.run([&] { pen = m_impl->known(id).pen.get(); });
+    m_io->run([&] { pen = &known(id); });
     return *pen;
 }
 
 std::vector<Pen *> Service::pens()
 {
     std::vector<Pen *> pens;
-    m_impl->io.run([&] {
-        for (const auto &entry : m_impl->entries)
-            pens.push_back(entry.pen.get());
+    m_io->run([&] {
+        for (const auto &pen : m_pens)
+            pens.push_back(pen.get());
     });
     return pens;
+}
+
+void Service::onExchange(std::function<void()> observer)
+{
+    m_io->run([&] { m_observer = std::move(observer); });
 }
 
 } // namespace pensim

@@ -12,6 +12,11 @@ Value::Value(Type type, std::vector<Value> items, Type elementType)
 {
 }
 
+Value Value::ofNumber(Type type, std::uint64_t number)
+{
+    return Value(type, type == Type::boolean && number != 0 ? 1 : number);
+}
+
 Value Value::null()
 {
     return Value(Type::null);

@@ -1,12 +1,18 @@
 #pragma once
 
-#include "bytes.h"
-
+#include <cstdint>
+#include <memory>
 #include <string>
+#include <vector>
 
 namespace pensim {
 
-// Type codes as they stand on the wire.
+using Bytes = std::vector<std::uint8_t>;
+
+/** Strokes of several MiB are shared between a pen's pages and the answers that carry them. */
+using SharedBytes = std::shared_ptr<const Bytes>;
+
+/** Type codes as they stand on the wire. */
 enum class Type : std::uint8_t {
     null = 0,
     boolean = 1,
@@ -24,14 +30,16 @@ enum class Type : std::uint8_t {
     any = 15,
 };
 
-// The service's own typed datum: a plain copyable value. It shares nothing with the client library, so that
-// every exchange between the two checks one implementation of the protocol against another.
+/** The service's own typed datum: a plain copyable value. It shares no code with the client library, so
+ *  every exchange between the two checks one implementation of the protocol against another. */
 class Value
 {
 public:
     Value() = default; // null
 
     static Value null();
+    /** Of a type that has a number or nothing behind it. */
+    static Value ofNumber(Type type, std::uint64_t number);
     static Value boolean(bool value);
     static Value byte(std::uint8_t value);
     static Value short16(std::uint16_t value);
@@ -51,14 +59,14 @@ public:
     bool isNumber() const { return m_type >= Type::boolean && m_type <= Type::long64; }
     bool isArray() const { return m_type >= Type::array && m_type <= Type::terminatedArray; }
 
-    // Each reads its own kind and answers zero or emptiness for any other.
+    /** Each returns its own kind, and zero or nothing for any other. */
     std::uint64_t number() const { return m_number; }
     const std::string &text() const { return m_text; }
     const Bytes &bytes() const;
     const std::vector<Value> &items() const { return m_items; }
     Type elementType() const { return m_elementType; }
 
-    // One line for logs: int32 7, "text", binary 0a 0b 0c .. (300 bytes), [a, b].
+    /** One line for logs: int32 7, "text", binary 0a 0b 0c .. (300 bytes), [a, b]. */
     std::string toLogText() const;
 
     friend bool operator==(const Value &left, const Value &right);

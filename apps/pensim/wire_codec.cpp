@@ -1,6 +1,7 @@
 #include "wire_codec.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace pensim {
 
@@ -11,32 +12,12 @@ constexpr std::uint8_t kSlipEscape = 0xdb;
 constexpr std::uint8_t kSlipEscapedEnd = 0xdc;
 constexpr std::uint8_t kSlipEscapedEscape = 0xdd;
 
-// Deeper nesting is no request of any host; it would only exhaust the stack.
-constexpr int kDeepest = 64;
-
 using Input = std::span<const std::uint8_t>;
 
 void putNumber(std::uint64_t number, int width, Bytes &out)
 {
     for (int shift = 8 * (width - 1); shift >= 0; shift -= 8)
         out.push_back(static_cast<std::uint8_t>(number >> shift));
-}
-
-Input take(Input &input, std::size_t count)
-{
-    if (input.size() < count)
-        throw TruncatedInput(count - input.size());
-    const Input taken = input.first(count);
-    input = input.subspan(count);
-    return taken;
-}
-
-std::uint64_t takeNumber(Input &input, std::size_t width)
-{
-    std::uint64_t number = 0;
-    for (const std::uint8_t byte : take(input, width))
-        number = number << 8 | byte;
-    return number;
 }
 
 std::size_t numberWidth(Type type)
@@ -110,22 +91,6 @@ void encodeBody(const Value &value, Bytes &out)
     }
 }
 
-Value decodeNested(Input &input, int depth);
-Value decodeBody(Input &input, Type type, int depth);
-
-Value decodeString(Input &input)
-{
-    const Input bytes = take(input, takeNumber(input, 2));
-    const auto end = std::find(bytes.begin(), bytes.end(), std::uint8_t{0});
-    return Value::string(std::string(bytes.begin(), end));
-}
-
-Value decodeBinary(Input &input)
-{
-    const Input bytes = take(input, takeNumber(input, 4));
-    return Value::binary(Bytes(bytes.begin(), bytes.end()));
-}
-
 std::uint8_t unescape(std::uint8_t second)
 {
     if (second == kSlipEscapedEnd)
@@ -135,97 +100,9 @@ std::uint8_t unescape(std::uint8_t second)
     throw MalformedInput("bad escape in an escaped binary");
 }
 
-Value decodeEscaped(Input &input)
+std::string textOf(const Bytes &bytes)
 {
-    Bytes bytes;
-    for (;;) {
-        const std::uint8_t byte = take(input, 1)[0];
-        if (byte == kSlipEnd)
-            return Value::escapedBinary(std::move(bytes));
-        bytes.push_back(byte == kSlipEscape ? unescape(take(input, 1)[0]) : byte);
-    }
-}
-
-Value decodeArray(Input &input, int depth)
-{
-    std::vector<Value> items;
-    for (std::uint64_t count = takeNumber(input, 2); count > 0; --count)
-        items.push_back(decodeNested(input, depth + 1));
-    return Value::array(std::move(items));
-}
-
-Value decodeDataArray(Input &input, int depth)
-{
-    const std::uint64_t count = takeNumber(input, 2);
-    const auto elementType = static_cast<Type>(takeNumber(input, 1));
-    std::vector<Value> items;
-    for (std::uint64_t i = 0; i < count; ++i)
-        items.push_back(decodeBody(input, elementType, depth + 1));
-    return Value::dataArray(elementType, std::move(items));
-}
-
-Value decodeTerminatedArray(Input &input, int depth)
-{
-    std::vector<Value> items;
-    for (;;) {
-        Value item = decodeNested(input, depth + 1);
-        if (item.type() == Type::terminator || item.type() == Type::any)
-            return Value::terminatedArray(std::move(items));
-        items.push_back(std::move(item));
-    }
-}
-
-Value decodeBody(Input &input, Type type, int depth)
-{
-    if (depth > kDeepest)
-        throw MalformedInput("arrays nested too deep");
-    switch (type) {
-    case Type::null:
-        return Value::null();
-    case Type::boolean:
-        return Value::boolean(takeNumber(input, 1) != 0);
-    case Type::byte:
-        return Value::byte(static_cast<std::uint8_t>(takeNumber(input, 1)));
-    case Type::short16:
-        return Value::short16(static_cast<std::uint16_t>(takeNumber(input, 2)));
-    case Type::int32:
-        return Value::int32(static_cast<std::uint32_t>(takeNumber(input, 4)));
-    case Type::long64:
-        return Value::long64(takeNumber(input, 8));
-    case Type::string:
-        return decodeString(input);
-    case Type::binary:
-        return decodeBinary(input);
-    case Type::array:
-        return decodeArray(input, depth);
-    case Type::dataArray:
-        return decodeDataArray(input, depth);
-    case Type::terminatedArray:
-        return decodeTerminatedArray(input, depth);
-    case Type::terminator:
-        return Value::terminator();
-    case Type::escapedBinary:
-        return decodeEscaped(input);
-    case Type::any:
-        return Value::any();
-    }
-    throw MalformedInput("unknown value type");
-}
-
-Value decodeNested(Input &input, int depth)
-{
-    const auto type = static_cast<Type>(takeNumber(input, 1));
-    return decodeBody(input, type, depth);
-}
-
-Argument decodeArgument(Input &input)
-{
-    Argument argument;
-    argument.index = static_cast<std::uint8_t>(takeNumber(input, 1));
-    const Input start = input;
-    argument.value = decodeValue(input);
-    argument.raw.assign(start.begin(), start.end() - static_cast<std::ptrdiff_t>(input.size()));
-    return argument;
+    return {bytes.begin(), std::find(bytes.begin(), bytes.end(), std::uint8_t{0})};
 }
 
 } // namespace
@@ -236,22 +113,6 @@ void encodeValue(const Value &value, Bytes &out)
     encodeBody(value, out);
 }
 
-Value decodeValue(std::span<const std::uint8_t> &input)
-{
-    return decodeNested(input, 0);
-}
-
-Request decodeRequest(std::span<const std::uint8_t> &input)
-{
-    const Input start = input;
-    Request request;
-    request.code = static_cast<std::uint32_t>(takeNumber(input, 4));
-    for (std::uint64_t count = takeNumber(input, 1); count > 0; --count)
-        request.arguments.push_back(decodeArgument(input));
-    request.raw.assign(start.begin(), start.end() - static_cast<std::ptrdiff_t>(input.size()));
-    return request;
-}
-
 void encodeResponse(std::int32_t status, const std::optional<Value> &result, Bytes &out)
 {
     out.push_back(static_cast<std::uint8_t>(Type::array));
@@ -259,6 +120,211 @@ void encodeResponse(std::int32_t status, const std::optional<Value> &result, Byt
     encodeValue(Value::int32(static_cast<std::uint32_t>(status)), out);
     if (result)
         encodeValue(*result, out);
+}
+
+bool RequestDecoder::take(std::span<const std::uint8_t> &input)
+{
+    while (!m_whole) {
+        if (m_value)
+            deliver();
+        else if (fill(input))
+            interpret();
+        else
+            return false;
+    }
+    return true;
+}
+
+Request RequestDecoder::request()
+{
+    Request request = std::move(m_request);
+    *this = RequestDecoder();
+    return request;
+}
+
+bool RequestDecoder::fill(Input &input)
+{
+    const Input taken = input.first(std::min(input.size(), m_tokenSize - m_token.size()));
+    m_bytes += taken.size();
+    if (m_bytes > kLongestRequest)
+        throw MalformedInput("a request that is too long");
+    m_token.insert(m_token.end(), taken.begin(), taken.end());
+    input = input.subspan(taken.size());
+    return m_token.size() == m_tokenSize;
+}
+
+void RequestDecoder::expect(Step step, std::size_t size)
+{
+    m_step = step;
+    m_tokenSize = size;
+    m_token.clear();
+}
+
+std::uint64_t RequestDecoder::number(std::size_t size) const
+{
+    std::uint64_t number = 0;
+    for (std::size_t i = 0; i < size; ++i)
+        number = number << 8 | m_token[i];
+    return number;
+}
+
+void RequestDecoder::interpret()
+{
+    switch (m_step) {
+    case Step::header:
+        m_request.code = static_cast<std::uint32_t>(number(4));
+        m_argumentsLeft = m_token[4];
+        expectIndex();
+        break;
+    case Step::index:
+        m_request.arguments.push_back({m_token[0], {}});
+        expect(Step::type, 1);
+        break;
+    case Step::type:
+        begin(static_cast<Type>(m_token[0]));
+        break;
+    case Step::number:
+        finish(Value::ofNumber(m_type, number(m_tokenSize)));
+        break;
+    case Step::length:
+        beginContent();
+        break;
+    case Step::content:
+        finish(m_type == Type::string ? Value::string(textOf(m_token)) : Value::binary(std::move(m_token)));
+        break;
+    case Step::escaped:
+    case Step::escape:
+        takeEscaped(m_token[0]);
+        break;
+    }
+}
+
+void RequestDecoder::expectIndex()
+{
+    m_whole = m_argumentsLeft == 0;
+    expect(Step::index, 1);
+}
+
+void RequestDecoder::begin(Type type)
+{
+    m_type = type;
+    switch (type) {
+    case Type::null:
+    case Type::terminator:
+    case Type::any:
+        finish(Value::ofNumber(type, 0));
+        break;
+    case Type::boolean:
+    case Type::byte:
+    case Type::short16:
+    case Type::int32:
+    case Type::long64:
+        expect(Step::number, numberWidth(type));
+        break;
+    case Type::string:
+    case Type::array:
+        expect(Step::length, 2);
+        break;
+    case Type::dataArray:
+        expect(Step::length, 3); // with the type of the elements
+        break;
+    case Type::binary:
+        expect(Step::length, 4);
+        break;
+    case Type::terminatedArray:
+        push(type, Type::null, 1);
+        break;
+    case Type::escapedBinary:
+        expect(Step::escaped, 1);
+        break;
+    default:
+        throw MalformedInput("unknown value type");
+    }
+}
+
+void RequestDecoder::beginContent()
+{
+    if (m_type == Type::array) {
+        push(m_type, Type::null, number(2));
+    } else if (m_type == Type::dataArray) {
+        push(m_type, static_cast<Type>(m_token[2]), number(2));
+    } else {
+        if (number(m_tokenSize) > kLongestRequest)
+            throw MalformedInput("a request that is too long");
+        expect(Step::content, number(m_tokenSize));
+    }
+}
+
+void RequestDecoder::push(Type type, Type elementType, std::size_t count)
+{
+    if (m_levels.size() == kDeepestValue)
+        throw MalformedInput("arrays nested too deep");
+    m_levels.push_back({type, elementType, count, {}});
+    continueLevel();
+}
+
+void RequestDecoder::continueLevel()
+{
+    Level &level = m_levels.back();
+    if (level.left == 0) {
+        const Type type = level.type;
+        std::vector<Value> items = std::move(level.items);
+        const Type elementType = level.elementType;
+        m_levels.pop_back();
+        if (type == Type::dataArray)
+            finish(Value::dataArray(elementType, std::move(items)));
+        else
+            finish(type == Type::array ? Value::array(std::move(items))
+                                       : Value::terminatedArray(std::move(items)));
+    } else if (level.type == Type::dataArray) {
+        begin(level.elementType);
+    } else {
+        expect(Step::type, 1);
+    }
+}
+
+void RequestDecoder::finish(Value value)
+{
+    if (++m_values > kMostValues)
+        throw MalformedInput("a request of too many values");
+    m_value = std::move(value);
+}
+
+// A value is delivered by the loop of take(), never by the value before it: elements without a body would
+// otherwise nest calls as deep as there are elements.
+void RequestDecoder::deliver()
+{
+    Value value = std::move(*m_value);
+    m_value.reset();
+    if (m_levels.empty()) {
+        m_request.arguments.back().value = std::move(value);
+        --m_argumentsLeft;
+        expectIndex();
+        return;
+    }
+    Level &level = m_levels.back();
+    const bool ends = value.type() == Type::terminator || value.type() == Type::any;
+    if (level.type == Type::terminatedArray && ends) {
+        level.left = 0;
+    } else {
+        level.items.push_back(std::move(value));
+        level.left -= level.type == Type::terminatedArray ? 0 : 1;
+    }
+    continueLevel();
+}
+
+void RequestDecoder::takeEscaped(std::uint8_t byte)
+{
+    if (m_step == Step::escaped && byte == kSlipEnd) {
+        finish(Value::escapedBinary(std::exchange(m_escaped, {})));
+        return;
+    }
+    if (m_step == Step::escaped && byte == kSlipEscape) {
+        expect(Step::escape, 1);
+        return;
+    }
+    m_escaped.push_back(m_step == Step::escape ? unescape(byte) : byte);
+    expect(Step::escaped, 1);
 }
 
 } // namespace pensim

@@ -114,6 +114,21 @@ TEST(PensimDfu, BlocksOutOfSequenceAreRefused)
     EXPECT_EQ(machine.getStatus(kStart), (StatusRecord{0x08, 0, 0, 0, 10, 0}));
 }
 
+TEST(PensimDfu, ImageThatIsTooLargeIsRefused)
+{
+    pensim::DfuSpec spec = quickSpec();
+    spec.transferSize = 32768;
+    DfuMachine machine(spec, true);
+    const Bytes data(32768, 0x41);
+    for (std::uint16_t number = 0; number < 2048; ++number) { // 64 MiB
+        ASSERT_TRUE(machine.download(block(number, data), kStart));
+        machine.getStatus(kStart);
+    }
+    EXPECT_FALSE(machine.download(block(2048, {1}), kStart));
+    EXPECT_EQ(machine.getStatus(kStart), (StatusRecord{0x08, 0, 0, 0, 10, 0}));
+    EXPECT_EQ(machine.image().size(), 64u << 20);
+}
+
 TEST(PensimDfu, BlockNumbersWrapAround)
 {
     DfuMachine machine(quickSpec(), true);

@@ -1,5 +1,4 @@
 #include "pensim/pen_description.h"
-#include "pensim/serial_text.h"
 
 #include <gtest/gtest.h>
 
@@ -20,6 +19,19 @@ TEST(PensimPageAddress, BadTextsAreRefused)
     for (const char *text :
          {"", "1.2.3", "1.2.3.4.5.6", "4096.0.0.0", "1.70000.0.0", "1.2.3.x", "1..3.4", "-1.2.3.4"})
         EXPECT_THROW(pensim::parsePageAddress(text), std::invalid_argument) << text;
+}
+
+TEST(PensimPageAddress, AddressesFollowOneAnotherWithoutMissingFields)
+{
+    const auto next = [](const char *text) {
+        const auto address = pensim::nextPageAddress(pensim::parsePageAddress(text));
+        return address ? pensim::pageAddressText(*address) : "none";
+    };
+    EXPECT_EQ(next("1.2.3.4"), "1.2.3.5");
+    EXPECT_EQ(next("1.2.3.4094"), "1.2.4.0");
+    EXPECT_EQ(next("1.65534.4094.4094"), "2.0.0.0");
+    EXPECT_EQ(next("4094.65534.4094.4094"), "1.0.0.0.0");
+    EXPECT_EQ(next("4094.4094.65534.4094.4094"), "none");
 }
 
 TEST(PensimPageAddress, GeneratedStrokesFollowTheirSeed)

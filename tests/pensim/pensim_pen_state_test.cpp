@@ -1,7 +1,5 @@
 #include "pensim/pen_state.h"
 
-#include "pensim/status_codes.h"
-
 #include <gtest/gtest.h>
 
 namespace {
@@ -17,8 +15,7 @@ Request request(std::uint32_t code, std::vector<Value> arguments = {})
     Request result;
     result.code = code;
     for (Value &value : arguments)
-        result.arguments.push_back(
-            {static_cast<std::uint8_t>(result.arguments.size()), std::move(value), {}});
+        result.arguments.push_back({static_cast<std::uint8_t>(result.arguments.size()), std::move(value)});
     return result;
 }
 

@@ -1,6 +1,9 @@
 #include "pensim/scenario.h"
 
-#include "pensim/request.h"
+#include "pensim/instructions.h"
+#include "pensim/schema.h"
+
+#include "exchanges.h"
 
 #include <gtest/gtest.h>
 
@@ -8,14 +11,19 @@ namespace {
 
 using pensim::Value;
 
-std::string failureOf(const std::string &json)
+std::string failureOf(const std::string &text)
 {
     try {
-        pensim::parseScenario(json);
+        pensim::parseScenario(text);
     } catch (const std::runtime_error &error) {
         return error.what();
     }
     return "";
+}
+
+pensim::PenSpec penOf(const std::string &text)
+{
+    return pensim::pensOf(pensim::parsedJson(text)).at(0);
 }
 
 TEST(PensimScenario, DefaultHasTheFourPens)
@@ -33,7 +41,7 @@ TEST(PensimScenario, DefaultHasTheFourPens)
 
 TEST(PensimScenario, PenHasWhatTheTextSays)
 {
-    const auto pen = pensim::parsePen(R"({
+    const auto pen = penOf(R"({
         "id": "0x12300abcdef", "brand": "B", "software_version": "0x0502", "protocols": ["PSP40", "PSP10"],
         "vendor_id": "0xf055", "product_id": 2, "port": 40000, "docked": false, "mode": "firmware-upgrade",
         "password": "p", "hint": "h", "locked": false, "encrypted_data": "01 02",
@@ -77,8 +85,7 @@ TEST(PensimScenario, PenHasWhatTheTextSays)
 
 TEST(PensimScenario, CountMakesPagesWithAddressesThatFollow)
 {
-    const auto pen =
-        pensim::parsePen(R"({"id": 1, "pages": [{"address": "1.2.3.4093", "size": 5, "count": 3}]})");
+    const auto pen = penOf(R"({"id": 1, "pages": [{"address": "1.2.3.4093", "size": 5, "count": 3}]})");
     ASSERT_EQ(pen.pages.size(), 3u);
     EXPECT_EQ(pensim::pageAddressText(pen.pages[1].address), "1.2.3.4094");
     EXPECT_EQ(pensim::pageAddressText(pen.pages[2].address), "1.2.4.0"); // 4095 is a missing field
@@ -86,7 +93,7 @@ TEST(PensimScenario, CountMakesPagesWithAddressesThatFollow)
 
 TEST(PensimScenario, EveryTypeOfValueCanBeGiven)
 {
-    const auto pen = pensim::parsePen(R"({"id": 1, "properties": {"1": {"array": [
+    const auto pen = penOf(R"({"id": 1, "properties": {"1": {"array": [
         {"null": true}, {"bool": true}, {"byte": 2}, {"short16": 3}, {"int32": 4}, {"long64": 5}, {"string": "six"},
         {"binary": "07"}, {"data_array": {"type": "short16", "items": [{"short16": 9}]}},
         {"terminated_array": [{"byte": 10}]}, {"escaped_binary": "c0"}, {"any": true}]}}})");
@@ -137,43 +144,156 @@ TEST(PensimScenario, ChainingValueOfTheScenarioIsEveryPens)
     EXPECT_EQ(scenario.pens[0].chainingValue[5], 0x77);
 }
 
+std::string withPen(const std::string &keys)
+{
+    return R"({"pens": [{"id": 1, )" + keys + "}]}";
+}
+
+std::string withFault(const std::string &keys)
+{
+    return withPen(R"("faults": [{"instruction": "R1GP", )" + keys + "}]");
+}
+
 TEST(PensimScenario, ErrorsNameThePlace)
 {
-    const std::pair<const char *, const char *> cases[] = {
+    const std::pair<std::string, std::string> cases[] = {
         {R"([])", "scenario must be an object"},
         {R"({"pans": []})", "scenario has an unknown key \"pans\""},
         {R"({"pens": {}})", "scenario.pens must be a list"},
         {R"({"pens": [{}]})", "scenario.pens[0] lacks \"id\""},
-        {R"({"pens": [{"id": 1, "colour": 2}]})", "scenario.pens[0] has an unknown key \"colour\""},
-        {R"({"pens": [{"id": -1}]})", "scenario.pens[0].id must be a number that is not negative"},
-        {R"({"pens": [{"id": "0xg"}]})", "scenario.pens[0].id must be a number that is not negative"},
-        {R"({"pens": [{"id": 1, "port": 65536}]})", "scenario.pens[0].port must be at most 65535"},
-        {R"({"pens": [{"id": 1, "docked": 1}]})", "scenario.pens[0].docked must be true or false"},
-        {R"({"pens": [{"id": 1, "brand": 1}]})", "scenario.pens[0].brand must be a text"},
-        {R"({"pens": [{"id": 1, "mode": "x"}]})",
-         "scenario.pens[0].mode must be \"ordinary\" or \"firmware-upgrade\""},
-        {R"({"pens": [{"id": 1, "chaining_value": "00"}]})",
+        {withPen(R"("colour": 2)"), "scenario.pens[0] has an unknown key \"colour\""},
+        {R"({"pens": [{"id": -1}]})",
+         "scenario.pens[0].id must be a number of 64 bits that is not negative, as such "
+         "or as a text (\"0x1f\")"},
+        {R"({"pens": [{"id": "0xg"}]})",
+         "scenario.pens[0].id must be a number of 64 bits that is not negative, as "
+         "such or as a text (\"0x1f\")"},
+        {R"({"pens": [{"id": 1}, {"id": "0x1"}]})", "scenario.pens has the id 0x1 twice"},
+        {R"({"pens": [{"id": 1, "count": 3}, {"id": 3}]})", "scenario.pens has the id 0x3 twice"},
+        {R"({"pens": [{"id": "0xffffffffffffffff", "count": 2}]})",
+         "scenario.pens[0].count is more than ids follow"},
+        {withPen(R"("port": 5000, "count": 2)"),
+         "scenario.pens[0].port must be 0 where there is more than one such pen"},
+        {withPen(R"("port": 65536)"),
+         "scenario.pens[0].port must be a number from 0 to 65535, as such or as a text (\"0x1f\")"},
+        {withPen(R"("software_version": 65536)"), "scenario.pens[0].software_version must be a number from 0 "
+                                                  "to 65535, as such or as a text (\"0x1f\")"},
+        {withPen(R"("software_version": "65536")"),
+         "scenario.pens[0].software_version must be at most 65535"},
+        {withPen(R"("docked": 1)"), "scenario.pens[0].docked must be true or false"},
+        {withPen(R"("brand": 1)"), "scenario.pens[0].brand must be a text"},
+        {withPen(R"("mode": "x")"),
+         "scenario.pens[0].mode must be one of \"ordinary\", \"firmware-upgrade\""},
+        {withPen(R"("password": "12345678901234567890123456789012")"),
+         "scenario.pens[0].password must have at most 31 characters"},
+        {withPen(R"("chaining_value": "00")"),
          "scenario.pens[0].chaining_value must have 64 hexadecimal digits"},
-        {R"({"pens": [{"id": 1, "encrypted_data": "123"}]})",
+        {withPen(R"("encrypted_data": "123")"),
          "scenario.pens[0].encrypted_data has an odd number of hexadecimal digits"},
-        {R"({"pens": [{"id": 1, "encrypted_data": "zz"}]})",
+        {withPen(R"("encrypted_data": "zz")"),
          "scenario.pens[0].encrypted_data must be a text of hexadecimal digits"},
-        {R"({"pens": [{"id": 1, "pages": [{"address": "1"}]}]})",
-         "scenario.pens[0].pages[0].address bad page address 1"},
-        {R"({"pens": [{"id": 1, "properties": {"1": {"float": 1}}}]})",
-         "scenario.pens[0].properties.1 names no type of value: \"float\""},
-        {R"({"pens": [{"id": 1, "properties": {"1": 5}}]})",
+        {withPen(R"("pages": [{"address": "1"}])"),
+         "scenario.pens[0].pages[0].address must be a page address (\"1.2.3.4\")"},
+        {withPen(R"("pages": [{"address": "4096.2.3.4"}])"),
+         "scenario.pens[0].pages[0].address is no page address: bad page address 4096.2.3.4"},
+        {withPen(R"("pages": [{"address": "4094.4094.65534.4094.4093", "count": 3}])"),
+         "scenario.pens[0].pages[0].count is more than addresses follow 4094.4094.65534.4094.4093"},
+        {withPen(R"("pages": [{"address": "1.2.3.4", "count": 4294967295}])"),
+         "scenario.pens[0].pages[0].count must be a number from 1 to 65535"},
+        {withPen(R"("pages": [{"address": "1.2.3.4", "count": 65535}, {"address": "1.2.3.4"}])"),
+         "scenario.pens[0].pages are more than 65535 pages"},
+        {withPen(R"("memory": 99, "pages": [{"address": "1.2.3.4", "size": 100}])"),
+         "scenario.pens[0].memory is less than the pages take, 100 bytes"},
+        {withPen(R"("properties": {"1": {"float": 1}})"),
+         "scenario.pens[0].properties.1 has an unknown key \"float\""},
+        {withPen(R"("properties": {"1": 5})"), "scenario.pens[0].properties.1 must be an object"},
+        {withPen(R"("properties": {"1": {}})"),
          "scenario.pens[0].properties.1 must be an object with one key, the type of the value"},
-        {R"({"pens": [{"id": 1, "faults": [{"instruction": "ABC"}]}]})",
-         "scenario.pens[0].faults[0].instruction must have four characters"},
-        {R"({"pens": [{"id": 1, "faults": [{"instruction": "R1GP", "ending": "x"}]}]})",
-         "scenario.pens[0].faults[0].ending must be \"none\", \"close\" or \"reset\""},
-        {R"({"pens": [{"id": 1, "faults": [{"list": true}]}]})",
-         "scenario.pens[0].faults[0] is for none of the events \"instruction\", \"connection\""},
+        {withPen(R"("properties": {"1": {"byte": 256}})"),
+         "scenario.pens[0].properties.1.byte must be at most 255"},
+        {withPen(R"("properties": {"1": {"null": true}, "0x1": {"null": true}})"),
+         "scenario.pens[0].properties.1 stands there twice"},
+        {withPen(R"("properties": {"1": {"data_array": {"type": "byte", "items": [{"string": "x"}]}}})"),
+         "scenario.pens[0].properties.1.data_array.items[0] must be of the array's type, byte"},
+        {withPen(R"("faults": [{"instruction": "ABCD"}])"),
+         "scenario.pens[0].faults[0].instruction must be one of \"*\", \"R1GP\", \"R1SP\", \"U0PI\", "
+         "\"U0YB\", "
+         "\"U0YE\", \"U0PG\", \"U0PY\", \"R2SM\", \"U0PR\", \"R1DS\", \"R1GL\", \"R1UL\", \"R1PS\", "
+         "\"R1GT\", \"R1ST\", \"U0HE\", \"U0PE\", \"U0DE\", \"V000\", \"V001\", \"V002\", \"V003\", "
+         "\"V005\", \"V006\", \"V007\", \"V008\", \"V009\""},
+        {withFault(R"("ending": "x")"),
+         "scenario.pens[0].faults[0].ending must be one of \"none\", \"close\", \"reset\""},
+        {withFault(R"("status": 18446744073709551615)"),
+         "scenario.pens[0].faults[0].status must be a signed number of 32 bits"},
+        {withFault(R"("status": 2147483648)"),
+         "scenario.pens[0].faults[0].status must be a signed number of 32 bits"},
+        {withFault(R"("status": -2147483649)"),
+         "scenario.pens[0].faults[0].status must be a signed number of 32 bits"},
+        {withFault(R"("connection": true)"),
+         "scenario.pens[0].faults[0] must have either \"instruction\" or \"connection\""},
+        {withPen(R"("faults": [{"connection": false}])"),
+         "scenario.pens[0].faults[0].connection must be true"},
+        {withPen(R"("faults": [{"list": true}])"), "scenario.pens[0].faults[0] has an unknown key \"list\""},
+        {withPen(R"("brand": "a", "brand": "b")"), "the key \"brand\" stands twice in one object"},
     };
-    for (const auto &[json, message] : cases)
-        EXPECT_EQ(failureOf(json), message) << json;
+    for (const auto &[text, message] : cases)
+        EXPECT_EQ(failureOf(text), message) << text;
     EXPECT_NE(failureOf("{"), "");
+}
+
+TEST(PensimScenario, DeeplyNestedValueIsRefused)
+{
+    for (const std::size_t depth : {200u, 20000u, 1000000u})
+        EXPECT_EQ(failureOf(withPen(R"("properties": {"1": )" + nested(depth, R"({"array": [)", "]}") + "}")),
+                  "nested more than 100 deep");
+    EXPECT_EQ(failureOf(withPen(R"("properties": {"1": )" + nested(40, R"({"array": [)", "]}") + "}")), "");
+}
+
+TEST(PensimScenario, SchemaKnowsEveryInstructionThatAPenKnows)
+{
+    for (const char *code : {"R1GP", "R1SP", "U0PI", "U0YB", "U0YE", "U0PG", "U0PY", "R2SM", "U0PR",
+                             "R1DS", "R1GL", "R1UL", "R1PS", "R1GT", "R1ST", "U0HE", "U0PE", "U0DE",
+                             "V000", "V001", "V002", "V003", "V005", "V006", "V007", "V008", "V009"}) {
+        EXPECT_NE(pensim::findInstruction(pensim::fourCc(code)), nullptr) << code;
+        EXPECT_NO_THROW(pensim::checkAgainstSchema(code, "instruction", "instruction")) << code;
+    }
+    EXPECT_EQ(pensim::schemaAt("/definitions/instruction/enum").size(), 27u + 1); // and "*"
+    EXPECT_EQ(pensim::instructionCount(), 27u);
+}
+
+TEST(PensimScenario, WhatIsWrittenReadsAsTheSame)
+{
+    const std::string text = R"({"pens": [
+        {"id": "0x0000000000000005", "brand": "B", "software_version": "0x0601", "protocols": ["PSP40", "PSP41"],
+         "vendor_id": "0xf055", "product_id": "0x0002", "port": 4711, "mode": "firmware-upgrade", "docked": false,
+         "memory": 100000, "busy": true, "password": "p", "hint": "h", "locked": false, "encrypted_data": "0102",
+         "chaining_value": "0102030405060708090a0b0c0d0e0f101112131415161718191a1b1c1d1e1f20",
+         "properties": {"0x0001": {"array": [{"null": true}, {"bool": true}, {"byte": 2}, {"short16": 3},
+             {"int32": 4}, {"long64": 5}, {"string": "six"}, {"binary": "07"},
+             {"data_array": {"type": "short16", "items": [{"short16": 9}]}}, {"terminated_array": [{"byte": 10}]},
+             {"escaped_binary": "c0"}, {"any": true}]}},
+         "pages": [{"address": "1.2.3.4", "hex": "c0ffee", "listed_size": 9}, {"address": "1.2.3.5", "size": 100}],
+         "stylo_pages": [{"address": "1.2.3.6", "size": 7}],
+         "dfu": {"protocols": ["X"], "software_version": 257, "manifestation_tolerant": false, "detach_timeout": 5,
+                 "transfer_size": 64, "block_ms": 2, "manifest_ms": 3, "fail_at_block": 7, "image_file": "image.bin"},
+         "faults": [{"instruction": "R1GP", "argument": 33, "occurrence": 2, "status": -9002},
+                    {"instruction": "*", "value": {"int32": 0}, "executed": false, "delay_ms": 5},
+                    {"instruction": "U0PI", "bytes": "0800", "cut_after": 1, "ending": "reset"},
+                    {"connection": true, "ending": "close"}]},
+        {"id": "0x0000000000000006"}],
+        "rendezvous": {"fragment": 3, "fragment_pause_ms": 4, "faults": [{"list": true, "bytes": "00"},
+                                                                         {"connection": true, "ending": "close"}]}})";
+    const auto written = pensim::scenarioJson(pensim::parseScenario(text));
+    EXPECT_EQ(nlohmann::json(written), pensim::parsedJson(text)) << written.dump(2);
+    EXPECT_EQ(failureOf(written.dump()), "");
+}
+
+TEST(PensimScenario, CountMakesPensWithIdsThatFollow)
+{
+    const auto pens = pensim::parseScenario(R"({"pens": [{"id": 7, "count": 3, "brand": "Many"}]})").pens;
+    ASSERT_EQ(pens.size(), 3u);
+    EXPECT_EQ(pens[2].id, 9u);
+    EXPECT_EQ(pens[2].brand, "Many");
 }
 
 TEST(PensimScenario, FileThatCannotBeReadIsNamed)

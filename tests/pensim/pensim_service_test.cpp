@@ -1,5 +1,6 @@
 #include "pensim/service.h"
 
+#include "exchanges.h"
 #include "tcp_client.h"
 
 #include <gtest/gtest.h>
@@ -9,15 +10,15 @@ namespace {
 
 using namespace std::chrono_literals;
 using namespace zel::test;
+using exchange::kGetVersion;
+using exchange::kListPages;
+using exchange::kVersion;
 using pensim::Ending;
 using pensim::Reply;
 using pensim::Value;
 
 constexpr std::uint64_t kPenId = 0x100000001;
 
-const Bytes kGetVersion = wire::raw("R1GP") + Bytes{0x01, 0x00} + wire::short16(1);
-const Bytes kVersion = wire::list({wire::int32(0), wire::short16(0x0503)});
-const Bytes kListPages = wire::raw("U0PI") + Bytes{0x00};
 const Bytes kNoPages = wire::list({wire::int32(0), wire::list({})});
 
 Bytes statusAlone(std::int32_t status)
@@ -119,7 +120,7 @@ TEST_F(PensimService, RecordsEveryRequest)
     ask(client, kGetVersion, kVersion.size());
     EXPECT_TRUE(pen.waitForRequests(pensim::instruction::getProperty, 1, 10s));
     ASSERT_EQ(pen.requests().size(), 1u);
-    EXPECT_EQ(pen.requests()[0].raw, kGetVersion);
+    EXPECT_EQ(pen.requests()[0].code, pensim::instruction::getProperty);
     EXPECT_EQ(pen.requests()[0].argument(0), Value::short16(1));
     EXPECT_EQ(pen.requestCount(pensim::instruction::getProperty), 1u);
     pen.clearRequests();
@@ -291,9 +292,9 @@ TEST_F(PensimService, LogHasALinePerExchange)
 {
     std::vector<std::string> lines;
     {
-        pensim::Service other({.rendezvousPort = 0, .record = false, .log = [&](const std::string &line) {
-                                   lines.push_back(line);
-                               }});
+        pensim::Service other({.rendezvousPort = 0,
+                               .record = false,
+                               .log = [&](const pensim::LogEntry &entry) { lines.push_back(entry.text); }});
         other.start();
         TcpClient client(other.dock(plainPen()).port());
         ask(client, kGetVersion, kVersion.size());

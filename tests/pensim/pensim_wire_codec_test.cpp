@@ -57,23 +57,42 @@ Bytes encoded(const Value &value)
     return bytes;
 }
 
-Value decoded(const Bytes &bytes)
+// The value as the one argument of a request.
+Bytes requestWith(const Bytes &value)
 {
-    std::span<const std::uint8_t> input = bytes;
-    const Value value = pensim::decodeValue(input);
-    EXPECT_TRUE(input.empty());
-    return value;
+    Bytes bytes = {0x52, 0x31, 0x53, 0x50, // R1SP
+                   0x01,                   // one argument
+                   0x00};                  // its index
+    bytes.insert(bytes.end(), value.begin(), value.end());
+    return bytes;
 }
 
-std::size_t missingBytes(const Bytes &bytes)
+Value decoded(const Bytes &value)
 {
+    const Bytes bytes = requestWith(value);
     std::span<const std::uint8_t> input = bytes;
+    pensim::RequestDecoder decoder;
+    EXPECT_TRUE(decoder.take(input));
+    EXPECT_TRUE(input.empty());
+    return decoder.request().argument(0);
+}
+
+Bytes repeated(std::size_t count, const Bytes &bytes)
+{
+    Bytes all;
+    for (; count > 0; --count)
+        all.insert(all.end(), bytes.begin(), bytes.end());
+    return all;
+}
+
+std::string refusal(const Bytes &value)
+{
     try {
-        pensim::decodeRequest(input);
-    } catch (const pensim::TruncatedInput &truncated) {
-        return truncated.missing();
+        decoded(value);
+    } catch (const pensim::MalformedInput &error) {
+        return error.what();
     }
-    return 0;
+    return "";
 }
 
 TEST(PensimCodec, EncodesEveryType)
@@ -88,13 +107,17 @@ TEST(PensimCodec, DecodesEveryType)
         EXPECT_EQ(decoded(example.bytes), example.value) << example.name;
 }
 
-TEST(PensimCodec, InputThatEndsEarlyIsTruncated)
+TEST(PensimCodec, EveryByteIsTakenOnceHoweverTheyArrive)
 {
     for (const CodecCase &example : kCodecCases) {
-        for (std::size_t length = 0; length < example.bytes.size(); ++length) {
-            std::span<const std::uint8_t> input(example.bytes.data(), length);
-            EXPECT_THROW(pensim::decodeValue(input), pensim::TruncatedInput) << example.name << " " << length;
+        const Bytes bytes = requestWith(example.bytes);
+        pensim::RequestDecoder decoder;
+        for (std::size_t i = 0; i < bytes.size(); ++i) {
+            std::span<const std::uint8_t> input(&bytes[i], 1);
+            EXPECT_EQ(decoder.take(input), i + 1 == bytes.size()) << example.name << " " << i;
+            EXPECT_TRUE(input.empty()) << example.name << " " << i; // nothing is left to be read again
         }
+        EXPECT_EQ(decoder.request().argument(0), example.value) << example.name;
     }
 }
 
@@ -111,7 +134,36 @@ TEST(PensimCodec, BadEscapeIsMalformed)
 
 TEST(PensimCodec, ArraysNestedTooDeepAreMalformed)
 {
-    EXPECT_THROW(decoded(Bytes(1000, 0x0a)), pensim::MalformedInput);
+    EXPECT_EQ(refusal(Bytes(1000, 0x0a)), "arrays nested too deep");
+    Bytes deepest(64, 0x0a);
+    deepest.insert(deepest.end(), 64, 0x0b);
+    EXPECT_EQ(refusal(deepest), "");
+}
+
+TEST(PensimCodec, RequestOfTooManyValuesIsMalformed)
+{
+    const Bytes nulls = {0x09,       // data array
+                         0xff, 0xff, // 65,535 items
+                         0x00};      // that are null and take no byte
+    EXPECT_EQ(refusal({nulls}), "");
+    Bytes arrays = {0x08, 0x0b, 0xb8}; // array of 3,000
+    const Bytes items = repeated(3000, nulls);
+    arrays.insert(arrays.end(), items.begin(), items.end());
+    EXPECT_EQ(refusal(arrays), "a request of too many values");
+    Bytes terminated = {0x0a};
+    terminated.insert(terminated.end(), 4000000, 0x00);
+    EXPECT_EQ(refusal(terminated), "a request of too many values");
+}
+
+TEST(PensimCodec, RequestThatAnnouncesOrHasTooManyBytesIsMalformed)
+{
+    EXPECT_EQ(refusal({0x07, 0xff, 0xff, 0xff, 0xff}), "a request that is too long"); // 4 GiB to come
+    Bytes endless = {0x0e};
+    endless.insert(endless.end(), 17u << 20, 0x41);
+    EXPECT_EQ(refusal(endless), "a request that is too long");
+    Bytes large = {0x07, 0x00, 0xf0, 0x00, 0x00}; // 15 MiB
+    large.insert(large.end(), 15u << 20, 0x41);
+    EXPECT_EQ(refusal(large), "");
 }
 
 TEST(PensimCodec, RequestIsCodeCountAndIndexedArguments)
@@ -122,26 +174,28 @@ TEST(PensimCodec, RequestIsCodeCountAndIndexedArguments)
                          0x01, 0x04, 0x00, 0x00, 0x00, 0x3c, // 1: int32 60
                          0xaa};                              // the next request
     std::span<const std::uint8_t> input = frame;
-    const pensim::Request request = pensim::decodeRequest(input);
+    pensim::RequestDecoder decoder;
+    ASSERT_TRUE(decoder.take(input));
+    const pensim::Request request = decoder.request();
     EXPECT_EQ(request.code, pensim::instruction::setProperty);
     ASSERT_EQ(request.arguments.size(), 2u);
     EXPECT_EQ(request.argument(0), Value::short16(0x2207));
     EXPECT_EQ(request.argument(1), Value::int32(60));
     EXPECT_EQ(request.argument(2), Value::null());
-    EXPECT_EQ(request.arguments[1].raw, (Bytes{0x04, 0x00, 0x00, 0x00, 0x3c}));
-    EXPECT_EQ(request.raw, Bytes(frame.begin(), frame.end() - 1));
     EXPECT_EQ(input.size(), 1u);
 }
 
-TEST(PensimCodec, TruncatedRequestTellsHowMuchIsMissing)
+TEST(PensimCodec, RequestWithoutArgumentsIsWholeAtOnce)
 {
-    const Bytes download = {0x56, 0x30, 0x30, 0x33,       // V003
-                            0x01,                         // one argument
-                            0x00,                         // 0:
-                            0x07, 0x00, 0x01, 0x00, 0x00, // binary of 65,536 bytes
-                            0x01, 0x02};                  // the first two
-    EXPECT_EQ(missingBytes(download), 65534u);
-    EXPECT_EQ(missingBytes({0x52}), 3u);
+    const Bytes two = {0x55, 0x30, 0x50, 0x49, 0x00,  // U0PI
+                       0x55, 0x30, 0x59, 0x42, 0x00}; // U0YB
+    std::span<const std::uint8_t> input = two;
+    pensim::RequestDecoder decoder;
+    ASSERT_TRUE(decoder.take(input));
+    EXPECT_EQ(decoder.request().code, pensim::instruction::listPages);
+    ASSERT_TRUE(decoder.take(input));
+    EXPECT_EQ(decoder.request().code, pensim::instruction::beginSyncSession);
+    EXPECT_FALSE(decoder.take(input));
 }
 
 TEST(PensimCodec, ResponseIsAnArrayOfStatusAndResult)
