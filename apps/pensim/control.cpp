@@ -448,7 +448,7 @@ void takeOption(const Parameter &parameter, std::string &line, json &command)
     command[parameter.name] = value;
     std::string behind;
     std::getline(rest, behind);
-    line = line.substr(0, place) + behind;
+    line.replace(place, line.npos, behind);
 }
 
 json commandOfWords(const std::string &line)

@@ -214,7 +214,8 @@ int run(std::vector<std::string> texts)
     Arguments arguments;
     describe(app, arguments);
     try {
-        texts.erase(texts.begin(), texts.begin() + (texts.empty() ? 0 : 1));
+        if (!texts.empty())
+            texts.erase(texts.begin());           // the program's own name
         std::reverse(texts.begin(), texts.end()); // as the parser wants them
         app.parse(std::move(texts));
         return serve(arguments);

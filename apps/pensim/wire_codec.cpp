@@ -273,9 +273,10 @@ void RequestDecoder::continueLevel()
         m_levels.pop_back();
         if (type == Type::dataArray)
             finish(Value::dataArray(elementType, std::move(items)));
+        else if (type == Type::array)
+            finish(Value::array(std::move(items)));
         else
-            finish(type == Type::array ? Value::array(std::move(items))
-                                       : Value::terminatedArray(std::move(items)));
+            finish(Value::terminatedArray(std::move(items)));
     } else if (level.type == Type::dataArray) {
         begin(level.elementType);
     } else {
