@@ -63,7 +63,9 @@ std::optional<Number> readNumber(const std::string &message, const Key &key,
         logTokenMissing(key, message);
         return std::nullopt;
     }
-    const auto number = scan(restOfLine(message, found + key.text.size() + 1));
+    std::string_view value = restOfLine(message, found + key.text.size());
+    value.remove_prefix(std::min<std::size_t>(value.size(), 1)); // the "="
+    const auto number = scan(value);
     if (!number)
         logUnreadable(key, message);
     return number;

@@ -103,6 +103,13 @@ TEST(RendezvousMessage, NumberNeverReachesBeyondItsLine)
     EXPECT_EQ(parsePenMessage("RVP1\r\npen-vid=\r\n1209\r\n").vendorId, 0);
 }
 
+TEST(RendezvousMessage, KeyWithoutEqualsSignTakesNoNumberOfTheNextLine)
+{
+    EXPECT_EQ(parsePenMessage("RVP1\r\npen-vid\r\nacc-prot=PSP41\r\n").vendorId, 0);
+    EXPECT_EQ(parsePenMessage("RVP1\r\npen-pid\r\ndead\r\n").productId, 0);
+    EXPECT_EQ(parsePenMessage("RVP1\r\npen-id\r\n1\r\n").penId.number(), 0u);
+}
+
 TEST(RendezvousMessage, KeyAtTheVeryEndIsUnreadable)
 {
     for (const char *message :
