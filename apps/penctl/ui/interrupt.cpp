@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <mutex>
+#include <ranges>
 #include <thread>
 #include <utility>
 #include <vector>
@@ -53,8 +54,8 @@ void interrupt()
         leaveNow(exitCode);
     }).detach();
     std::string told = "penctl: interrupted";
-    for (auto next = registered.rbegin(); next != registered.rend(); ++next) {
-        const std::string words = (*next)->action();
+    for (const OnInterrupt *next : std::ranges::reverse_view(registered)) {
+        const std::string words = next->action();
         told += words.empty() ? "" : "; " + words;
     }
     if (exitCode == kInterrupted)
