@@ -313,6 +313,7 @@ constexpr auto kRequired = true;
 constexpr auto kOptional = false;
 constexpr auto kWait = "wait";
 
+// NOLINTNEXTLINE(readability-function-size): a table, a row for each command
 const std::vector<Command> &commands()
 {
     static const std::vector<Command> table = {
@@ -618,7 +619,9 @@ void Control::beginWait(const json &arguments, const Done &done)
 void Control::checkWaits()
 {
     for (auto wait = m_waits.begin(); wait != m_waits.end();) {
-        const auto &[number, present] = *wait++;
+        const std::uint64_t number = wait->first;
+        const Wait &present = wait->second;
+        ++wait; // what is ended is erased
         const std::vector<Pen *> pens = m_service.pens();
         const auto pen =
             std::find_if(pens.begin(), pens.end(), [&](const Pen *one) { return one->id() == present.pen; });
