@@ -259,9 +259,8 @@ void readPen(const Object &object, const DigestBlock &chainingValue, std::vector
 
 void refuseDuplicates(const std::vector<PenSpec> &pens)
 {
-    std::vector<std::uint64_t> ids;
-    for (const PenSpec &pen : pens)
-        ids.push_back(pen.id);
+    std::vector<std::uint64_t> ids(pens.size());
+    std::transform(pens.begin(), pens.end(), ids.begin(), [](const PenSpec &pen) { return pen.id; });
     std::sort(ids.begin(), ids.end());
     const auto twice = std::adjacent_find(ids.begin(), ids.end());
     if (twice != ids.end())

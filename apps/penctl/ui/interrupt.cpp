@@ -2,7 +2,6 @@
 
 #include <chrono>
 #include <mutex>
-#include <ranges>
 #include <thread>
 #include <utility>
 #include <vector>
@@ -54,7 +53,8 @@ void interrupt()
         leaveNow(exitCode);
     }).detach();
     std::string told = "penctl: interrupted";
-    for (const OnInterrupt *next : std::ranges::reverse_view(registered)) {
+    const std::vector<const OnInterrupt *> latestFirst(registered.rbegin(), registered.rend());
+    for (const OnInterrupt *next : latestFirst) {
         const std::string words = next->action();
         told += words.empty() ? "" : "; " + words;
     }
