@@ -22,10 +22,13 @@ bool isStopped()
 void expectNothingLeft(const zel::test::ProcessCounts &before, std::size_t rounds)
 {
     const zel::test::ProcessCounts after = zel::test::countProcess(before);
-    if (zel::test::countsExactly())
-        EXPECT_EQ(after, before);
-    else
+    if (!zel::test::countsExactly()) {
         EXPECT_LT(after.descriptors, before.descriptors + rounds);
+        return;
+    }
+    // There may be fewer: the service closed what an earlier host had left.
+    EXPECT_LE(after.descriptors, before.descriptors);
+    EXPECT_LE(after.threads, before.threads);
 }
 
 class CppTeardown : public testing::Test
