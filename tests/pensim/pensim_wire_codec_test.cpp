@@ -158,8 +158,11 @@ TEST(PensimCodec, RequestOfTooManyValuesIsMalformed)
 TEST(PensimCodec, RequestThatAnnouncesOrHasTooManyBytesIsMalformed)
 {
     EXPECT_EQ(refusal({0x07, 0xff, 0xff, 0xff, 0xff}), "a request that is too long"); // 4 GiB to come
-    Bytes endless = {0x0e};
-    endless.insert(endless.end(), 17u << 20, 0x41);
+    Bytes endless = {0x08, 0x00, 0x02, 0x07,
+                     0x00, 0xf0, 0x00, 0x00}; // array of two: 15 MiB, taken in one go,
+    endless.insert(endless.end(), 15u << 20, 0x41);
+    endless.push_back(0x0e); // and an escaped binary, of which no length tells the end
+    endless.insert(endless.end(), 2u << 20, 0x41);
     EXPECT_EQ(refusal(endless), "a request that is too long");
     Bytes large = {0x07, 0x00, 0xf0, 0x00, 0x00}; // 15 MiB
     large.insert(large.end(), 15u << 20, 0x41);
