@@ -98,7 +98,9 @@ void manyCycles(const std::string &path)
             held.str());
     require(after.slot == before.slot, "thread-local slots are left behind");
     require(after.memory.inUse <= before.memory.inUse + kGrowth, "memory is left behind");
+#ifndef ZEL_SANITIZED // it keeps back what was freed
     require(after.memory.resident <= before.memory.resident + 4 * kGrowth, "the process grows");
+#endif
 }
 
 /** The listener goes on: pens that come and go are announced. */
