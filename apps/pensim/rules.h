@@ -78,7 +78,7 @@ private:
         RuleSpec spec;
         Responder responder;
         std::size_t seen = 0;
-        bool stated = false; // by its specification alone
+        bool stated = false; // the scenario states it by itself
     };
     static bool fits(const RuleSpec &rule, const Request &request);
 
