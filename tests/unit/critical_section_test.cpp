@@ -53,7 +53,8 @@ TEST(CriticalSection, UnlockBelowZeroKeepsOtherThreadsOut)
     other.start();
     ASSERT_TRUE(s_trying.wait(20000));
     EXPECT_FALSE(other.finished().wait(100));
-    other.kill();
+    // The thread waits for ever. It is not killed: ThreadSanitizer lets no signal into a thread that waits
+    // for a lock.
 }
 
 TEST(CriticalSection, GuardUnlocksOnceAtItsEnd)
