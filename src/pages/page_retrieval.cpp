@@ -5,7 +5,7 @@
 #include "psp/property_ids.h"
 #include "sys/exceptions.h"
 #include "sys/log.h"
-#include "sys/pages.h"
+#include "sys/virtual_memory.h"
 
 #include <limits>
 #include <utility>

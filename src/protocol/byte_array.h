@@ -1,6 +1,6 @@
 #pragma once
 
-#include "protocol/byte_block.h"
+#include "sys/byte_block.h"
 
 #include <cstdint>
 

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "protocol/binary_buffer.h"
-#include "protocol/block_allocator.h"
-#include "protocol/byte_block.h"
+#include "sys/block_allocator.h"
+#include "sys/byte_block.h"
 
 #include <cstdint>
 #include <iterator>

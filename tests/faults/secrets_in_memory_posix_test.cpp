@@ -12,7 +12,7 @@
 #include "support/loopback.h"
 #include "support/memory_search.h"
 #include "support/stack_room.h"
-#include "sys/pages.h"
+#include "sys/virtual_memory.h"
 
 #include "zel/zel.h"
 

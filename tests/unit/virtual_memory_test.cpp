@@ -1,4 +1,4 @@
-#include "sys/pages.h"
+#include "sys/virtual_memory.h"
 
 #include <gtest/gtest.h>
 
@@ -9,7 +9,7 @@ namespace {
 constexpr std::size_t kSmall = 64 * 1024;
 constexpr std::size_t kLarge = 3 * 1024 * 1024;
 
-TEST(Pages, AreZeroAndCanBeWrittenToTheirEnd)
+TEST(MappedPages, AreZeroAndCanBeWrittenToTheirEnd)
 {
     std::uint8_t *const pages = zel::mapPages(kSmall);
     EXPECT_TRUE(std::all_of(pages, pages + kSmall, [](std::uint8_t byte) { return byte == 0; }));
@@ -17,7 +17,7 @@ TEST(Pages, AreZeroAndCanBeWrittenToTheirEnd)
     zel::unmapPages(pages, kSmall);
 }
 
-TEST(Pages, KeepTheirContentsWhenTheyGrow)
+TEST(MappedPages, KeepTheirContentsWhenTheyGrow)
 {
     std::uint8_t *pages = zel::mapPages(kSmall);
     std::fill(pages, pages + kSmall, std::uint8_t{0xA5});
@@ -27,7 +27,7 @@ TEST(Pages, KeepTheirContentsWhenTheyGrow)
     zel::unmapPages(pages, kLarge);
 }
 
-TEST(Pages, KeepWhatFitsWhenTheyShrink)
+TEST(MappedPages, KeepWhatFitsWhenTheyShrink)
 {
     std::uint8_t *pages = zel::mapPages(kLarge);
     std::fill(pages, pages + kLarge, std::uint8_t{0xA5});
@@ -36,7 +36,7 @@ TEST(Pages, KeepWhatFitsWhenTheyShrink)
     zel::unmapPages(pages, kSmall);
 }
 
-TEST(Pages, TheHintForLargePagesChangesNoContents)
+TEST(MappedPages, TheHintForLargePagesChangesNoContents)
 {
     std::uint8_t *const pages = zel::mapPages(kLarge);
     std::fill(pages, pages + kLarge, std::uint8_t{0xA5});

@@ -1,6 +1,6 @@
-#include "protocol/block_chunks.h"
+#include "sys/block_chunks.h"
 
-#include "sys/pages.h"
+#include "sys/virtual_memory.h"
 
 #include <mutex>
 #include <new>

@@ -1,7 +1,7 @@
-#include "protocol/byte_block.h"
+#include "sys/byte_block.h"
 
-#include "protocol/block_chunks.h"
-#include "sys/pages.h"
+#include "sys/block_chunks.h"
+#include "sys/virtual_memory.h"
 
 #include <algorithm>
 #include <cstdlib>

@@ -1,4 +1,4 @@
-#include "sys/pages.h"
+#include "sys/virtual_memory.h"
 
 #include <sys/mman.h>
 #include <unistd.h>
