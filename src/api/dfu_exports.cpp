@@ -1,7 +1,7 @@
 #include "api/call_frame.h"
 #include "dfu/dfu_listener.h"
 #include "dfu/dfu_pen_handle.h"
-#include "protocol/value_convert.h"
+#include "protocol/values/value_convert.h"
 #include "session/discovery_record.h"
 #include "sys/log.h"
 

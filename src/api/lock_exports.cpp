@@ -1,5 +1,5 @@
 #include "api/call_frame.h"
-#include "protocol/value_convert.h"
+#include "protocol/values/value_convert.h"
 #include "session/pen_handle.h"
 
 #include "zel/zel.h"

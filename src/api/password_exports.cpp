@@ -1,6 +1,6 @@
 #include "api/call_frame.h"
 #include "api/copy_out.h"
-#include "protocol/value_convert.h"
+#include "protocol/values/value_convert.h"
 #include "security/password_hash.h"
 #include "session/pen_handle.h"
 #include "sys/log.h"

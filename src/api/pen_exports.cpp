@@ -1,6 +1,6 @@
 #include "api/call_frame.h"
 #include "api/copy_out.h"
-#include "protocol/value_convert.h"
+#include "protocol/values/value_convert.h"
 #include "psp/property_ids.h"
 #include "session/discovery_record.h"
 #include "session/manager.h"

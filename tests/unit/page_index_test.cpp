@@ -1,4 +1,4 @@
-#include "protocol/page_index.h"
+#include "protocol/frames/page_index.h"
 
 #include <gtest/gtest.h>
 

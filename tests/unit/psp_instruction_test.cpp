@@ -1,5 +1,5 @@
-#include "protocol/instruction.h"
-#include "protocol/psp_instruction.h"
+#include "protocol/frames/instruction.h"
+#include "protocol/frames/psp_instruction.h"
 
 #include "support/value_tree.h"
 
