@@ -1,6 +1,6 @@
 #include "api/call_frame.h"
 #include "api/copy_out.h"
-#include "session/discovery_record.h"
+#include "pens/discovery_record.h"
 #include "session/manager.h"
 
 #include "zel/zel.h"

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "session/pen_psp_versions.h"
+#include "pens/pen_psp_versions.h"
 
 #include <cstdint>
 
