@@ -49,6 +49,18 @@ std::uint32_t store(PspClient2 &psp, const PasswordDigest &current, const std::s
 
 } // namespace
 
+uint32_t zelGetPenLockedStatus(PenHandle *pen, uint8_t *locked)
+{
+    static constexpr CallFrame frame{.logName = "zelGetPenLockedStatus",
+                                     .connectionText = "[TarselPen::isLocked] failed",
+                                     .lockedText = "[TarselPen::isLocked] failed, pen is locked"};
+    // A call that fails leaves "locked".
+    return frame.run(pen, {preset<std::uint8_t>(locked, 1)}, [&] {
+        *locked = toNumber<std::uint8_t>(pen->psp().penLocked().get());
+        return ZEL_OK;
+    });
+}
+
 uint32_t zelUnlockPen(PenHandle *pen, const char *password)
 {
     // Its texts spell the name in their own way, and a pen that says it is locked is unexpected here.

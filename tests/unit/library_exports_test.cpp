@@ -17,12 +17,12 @@ void ignore(DiscoveryHandle *record, void *)
     zelFreeDiscoveryHandle(&record);
 }
 
-TEST(FrameExports, ExitWithoutInitializeSucceeds)
+TEST(LibraryExports, ExitWithoutInitializeSucceeds)
 {
     EXPECT_EQ(zelExit(), ZEL_OK);
 }
 
-TEST(FrameExports, SecondInitializeIsRefused)
+TEST(LibraryExports, SecondInitializeIsRefused)
 {
     const InitializedLibrary library;
     EXPECT_EQ(zelInitialize(ignore, ignore, nullptr), ZEL_ERR_ALREADY_INITIALIZED);
@@ -30,7 +30,7 @@ TEST(FrameExports, SecondInitializeIsRefused)
     EXPECT_EQ(zelInitialize(nullptr, nullptr, nullptr), ZEL_ERR_ALREADY_INITIALIZED);
 }
 
-TEST(FrameExports, NullCallbackLeavesTheLibraryUninitialised)
+TEST(LibraryExports, NullCallbackLeavesTheLibraryUninitialised)
 {
     EXPECT_EQ(zelInitialize(nullptr, ignore, nullptr), ZEL_ERR_INVALID_ARGUMENT);
     EXPECT_EQ(zelInitialize(ignore, nullptr, nullptr), ZEL_ERR_INVALID_ARGUMENT);
@@ -38,7 +38,7 @@ TEST(FrameExports, NullCallbackLeavesTheLibraryUninitialised)
     EXPECT_EQ(zelEnumeratePens(), ZEL_ERR_NOT_INITIALIZED);
 }
 
-TEST(FrameExports, LibraryCanBeInitialisedAgainAfterExit)
+TEST(LibraryExports, LibraryCanBeInitialisedAgainAfterExit)
 {
     for (int round = 0; round < 3; ++round) {
         EXPECT_EQ(zelInitialize(ignore, ignore, nullptr), ZEL_OK);
@@ -49,7 +49,7 @@ TEST(FrameExports, LibraryCanBeInitialisedAgainAfterExit)
     }
 }
 
-TEST(FrameExports, ApiVersionNeedsNoInitialize)
+TEST(LibraryExports, ApiVersionNeedsNoInitialize)
 {
     HandedText text;
     EXPECT_EQ(zelGetApiVersion(text.out()), ZEL_OK);
@@ -58,7 +58,7 @@ TEST(FrameExports, ApiVersionNeedsNoInitialize)
     EXPECT_EQ(zelGetApiVersion(nullptr), ZEL_ERR_INVALID_ARGUMENT);
 }
 
-TEST(FrameExports, FreeingANullPointerSucceeds)
+TEST(LibraryExports, FreeingANullPointerSucceeds)
 {
     char *text = nullptr;
     uint8_t *data = nullptr;
@@ -69,7 +69,7 @@ TEST(FrameExports, FreeingANullPointerSucceeds)
     EXPECT_EQ(zelFreeDiscoveryHandle(&record), ZEL_OK);
 }
 
-TEST(FrameExports, FreeingThroughANullPointerIsRefused)
+TEST(LibraryExports, FreeingThroughANullPointerIsRefused)
 {
     EXPECT_EQ(zelFreeString(nullptr), ZEL_ERR_INVALID_ARGUMENT);
     EXPECT_EQ(zelFreePageList(nullptr), ZEL_ERR_INVALID_ARGUMENT);
@@ -77,7 +77,7 @@ TEST(FrameExports, FreeingThroughANullPointerIsRefused)
     EXPECT_EQ(zelFreeDiscoveryHandle(nullptr), ZEL_ERR_INVALID_ARGUMENT);
 }
 
-TEST(FrameExports, FreeingNullsTheHostsPointer)
+TEST(LibraryExports, FreeingNullsTheHostsPointer)
 {
     char *text = new char[3];
     char *list = new char[3];
@@ -93,7 +93,7 @@ TEST(FrameExports, FreeingNullsTheHostsPointer)
     EXPECT_EQ(record, nullptr);
 }
 
-TEST(FrameExports, RecordShowsKindAndPenIdAtFixedOffsets)
+TEST(LibraryExports, RecordShowsKindAndPenIdAtFixedOffsets)
 {
     DiscoveryRecord record;
     record.kind = ZEL_PEN_DEPARTED;
@@ -105,7 +105,7 @@ TEST(FrameExports, RecordShowsKindAndPenIdAtFixedOffsets)
     EXPECT_EQ(bytes[8], 8);
 }
 
-TEST(FrameExports, DevicePenSerialIsThatOfTheRecord)
+TEST(LibraryExports, DevicePenSerialIsThatOfTheRecord)
 {
     const InitializedLibrary library;
     DiscoveryRecord record;
@@ -115,7 +115,7 @@ TEST(FrameExports, DevicePenSerialIsThatOfTheRecord)
     EXPECT_EQ(text.text(), kPenSerial);
 }
 
-TEST(FrameExports, DevicePenSerialFailsWithANullText)
+TEST(LibraryExports, DevicePenSerialFailsWithANullText)
 {
     char left[] = "left over";
     char *text = left;
@@ -130,7 +130,7 @@ TEST(FrameExports, DevicePenSerialFailsWithANullText)
 }
 
 /** The ids are written with either code. */
-TEST(FrameExports, VidAndPidOfAnOlderPenAreWrittenButNotSupported)
+TEST(LibraryExports, VidAndPidOfAnOlderPenAreWrittenButNotSupported)
 {
     const InitializedLibrary library;
     DiscoveryRecord record;
@@ -150,7 +150,7 @@ TEST(FrameExports, VidAndPidOfAnOlderPenAreWrittenButNotSupported)
     EXPECT_EQ(ask(0x8000), ZEL_ERR_NOT_SUPPORTED); // negative as a signed number
 }
 
-TEST(FrameExports, VidAndPidRefuseNulls)
+TEST(LibraryExports, VidAndPidRefuseNulls)
 {
     const DiscoveryRecord record{};
     uint16_t id = 7;
@@ -162,7 +162,7 @@ TEST(FrameExports, VidAndPidRefuseNulls)
     EXPECT_EQ(id, 7);
 }
 
-TEST(FrameExports, ExportsWithoutPenLogNothingOfTheirOwn)
+TEST(LibraryExports, ExportsWithoutPenLogNothingOfTheirOwn)
 {
     const LogCapture log;
     HandedText text;
