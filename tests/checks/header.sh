@@ -3,7 +3,7 @@
 # root of the tree.
 source "$(dirname "$0")/cases.sh"
 
-host=tests/tables/header_settings.c
+host=tests/checks/header_settings.c
 objects=build/header
 mkdir -p "$objects"
 warnings=(-Wall -Wextra -Wpedantic -Werror -Iinclude)
