@@ -1,13 +1,19 @@
 #pragma once
 
-#include "protocol/frames/psp_instruction.h"
+#include "protocol/values/value.h"
 
 #include <cstdint>
+#include <map>
 #include <memory>
 
 namespace zel {
 
-/** An instruction received in a page-transaction response. The first value put under an index stays. */
+/** Arguments in ascending index order; each is owned. */
+using ArgumentMap = std::map<std::uint16_t, std::unique_ptr<Value>>;
+
+/** An instruction code (mostly four ASCII characters, first one in the highest byte) and its arguments: a
+ *  request under construction, or what a page-transaction response holds. The first value put under an
+ *  index stays. */
 class Instruction
 {
 public:

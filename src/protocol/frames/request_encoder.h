@@ -2,8 +2,7 @@
 
 #include "protocol/addresses/page_address.h"
 #include "protocol/addresses/pidget_address.h"
-#include "protocol/frames/page_index.h"
-#include "protocol/frames/protocol_page.h"
+#include "protocol/frames/request_pages.h"
 #include "protocol/values/value.h"
 
 #include <cstddef>

@@ -1,4 +1,4 @@
-#include "protocol/frames/protocol_driver_finder.h"
+#include "protocol/frames/protocol_driver.h"
 
 #include "support/byte_stream.h"
 #include "sys/exceptions.h"

@@ -1,13 +1,26 @@
 #pragma once
 
-#include "protocol/frames/protocol_page.h"
+#include "protocol/addresses/page_address.h"
+#include "protocol/values/value.h"
 
 #include <cstddef>
 #include <cstdint>
+#include <map>
+#include <memory>
 #include <span>
 #include <vector>
 
 namespace zel {
+
+/** Keyed values of a request or of one of its pages, in ascending key order. */
+using EntryMap = std::map<std::uint16_t, std::unique_ptr<Value>>;
+
+/** One page of a page-transaction request. */
+struct ProtocolPage {
+    PageAddress address;
+    std::unique_ptr<EntryMap> entries; // empty for most pages, of which there may be thousands
+    std::unique_ptr<Value> data;       // binary or escaped binary; empty when the page has none
+};
 
 /** Finds a page of a list by its address: walking the list would make a large request quadratic. A few bytes
  *  for each page, in one block. One thread at a time. */

@@ -1,5 +1,4 @@
 #include "protocol/frames/instruction.h"
-#include "protocol/frames/psp_instruction.h"
 
 #include "support/value_tree.h"
 
@@ -8,23 +7,15 @@
 using namespace zel;
 using namespace zel::test;
 
-template <class T>
-class AnyInstruction : public testing::Test
+TEST(Instruction, HoldsItsCode)
 {
-};
-
-using Instructions = testing::Types<PspInstruction, Instruction>;
-TYPED_TEST_SUITE(AnyInstruction, Instructions);
-
-TYPED_TEST(AnyInstruction, HoldsItsCode)
-{
-    EXPECT_EQ(TypeParam(0x52314750).getCode(), 0x52314750u);
-    EXPECT_TRUE(TypeParam(1).getArguments().empty());
+    EXPECT_EQ(Instruction(0x52314750).getCode(), 0x52314750u);
+    EXPECT_TRUE(Instruction(1).getArguments().empty());
 }
 
-TYPED_TEST(AnyInstruction, ArgumentsStandInAscendingIndexOrder)
+TEST(Instruction, ArgumentsStandInAscendingIndexOrder)
 {
-    TypeParam instruction(1);
+    Instruction instruction(1);
     instruction.setArgumentOwned(2, Value::createByte(20));
     instruction.setArgumentOwned(0, Value::createByte(0));
     instruction.setArgumentOwned(1, Value::createByte(10));
@@ -37,18 +28,18 @@ TYPED_TEST(AnyInstruction, ArgumentsStandInAscendingIndexOrder)
     EXPECT_EQ(expected, 3);
 }
 
-TYPED_TEST(AnyInstruction, StoresACopyOfABorrowedArgument)
+TEST(Instruction, StoresACopyOfABorrowedArgument)
 {
     const auto value = Value::createString("text");
-    TypeParam instruction(1);
+    Instruction instruction(1);
     instruction.setArgument(7, *value);
     EXPECT_NE(instruction.getArguments().at(7), value);
     EXPECT_TRUE(sameTree(instruction.getArguments().at(7).get(), value.get()));
 }
 
-TYPED_TEST(AnyInstruction, TheFirstArgumentUnderAnIndexStays)
+TEST(Instruction, TheFirstArgumentUnderAnIndexStays)
 {
-    TypeParam instruction(1);
+    Instruction instruction(1);
     instruction.setArgumentOwned(0, Value::createByte(1));
     instruction.setArgumentOwned(0, Value::createByte(2));
     instruction.setArgument(0, *Value::createByte(3));

@@ -1,4 +1,4 @@
-#include "protocol/frames/page_index.h"
+#include "protocol/frames/request_pages.h"
 
 namespace zel {
 

@@ -1,4 +1,4 @@
-#include "protocol/frames/protocol_driver_finder.h"
+#include "protocol/frames/protocol_driver.h"
 
 #include "sys/exceptions.h"
 
@@ -10,6 +10,17 @@ namespace {
 constexpr ProtocolDriverFinder kFinder;
 
 } // namespace
+
+std::unique_ptr<RequestEncoder>
+ClientProtocolDriverV1_0::createRequestEncoder(const PidgetAddress &address) const
+{
+    return std::make_unique<RequestEncoderV1_0>(address);
+}
+
+std::unique_ptr<ResponseDecoder> ClientProtocolDriverV1_0::createResponseDecoder(std::istream &stream) const
+{
+    return std::make_unique<ResponseDecoderV1_0>(stream);
+}
 
 const ClientProtocolDriver &ProtocolDriverFinder::find(const ProtocolVersion &version) const
 {
