@@ -1,5 +1,4 @@
 #include "api/call_frame.h"
-#include "api/element_at.h"
 #include "protocol/values/value_convert.h"
 #include "psp/property_ids.h"
 #include "session/pen_handle.h"

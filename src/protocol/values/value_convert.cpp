@@ -106,6 +106,13 @@ const ValueList &toList(const Value *value)
     return value->getArray();
 }
 
+const Value *elementAt(const ValueList &list, std::size_t index)
+{
+    if (index >= list.size())
+        throw ZELException();
+    return list[index].get();
+}
+
 bool isNull(const Value *value) noexcept
 {
     return value == nullptr || value->getType() == ValueType::Null;

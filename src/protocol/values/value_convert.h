@@ -40,6 +40,10 @@ std::string toText(const Value *value);
 std::string toText(const Value *value, TextAllowance &allowance);
 /** An array's elements; throws ZELException on anything else. */
 const ValueList &toList(const Value *value);
+/** An element that the caller cannot do without; ZELException when the list is too short. Null when the
+ *  element decoded to no value. */
+const Value *elementAt(const ValueList &list, std::size_t index);
+
 /** Absent, or of type null. */
 bool isNull(const Value *value) noexcept;
 /** A bool, byte, short16, int32 or long64. */
