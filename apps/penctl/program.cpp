@@ -7,11 +7,11 @@
 #include <utility>
 
 #include <CLI/CLI.hpp>
+#include <zel/zel.hpp>
 
 #include "commands/commands.h"
 #include "exit_code.h"
 #include "failure.h"
-#include "host/host_memory.h"
 #include "ui/interrupt.h"
 #include "ui/output.h"
 #include "ui/printable.h"
@@ -28,9 +28,7 @@ constexpr const char *kExitCodes =
 
 std::string versionText()
 {
-    LibraryText version;
-    zelGetApiVersion(version.out());
-    return "penctl, library " + version.str();
+    return "penctl, library " + zelpp::apiVersion();
 }
 
 void addCommands(CLI::App &program)

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "pens/discovery_record.h"
+#include "session/discovery_record.h"
 #include "support/scripted_pen.h"
 
 #include "zel/zel.h"

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "protocol/values/value.h"
+#include "protocol/value.h"
 
 #include <cstdint>
 #include <memory>

@@ -1,4 +1,4 @@
-#include "sys/block_allocator.h"
+#include "protocol/block_allocator.h"
 
 #include <gtest/gtest.h>
 

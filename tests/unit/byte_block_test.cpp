@@ -1,4 +1,4 @@
-#include "sys/byte_block.h"
+#include "protocol/byte_block.h"
 
 #include <gtest/gtest.h>
 

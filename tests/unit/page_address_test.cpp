@@ -1,4 +1,4 @@
-#include "protocol/addresses/page_address.h"
+#include "pages/page_address.h"
 
 #include "sys/exceptions.h"
 

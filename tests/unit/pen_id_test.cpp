@@ -1,4 +1,4 @@
-#include "pens/pen_id.h"
+#include "session/pen_id.h"
 
 #include "sys/exceptions.h"
 

@@ -1,4 +1,4 @@
-#include "pens/pen_psp_versions.h"
+#include "session/pen_psp_versions.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "protocol/bytes/slip.h"
+#include "protocol/slip.h"
 
 #include "support/wire.h"
 

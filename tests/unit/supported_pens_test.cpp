@@ -1,4 +1,4 @@
-#include "pens/supported_pens.h"
+#include "session/supported_pens.h"
 
 #include "support/log_capture.h"
 

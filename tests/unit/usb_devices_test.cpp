@@ -1,4 +1,4 @@
-#include "pens/usb_devices.h"
+#include "session/usb_devices.h"
 
 #include "usb_device_table.h"
 

@@ -4,13 +4,12 @@
 
 #include <fmt/format.h>
 
+#include "commands/dfu_download.h"
 #include "commands/options.h"
 #include "exit_code.h"
 #include "failure.h"
 #include "files/input_file.h"
-#include "host/dfu_download.h"
-#include "host/dfu_session.h"
-#include "host/result.h"
+#include "pen/result.h"
 #include "ui/confirm.h"
 #include "ui/json.h"
 #include "ui/output.h"
@@ -36,42 +35,35 @@ struct DfuOptions {
 
 using SharedDfuOptions = std::shared_ptr<DfuOptions>;
 
-Json dfuPenJson(const PenIdentity &pen)
+Json dfuPenJson(const zelpp::PenInfo &pen)
 {
     return {{"serial", pen.serial}, {"penId", penIdText(pen.penId)}};
 }
 
-bool isInDfuMode(const PresentPen &pen)
-{
-    uint8_t mode = 0;
-    check(zelDfuGetMode(pen.record.get(), &mode), "cannot read a pen's mode");
-    return mode != 0;
-}
-
-Json dfuPensJson(const std::vector<PresentPen> &pens)
+Json dfuPensJson(const std::vector<zelpp::PenInfo> &pens)
 {
     Json list = Json::array();
-    for (const PresentPen &pen : pens) {
-        Json json = dfuPenJson(pen.identity);
-        json["firmwareUpgrade"] = isInDfuMode(pen);
+    for (const zelpp::PenInfo &pen : pens) {
+        Json json = dfuPenJson(pen);
+        json["firmwareUpgrade"] = pen.firmwareUpgrade;
         list.push_back(json);
     }
     return {{"pens", list}};
 }
 
-void printDfuPens(const std::vector<PresentPen> &pens)
+void printDfuPens(const std::vector<zelpp::PenInfo> &pens)
 {
     Table table({{"SERIAL"}, {"PEN ID"}, {"MODE"}});
-    for (const PresentPen &pen : pens)
-        table.addRow({printable(pen.identity.serial), penIdText(pen.identity.penId),
-                      isInDfuMode(pen) ? "firmware upgrade" : "ordinary"});
+    for (const zelpp::PenInfo &pen : pens)
+        table.addRow({printable(pen.serial), penIdText(pen.penId),
+                      pen.firmwareUpgrade ? "firmware upgrade" : "ordinary"});
     print(table.text(coloursOn(Stream::Output)));
 }
 
 void listDfuPens(const DfuOptions &options)
 {
-    DfuLibrary library;
-    const std::vector<PresentPen> pens = findPens(library.events(), options.choice);
+    const zelpp::DfuLibrary library = startDfuLibrary();
+    const std::vector<zelpp::PenInfo> pens = findPens(library, options.choice);
     if (options.json)
         printJson(dfuPensJson(pens));
     if (pens.empty())
@@ -82,16 +74,17 @@ void listDfuPens(const DfuOptions &options)
 
 void showStatus(const DfuOptions &options)
 {
-    DfuSession pen(options.choice);
-    const DfuStatus status = pen.connection().status();
+    const DfuSession session(options.choice);
+    const zelpp::DfuStatus status =
+        check(session.pen.tryStatus(), "cannot read the status", "the pen gave no status record");
     if (!options.json)
         return print(fmt::format("state         {}\nstatus        {}: {}\npoll timeout  {} ms\n",
-                                 dfuStateName(status.state), status.status, dfuStatusWords(status.status),
-                                 status.pollTimeoutMillis));
-    Json json = dfuPenJson(pen.identity());
-    json["state"] = {{"code", status.state}, {"name", dfuStateName(status.state)}};
-    json["status"] = {{"code", status.status}, {"text", dfuStatusWords(status.status)}};
-    json["pollTimeoutMillis"] = status.pollTimeoutMillis;
+                                 dfuStateName(status.state), status.status,
+                                 zelpp::dfuStatusText(status.status), status.pollTimeout.count()));
+    Json json = dfuPenJson(session.info);
+    json["state"] = {{"code", static_cast<uint8_t>(status.state)}, {"name", dfuStateName(status.state)}};
+    json["status"] = {{"code", status.status}, {"text", zelpp::dfuStatusText(status.status)}};
+    json["pollTimeoutMillis"] = status.pollTimeout.count();
     json["stringIndex"] = status.stringIndex;
     printJson(json);
 }
@@ -103,27 +96,28 @@ const char *yesNo(bool flag)
 
 void showDescriptor(const DfuOptions &options)
 {
-    DfuSession pen(options.choice);
-    const DfuDescriptor descriptor = pen.connection().descriptor();
+    const DfuSession session(options.choice);
+    const zelpp::DfuDescriptor descriptor = check(session.pen.tryDescriptor(), "cannot read the descriptor",
+                                                  "the pen gave no functional descriptor");
     if (!options.json)
         return print(fmt::format("takes images              {}\ngives images              {}\n"
                                  "answers after manifesting {}\ndetach timeout            {} ms\n"
                                  "transfer size             {} bytes\n",
                                  yesNo(descriptor.canDownload()), yesNo(descriptor.canUpload()),
-                                 yesNo(descriptor.manifestationTolerant()), descriptor.detachTimeoutMillis,
-                                 descriptor.transferSize));
-    Json json = dfuPenJson(pen.identity());
+                                 yesNo(descriptor.isManifestationTolerant()),
+                                 descriptor.detachTimeout.count(), descriptor.transferSize));
+    Json json = dfuPenJson(session.info);
     json["canDownload"] = descriptor.canDownload();
     json["canUpload"] = descriptor.canUpload();
-    json["manifestationTolerant"] = descriptor.manifestationTolerant();
-    json["detachTimeoutMillis"] = descriptor.detachTimeoutMillis;
+    json["manifestationTolerant"] = descriptor.isManifestationTolerant();
+    json["detachTimeoutMillis"] = descriptor.detachTimeout.count();
     json["transferSize"] = descriptor.transferSize;
     printJson(json);
 }
 
-void sendImage(DfuSession &pen, const std::vector<uint8_t> &image, const std::string &serial)
+void sendImage(DfuSession &session, const std::vector<uint8_t> &image, const std::string &serial)
 {
-    DfuDownload download(pen, image);
+    DfuDownload download(session, image);
     ProgressDisplay display(serial, "blocks", download.blocks());
     download.run([&](uint64_t bytes, uint64_t blocks) { display.update(bytes, image.size(), blocks); });
 }
@@ -133,21 +127,35 @@ void downloadImage(const DfuOptions &options)
     const std::vector<uint8_t> image = readWholeFile(options.image, kLongestImage);
     if (image.empty())
         throw Failure(kNoInput, fmt::format("{} is empty", printable(options.image)));
-    DfuSession pen(options.choice);
-    const std::string serial = printable(pen.identity().serial);
+    DfuSession session(options.choice);
+    const std::string serial = printable(session.info.serial);
     const std::string size = counted(image.size(), "byte", "bytes");
     note(fmt::format("pen {} ({}) is about to be given {} ({}); nothing else may ask it meanwhile", serial,
-                     penIdText(pen.identity().penId), printable(options.image), size));
+                     penIdText(session.info.penId), printable(options.image), size));
     requireConsent(options.yes, fmt::format("Replace the firmware of pen {}?", serial));
-    sendImage(pen, image, serial);
+    sendImage(session, image, serial);
     print(fmt::format("sent {} to pen {}: {}\n", printable(options.image), serial, size));
 }
 
-void tell(const DfuOptions &options, void (DfuConnection::*operation)(), const char *done)
+/** A request without an answer of its own. */
+struct Request {
+    zelpp::Result<void> (zelpp::DfuPen::*send)();
+    const char *what;
+    const char *done;
+};
+
+constexpr Request kReset = {&zelpp::DfuPen::tryResetPort, "cannot reset the port", "port reset"};
+constexpr Request kAbort = {&zelpp::DfuPen::tryAbort, "cannot abort", "aborted"};
+constexpr Request kClear = {&zelpp::DfuPen::tryClearStatus, "cannot clear the status", "error cleared"};
+constexpr Request kDetach = {&zelpp::DfuPen::tryDetach, "cannot detach", "detached"};
+constexpr Request kDetachBoot = {&zelpp::DfuPen::tryDetachToBootLoader, "cannot detach to the boot loader",
+                                 "detached"};
+
+void tell(const DfuOptions &options, const Request &request)
 {
-    DfuSession pen(options.choice);
-    (pen.connection().*operation)();
-    print(fmt::format("pen {}: {}\n", printable(pen.identity().serial), done));
+    DfuSession session(options.choice);
+    check((session.pen.*request.send)(), request.what, "the pen did not answer");
+    print(fmt::format("pen {}: {}\n", printable(session.info.serial), request.done));
 }
 
 void addListing(CLI::App &dfu, const SharedDfuOptions &options)
@@ -176,17 +184,15 @@ void addDownload(CLI::App &dfu, const SharedDfuOptions &options)
 }
 
 void addRequest(CLI::App &dfu, const char *name, const char *help, const SharedDfuOptions &options,
-                void (DfuConnection::*operation)(), const char *done)
+                const Request &request)
 {
-    addPen(addCommand(dfu, name, help, [=] { tell(*options, operation, done); }), options->choice);
+    addPen(addCommand(dfu, name, help, [options, &request] { tell(*options, request); }), options->choice);
 }
 
 void addDetach(CLI::App &dfu, const SharedDfuOptions &options)
 {
-    CLI::App &command =
-        addCommand(dfu, "detach", "Let the pen change between its firmware and this mode", [options] {
-            tell(*options, options->boot ? &DfuConnection::detachBoot : &DfuConnection::detach, "detached");
-        });
+    CLI::App &command = addCommand(dfu, "detach", "Let the pen change between its firmware and this mode",
+                                   [options] { tell(*options, options->boot ? kDetachBoot : kDetach); });
     addPen(command, options->choice);
     addFlag(command, "--boot", options->boot, "Detach to the boot loader");
 }
@@ -202,10 +208,9 @@ void addDfu(CLI::App &program)
     addQuestion(dfu, "descriptor", "Show what a pen's upgrade mode can do", options, showDescriptor);
     addDownload(dfu, options);
     addDetach(dfu, options);
-    addRequest(dfu, "reset", "Reset the pen's port", options, &DfuConnection::resetPort, "port reset");
-    addRequest(dfu, "abort", "Give up an image that is being sent", options, &DfuConnection::abort,
-               "aborted");
-    addRequest(dfu, "clear", "Clear an error", options, &DfuConnection::clearStatus, "error cleared");
+    addRequest(dfu, "reset", "Reset the pen's port", options, kReset);
+    addRequest(dfu, "abort", "Give up an image that is being sent", options, kAbort);
+    addRequest(dfu, "clear", "Clear an error", options, kClear);
 }
 
 } // namespace penctl

@@ -1,16 +1,15 @@
 #include "commands/commands.h"
 
 #include <memory>
+#include <set>
+#include <utility>
 
 #include <fmt/format.h>
 
 #include "commands/options.h"
-#include "commands/pen_json.h"
 #include "files/atomic_file.h"
-#include "host/page_list.h"
-#include "host/page_retrieval.h"
-#include "host/pen_session.h"
-#include "host/result.h"
+#include "pen/pens.h"
+#include "pen/result.h"
 #include "ui/json.h"
 #include "ui/output.h"
 #include "ui/printable.h"
@@ -28,41 +27,43 @@ struct FetchOptions {
     bool json = false;
 };
 
-struct Fetched {
-    LibraryBytes data;
-    uint32_t code = ZEL_ERR_UNEXPECTED;
-    uint32_t pages = 0;
-};
-
-std::string addressList(const std::vector<std::string> &addresses)
-{
-    std::string list;
-    for (const std::string &address : addresses)
-        list += address + ";";
-    return list;
-}
-
 /** The bar shows how many pages there are, which the retrieval itself does not tell. */
-uint64_t pagesToCome(const FetchOptions &options, PenHandle *pen)
+uint64_t pagesToCome(const FetchOptions &options, const zelpp::Pen &pen)
 {
-    PageListing listing;
     if (!options.addresses.empty())
         return options.addresses.size();
-    if (!ProgressDisplay::isDrawn() || readPageList(pen, listing) != ZEL_OK)
+    if (!ProgressDisplay::isDrawn())
         return 0;
-    return listing.addresses.size();
+    const zelpp::Result<zelpp::PageList> listing = pen.tryPages();
+    return listing ? listing->addresses.size() : 0;
 }
 
-void retrieve(const FetchOptions &options, PenHandle *pen, ProgressDisplay &display, Fetched &fetched)
+struct Fetched {
+    zelpp::PageData data;
+    std::size_t pages;
+};
+
+Fetched retrieve(const FetchOptions &options, const zelpp::Pen &pen)
 {
-    const auto onProgress = [&](uint32_t bytes, uint32_t total, uint32_t pages) {
-        fetched.pages = pages;
-        display.update(bytes, total, pages);
+    std::size_t pages = 0;
+    ProgressDisplay display(serialOf(pen), "pages", pagesToCome(options, pen));
+    const auto onProgress = [&](const zelpp::FetchProgress &progress) {
+        pages = progress.pages;
+        display.update(progress.bytesSoFar, progress.bytesTotal, progress.pages);
     };
-    fetched.code = retrievePages(pen, addressList(options.addresses), onProgress, fetched.data);
+    if (options.addresses.empty()) {
+        zelpp::PageData all =
+            check(pen.tryFetchAll(onProgress), "cannot fetch the pages", "the pen broke the retrieval off");
+        return {std::move(all), pages};
+    }
+    // The progress also counts pages that come along unasked.
+    const std::set<std::string> asked(options.addresses.begin(), options.addresses.end());
+    return {check(pen.tryFetch(options.addresses, onProgress), "cannot fetch the pages",
+                  "the pen does not hold all the pages asked for, or broke the retrieval off"),
+            asked.size()};
 }
 
-void printResult(const FetchOptions &options, const PenIdentity &pen, const Fetched &fetched)
+void printResult(const FetchOptions &options, const zelpp::PenInfo &pen, const Fetched &fetched)
 {
     const std::size_t bytes = fetched.data.bytes().size();
     if (!options.json)
@@ -79,18 +80,11 @@ void printResult(const FetchOptions &options, const PenIdentity &pen, const Fetc
 void fetch(const FetchOptions &options)
 {
     AtomicFile file(options.output);
-    const PenSession pen(options.choice);
-    ProgressDisplay display(printable(pen.identity().serial), "pages", pagesToCome(options, pen.handle()));
-    Fetched fetched;
-    retrieve(options, pen.handle(), display, fetched);
-    display.stop();
-    check(fetched.code, "cannot fetch the pages",
-          options.addresses.empty()
-              ? "the pen broke the retrieval off"
-              : "the pen does not hold exactly the pages asked for, or broke the retrieval off");
-    file.write(fetched.data.bytes());
+    const zelpp::Pen pen = openPen(options.choice);
+    const Fetched fetched = retrieve(options, pen);
+    file.write({fetched.data.bytes().data(), fetched.data.bytes().size()});
     file.publish();
-    printResult(options, pen.identity(), fetched);
+    printResult(options, pen.info(), fetched);
 }
 
 } // namespace

@@ -5,10 +5,9 @@
 #include <fmt/format.h>
 
 #include "commands/options.h"
-#include "commands/pen_json.h"
-#include "host/pen_session.h"
-#include "host/result.h"
-#include "host/settings.h"
+#include "pen/pens.h"
+#include "pen/result.h"
+#include "pen/settings.h"
 #include "ui/json.h"
 #include "ui/output.h"
 #include "ui/style.h"
@@ -24,10 +23,10 @@ struct GetOptions {
     bool json = false;
 };
 
-void getOne(PenHandle *pen, const Setting &setting)
+void getOne(const zelpp::Pen &pen, const Setting &setting)
 {
     const Reading reading = setting.get(pen);
-    check(reading.code, fmt::format("cannot read {}", setting.name));
+    requireAnswer(reading, fmt::format("cannot read {}", setting.name));
     print(reading.text + "\n");
 }
 
@@ -36,7 +35,7 @@ void checkAll(const std::vector<std::pair<const Setting *, Reading>> &readings, 
 {
     for (const auto &[setting, reading] : readings) {
         if (named || reading.code != ZEL_ERR_NOT_SUPPORTED)
-            check(reading.code, fmt::format("cannot read {}", setting->name));
+            requireAnswer(reading, fmt::format("cannot read {}", setting->name));
     }
 }
 
@@ -54,14 +53,14 @@ std::vector<const Setting *> chosenSettings(const GetOptions &options)
 void get(const GetOptions &options)
 {
     const std::vector<const Setting *> settings = chosenSettings(options);
-    const PenSession pen(options.choice);
+    zelpp::Pen pen = openPen(options.choice);
     if (settings.size() == 1 && !options.json)
-        return getOne(pen.handle(), *settings.front());
+        return getOne(pen, *settings.front());
     std::vector<std::pair<const Setting *, Reading>> readings;
     Table table({{"SETTING"}, {"VALUE"}});
-    Json json = penJson(pen.identity());
+    Json json = penJson(pen.info());
     for (const Setting *setting : settings) {
-        const Reading &reading = readings.emplace_back(setting, setting->get(pen.handle())).second;
+        const Reading &reading = readings.emplace_back(setting, setting->get(pen)).second;
         table.addRow({setting->name, readingText(reading)});
         json["settings"][setting->name] = reading.code == ZEL_OK ? reading.json : Json(nullptr);
     }

@@ -1,20 +1,19 @@
 #include "commands/commands.h"
 
+#include <algorithm>
 #include <array>
 #include <memory>
 
 #include <fmt/format.h>
 
 #include "commands/options.h"
-#include "commands/pen_json.h"
 #include "exit_code.h"
 #include "failure.h"
 #include "files/atomic_file.h"
 #include "files/input_file.h"
-#include "host/host_memory.h"
-#include "host/parse_number.h"
-#include "host/pen_session.h"
-#include "host/result.h"
+#include "pen/parse_number.h"
+#include "pen/pens.h"
+#include "pen/result.h"
 #include "ui/confirm.h"
 #include "ui/json.h"
 #include "ui/output.h"
@@ -52,69 +51,57 @@ struct Holding {
     /** Prints what there is; by a general way when null, which needs the two members that follow. */
     void (*show)(const HoldingOptions &options);
     const char *jsonKey;
-    uint32_t (*has)(PenHandle *pen, uint8_t *present);
-    uint32_t (*clear)(PenHandle *pen);
+    zelpp::Result<bool> (zelpp::Pen::*has)() const;
+    zelpp::Result<void> (zelpp::Pen::*clear)();
     Meaning clearRefused;
     /** Adds the commands that no other holding has. */
     void (*addOthers)(CLI::App &family, const SharedHoldingOptions &options);
 };
 
-/** One byte array, in the two arguments that the library takes it in. */
-struct Part {
-    explicit Part(const std::string &file) : bytes(readWholeFile(file, kLongestPart)) {}
-
-    const uint8_t *data() const { return bytes.data(); }
-    uint32_t length() const { return static_cast<uint32_t>(bytes.size()); }
-
-    std::vector<uint8_t> bytes;
-};
+using Part = std::vector<uint8_t>;
 
 std::vector<Part> readParts(const HoldingOptions &options)
 {
-    return {options.files.begin(), options.files.end()};
+    std::vector<Part> parts;
+    for (const std::string &file : options.files)
+        parts.push_back(readWholeFile(file, kLongestPart));
+    return parts;
 }
 
 void showCertificate(const HoldingOptions &options)
 {
-    const PenSession pen(options.choice);
-    uint8_t authenticator = 0;
-    check(zelHasCertificateAuthenticator(pen.handle(), &authenticator),
-          "cannot ask for the certificate authenticator");
-    uint16_t number = 0;
-    uint64_t value1 = 0;
-    uint64_t value2 = 0;
-    const uint32_t code = zelGetCertificateInfo(pen.handle(), &number, &value1, &value2);
+    const zelpp::Pen pen = openPen(options.choice);
+    const bool authenticator =
+        check(pen.tryHasCertificateAuthenticator(), "cannot ask for the certificate authenticator");
+    const zelpp::Result<zelpp::CertificateInfo> info = pen.tryCertificateInfo();
     // A pen without a certificate has nothing to take apart.
-    if (code != ZEL_ERR_UNEXPECTED)
-        check(code, "cannot read the certificate's data");
-    const bool present = code == ZEL_OK;
+    if (!info && info.error().reason() != zelpp::Errc::unexpected)
+        failOn(info.error(), "cannot read the certificate's data");
     if (!options.json)
-        return print(fmt::format("authenticator: {}\ncertificate: {}\n", authenticator ? "yes" : "no",
-                                 present ? fmt::format("{}, {}, {}", number, value1, value2) : "none"));
-    Json json = penJson(pen.identity());
-    json["authenticator"] = authenticator != 0;
-    json["certificate"] = present ? Json::array({number, value1, value2}) : Json(nullptr);
+        return print(
+            fmt::format("authenticator: {}\ncertificate: {}\n", authenticator ? "yes" : "no",
+                        info ? fmt::format("{}, {}, {}", info->number, info->value1, info->value2) : "none"));
+    Json json = penJson(pen.info());
+    json["authenticator"] = authenticator;
+    json["certificate"] = info ? Json::array({info->number, info->value1, info->value2}) : Json(nullptr);
     printJson(json);
 }
 
 void installCertificate(const HoldingOptions &options)
 {
-    const std::vector<Part> part = readParts(options);
-    const PenSession pen(options.choice);
-    check(zelInstallCertificate(pen.handle(), part[0].data(), part[0].length()),
-          "cannot install the certificate");
-    print(fmt::format("installed the certificate in pen {}\n", printable(pen.identity().serial)));
+    const std::vector<Part> parts = readParts(options);
+    zelpp::Pen pen = openPen(options.choice);
+    check(pen.tryInstallCertificate(parts[0]), "cannot install the certificate");
+    print(fmt::format("installed the certificate in pen {}\n", serialOf(pen)));
 }
 
 void installAuthenticator(const HoldingOptions &options)
 {
-    const std::vector<Part> part = readParts(options);
-    const PenSession pen(options.choice);
-    check(zelInstallCertificateAuthenticator(pen.handle(), part[0].data(), part[0].length(), part[1].data(),
-                                             part[1].length()),
+    const std::vector<Part> parts = readParts(options);
+    zelpp::Pen pen = openPen(options.choice);
+    check(pen.tryInstallCertificateAuthenticator(parts[0], parts[1]),
           "cannot install the certificate authenticator", "the second file must not be empty");
-    print(
-        fmt::format("installed the certificate authenticator in pen {}\n", printable(pen.identity().serial)));
+    print(fmt::format("installed the certificate authenticator in pen {}\n", serialOf(pen)));
 }
 
 void addCertificateCommands(CLI::App &family, const SharedHoldingOptions &options)
@@ -135,15 +122,12 @@ void installKey(const HoldingOptions &options)
     if (!number)
         throw Failure(kUsageError,
                       fmt::format("\"{}\" is no number from 0 to {}", printable(options.number), UINT16_MAX));
-    const std::vector<Part> part = readParts(options);
-    const PenSession pen(options.choice);
-    check(zelInstallSigningKey(pen.handle(), static_cast<uint16_t>(*number), part[0].data(), part[0].length(),
-                               part[1].data(), part[1].length(), part[2].data(), part[2].length(),
-                               part[3].data(), part[3].length(), part[4].data(), part[4].length(),
-                               part[5].data(), part[5].length(), part[6].data(), part[6].length(),
-                               part[7].data(), part[7].length()),
-          "cannot install the signing key");
-    print(fmt::format("installed the signing key in pen {}\n", printable(pen.identity().serial)));
+    const std::vector<Part> parts = readParts(options);
+    std::array<zelpp::Bytes, kKeyParts> bytes;
+    std::copy(parts.begin(), parts.end(), bytes.begin());
+    zelpp::Pen pen = openPen(options.choice);
+    check(pen.tryInstallSigningKey(static_cast<uint16_t>(*number), bytes), "cannot install the signing key");
+    print(fmt::format("installed the signing key in pen {}\n", serialOf(pen)));
 }
 
 void addKeyCommands(CLI::App &family, const SharedHoldingOptions &options)
@@ -158,14 +142,19 @@ void addKeyCommands(CLI::App &family, const SharedHoldingOptions &options)
 void fetchEncrypted(const HoldingOptions &options)
 {
     AtomicFile file(options.output);
-    const PenSession pen(options.choice);
-    LibraryBytes data;
-    check(zelGetEncryptedData(pen.handle(), options.argument, data.out(), data.length()),
-          "cannot fetch the encrypted data", "the pen holds none");
-    file.write(data.bytes());
+    zelpp::Pen pen = openPen(options.choice);
+    uint8_t *bytes = nullptr;
+    uint32_t size = 0;
+    // The pen's own operation hands no argument on.
+    const uint32_t code = zelGetEncryptedData(pen.handle(), options.argument, &bytes, &size);
+    const zelpp::LibraryBytes data(bytes, size);
+    if (code != ZEL_OK)
+        failOn({static_cast<zelpp::Errc>(code), "zelGetEncryptedData"}, "cannot fetch the encrypted data",
+               "the pen holds none");
+    file.write({data.data(), data.size()});
     file.publish();
     print(fmt::format("wrote {}: {}, from pen {}\n", printable(options.output),
-                      counted(data.bytes().size(), "byte", "bytes"), printable(pen.identity().serial)));
+                      counted(data.size(), "byte", "bytes"), serialOf(pen)));
 }
 
 void addEncryptedCommands(CLI::App &family, const SharedHoldingOptions &options)
@@ -185,7 +174,7 @@ constexpr std::array kHoldings = {
             showCertificate,
             nullptr,
             nullptr,
-            zelClearCertificate,
+            &zelpp::Pen::tryClearCertificate,
             {},
             addCertificateCommands},
     Holding{"key",
@@ -194,36 +183,35 @@ constexpr std::array kHoldings = {
             "Tell whether a pen holds a signing key",
             nullptr,
             "signingKey",
-            zelHasSigningKey,
-            zelClearSigningKey,
+            &zelpp::Pen::tryHasSigningKey,
+            &zelpp::Pen::tryClearSigningKey,
             {},
             addKeyCommands},
     Holding{"encrypted", "A pen's encrypted data", "encrypted data",
-            "Tell whether a pen holds encrypted data", nullptr, "encryptedData", zelHasEncryptedData,
-            zelClearEncryptedData, "the pen refused", addEncryptedCommands},
+            "Tell whether a pen holds encrypted data", nullptr, "encryptedData",
+            &zelpp::Pen::tryHasEncryptedData, &zelpp::Pen::tryClearEncryptedData, "the pen refused",
+            addEncryptedCommands},
 };
 
 void show(const Holding &holding, const HoldingOptions &options)
 {
     if (holding.show)
         return holding.show(options);
-    const PenSession pen(options.choice);
-    uint8_t present = 0;
-    check(holding.has(pen.handle(), &present), fmt::format("cannot ask for the {}", holding.name));
+    zelpp::Pen pen = openPen(options.choice);
+    const bool present = check((pen.*holding.has)(), fmt::format("cannot ask for the {}", holding.name));
     if (!options.json)
         return print(fmt::format("{}: {}\n", holding.name, present ? "yes" : "no"));
-    Json json = penJson(pen.identity());
-    json[holding.jsonKey] = present != 0;
+    Json json = penJson(pen.info());
+    json[holding.jsonKey] = present;
     printJson(json);
 }
 
 void clear(const Holding &holding, const HoldingOptions &options)
 {
-    const PenSession pen(options.choice);
-    const std::string serial = printable(pen.identity().serial);
+    zelpp::Pen pen = openPen(options.choice);
+    const std::string serial = serialOf(pen);
     requireConsent(options.yes, fmt::format("Remove the {} from pen {}?", holding.name, serial));
-    check(holding.clear(pen.handle()), fmt::format("cannot remove the {}", holding.name),
-          holding.clearRefused);
+    check((pen.*holding.clear)(), fmt::format("cannot remove the {}", holding.name), holding.clearRefused);
     print(fmt::format("removed the {} from pen {}\n", holding.name, serial));
 }
 

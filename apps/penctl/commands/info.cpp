@@ -6,17 +6,17 @@
 
 #include "commands/info_view.h"
 #include "commands/options.h"
-#include "commands/pen_json.h"
-#include "host/lock_state.h"
-#include "host/pen_session.h"
-#include "host/pen_status.h"
-#include "host/result.h"
-#include "host/settings.h"
+#include "pen/clock.h"
+#include "pen/pens.h"
+#include "pen/result.h"
+#include "pen/settings.h"
+#include "ui/bar.h"
 #include "ui/json.h"
 #include "ui/output.h"
 #include "ui/printable.h"
 #include "ui/style.h"
 #include "ui/terminal.h"
+#include "ui/units.h"
 
 namespace penctl {
 
@@ -27,107 +27,152 @@ struct InfoOptions {
     bool json = false;
 };
 
+constexpr std::size_t kMemoryBar = 20;
+
+Reading readProductName(const zelpp::Pen &pen)
+{
+    return readingOf(
+        pen.tryProductName(),
+        [](const std::string &name) { return name.empty() ? "(none)" : printable(name); },
+        [](const std::string &name) { return name.empty() ? Json(nullptr) : Json(name); });
+}
+
+/** How far the pen's clock is from this machine's, seen from the middle of the exchange. */
+Reading readClockDrift(const zelpp::Pen &pen)
+{
+    const uint64_t before = hostMillis();
+    const zelpp::Result<zelpp::PenTime> time = pen.tryTime();
+    const uint64_t middle = before + (hostMillis() - before) / 2;
+    const auto ahead = [middle](const zelpp::PenTime &clocks) {
+        return static_cast<int64_t>(static_cast<uint64_t>(clocks.pen.time_since_epoch().count()) - middle);
+    };
+    return readingOf(
+        time, [&](const zelpp::PenTime &clocks) { return driftText(ahead(clocks)); }, ahead);
+}
+
+std::string batteryText(const zelpp::BatteryStatus &figures)
+{
+    std::string text;
+    for (const std::optional<uint16_t> &figure : figures)
+        text += (text.empty() ? "" : "  ") + (figure ? std::to_string(*figure) : "-");
+    return text;
+}
+
+Json batteryJson(const zelpp::BatteryStatus &figures)
+{
+    Json json = Json::array();
+    for (const std::optional<uint16_t> &figure : figures)
+        json.push_back(figure ? Json(*figure) : Json(nullptr));
+    return json;
+}
+
+std::string memoryText(const zelpp::MemoryStatus &memory)
+{
+    if (memory.used > memory.total)
+        return fmt::format("{} in all; the pen reports more free than that", humanBytes(memory.total));
+    const double share =
+        memory.total == 0 ? 0 : static_cast<double>(memory.used) / static_cast<double>(memory.total);
+    return fmt::format("{} {:.0f}%, {} of {}", plainBar(share, kMemoryBar, showsUnicode(Stream::Output)),
+                       share * 100, humanBytes(memory.used), humanBytes(memory.total));
+}
+
+Reading readMemory(const zelpp::Pen &pen)
+{
+    return readingOf(pen.tryMemoryStatus(), memoryText, [](const zelpp::MemoryStatus &memory) {
+        return Json{{"used", memory.used}, {"total", memory.total}};
+    });
+}
+
+Reading readPages(const zelpp::Pen &pen)
+{
+    return readingOf(
+        pen.tryPages(),
+        [](const zelpp::PageList &list) {
+            return fmt::format("{}, {} of strokes", counted(list.addresses.size(), "page", "pages"),
+                               humanBytes(list.totalBytes));
+        },
+        [](const zelpp::PageList &list) {
+            return Json{{"count", list.addresses.size()}, {"bytes", list.totalBytes}};
+        });
+}
+
 /** Asks one question after the other; a lost connection ends it, since all later answers would be the same.
  */
 class Interview
 {
 public:
-    explicit Interview(PenHandle *pen) : m_pen(pen) {}
+    explicit Interview(const zelpp::Pen &pen) : m_pen(pen) {}
 
     void section(const char *title, const char *key) { m_view.section(title, key); }
     void add(const char *label, const char *key, Reading reading)
     {
         if (reading.code == ZEL_ERR_COMMUNICATION)
-            check(reading.code, fmt::format("cannot read {}", label));
+            requireAnswer(reading, fmt::format("cannot read {}", label));
         m_view.row(label, key, std::move(reading));
+    }
+    void known(const char *label, const char *key, const std::string &text)
+    {
+        add(label, key, {ZEL_OK, printable(text), text});
     }
     void setting(const char *label, const char *key, const char *name)
     {
         add(label, key, findSetting(name).get(m_pen));
     }
+    void flag(const char *label, const char *key, const zelpp::Result<bool> &answer)
+    {
+        add(label, key, flagReading(answer, "yes", "no"));
+    }
 
     const InfoView &view() const { return m_view; }
 
 private:
-    PenHandle *m_pen;
+    const zelpp::Pen &m_pen;
     InfoView m_view;
 };
 
-void askIdentity(Interview &interview, const PenIdentity &identity, PenHandle *pen)
+void askAll(Interview &interview, const zelpp::Pen &pen)
 {
     interview.section("Identity", "identity");
-    interview.add("serial", "serial", {ZEL_OK, printable(identity.serial), identity.serial});
-    interview.add("pen id", "penId", {ZEL_OK, penIdText(identity.penId), penIdText(identity.penId)});
-    interview.add("USB id", "usbId", {ZEL_OK, usbText(identity), usbText(identity)});
+    interview.known("serial", "serial", pen.serial());
+    interview.known("pen id", "penId", penIdText(pen.info().penId));
+    interview.known("USB id", "usbId", usbText(pen.info()));
     interview.add("product", "product", readProductName(pen));
     interview.setting("revisions", "revisions", "revisions");
-}
-
-void askClock(Interview &interview, PenHandle *pen)
-{
     interview.section("Clock", "clock");
     interview.setting("time", "timeMillis", "time");
     interview.add("against this host", "driftMillis", readClockDrift(pen));
-}
-
-void askPower(Interview &interview, PenHandle *pen)
-{
     interview.section("Power", "power");
-    interview.add("battery", "battery", readBattery(pen));
+    interview.add("battery", "battery", readingOf(pen.tryBatteryStatus(), batteryText, batteryJson));
     interview.setting("auto power off", "autoPowerOff", "auto-power-off");
     interview.setting("wake-up", "wakeUp", "wake-up");
-}
-
-/** The page list of a locked pen fails without saying why. */
-Reading readPages(PenHandle *pen, const Reading &locked)
-{
-    return locked.json == true ? Reading{ZEL_ERR_PEN_LOCKED, "", nullptr} : readPageSummary(pen);
-}
-
-void askMemory(Interview &interview, PenHandle *pen, const Reading &locked)
-{
     interview.section("Memory", "memory");
-    interview.add("used", "bytes", readMemory(pen, showsUnicode(Stream::Output)));
-    interview.add("pages", "pages", readPages(pen, locked));
+    interview.add("used", "bytes", readMemory(pen));
+    interview.add("pages", "pages", readPages(pen));
     interview.setting("secure delete", "secureDelete", "secure-delete");
-}
-
-void askBluetooth(Interview &interview)
-{
     interview.section("Bluetooth", "bluetooth");
     interview.setting("Bluetooth", "enabled", "bluetooth");
     interview.setting("discoverable", "discoverable", "discoverable");
-}
-
-void askSecurity(Interview &interview, PenHandle *pen, const Reading &locked)
-{
     interview.section("Lock and keys", "security");
-    interview.add("lock", "locked", locked);
+    interview.add("lock", "locked", readLocked(pen));
     interview.add("password hint", "passwordHint", readPasswordHint(pen));
-    interview.add("authenticator", "certificateAuthenticator", readCertificateAuthenticator(pen));
-    interview.add("signing key", "signingKey", readSigningKey(pen));
-    interview.add("encrypted data", "encryptedData", readEncryptedData(pen));
+    interview.flag("authenticator", "certificateAuthenticator", pen.tryHasCertificateAuthenticator());
+    interview.flag("signing key", "signingKey", pen.tryHasSigningKey());
+    interview.flag("encrypted data", "encryptedData", pen.tryHasEncryptedData());
 }
 
 void info(const InfoOptions &options)
 {
-    const PenSession pen(options.choice);
-    const Reading locked = readLocked(pen.handle());
-    Interview interview(pen.handle());
-    askIdentity(interview, pen.identity(), pen.handle());
-    askClock(interview, pen.handle());
-    askPower(interview, pen.handle());
-    askMemory(interview, pen.handle(), locked);
-    askBluetooth(interview);
-    askSecurity(interview, pen.handle(), locked);
+    const zelpp::Pen pen = openPen(options.choice);
+    Interview interview(pen);
+    askAll(interview, pen);
     if (options.json) {
-        Json json = penJson(pen.identity());
+        Json json = penJson(pen.info());
         interview.view().addTo(json);
         printJson(json);
     } else {
         print(interview.view().text(coloursOn(Stream::Output)));
     }
-    check(interview.view().firstFailure(), "some of it cannot be read");
+    requireAnswer({interview.view().firstFailure(), {}, nullptr}, "some of it cannot be read");
 }
 
 } // namespace

@@ -1,9 +1,8 @@
 #include "commands/info_view.h"
 
 #include <fmt/color.h>
-#include <zel/zel.h>
 
-#include "host/result.h"
+#include "pen/result.h"
 
 namespace penctl {
 

@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-#include "host/reading.h"
+#include "pen/reading.h"
 
 namespace penctl {
 

@@ -5,9 +5,8 @@
 #include <fmt/format.h>
 
 #include "commands/options.h"
-#include "commands/pen_json.h"
-#include "host/library.h"
-#include "host/pen_finder.h"
+#include "pen/pens.h"
+#include "pen/result.h"
 #include "ui/json.h"
 #include "ui/output.h"
 #include "ui/printable.h"
@@ -23,26 +22,26 @@ struct ListOptions {
     bool json = false;
 };
 
-Json pensJson(const std::vector<PresentPen> &pens)
+Json pensJson(const std::vector<zelpp::PenInfo> &pens)
 {
     Json list = Json::array();
-    for (const PresentPen &pen : pens)
-        list.push_back(penJson(pen.identity));
+    for (const zelpp::PenInfo &pen : pens)
+        list.push_back(penJson(pen));
     return {{"pens", list}};
 }
 
-void printPens(const std::vector<PresentPen> &pens)
+void printPens(const std::vector<zelpp::PenInfo> &pens)
 {
     Table table({{"SERIAL"}, {"PEN ID"}, {"USB ID"}});
-    for (const PresentPen &pen : pens)
-        table.addRow({printable(pen.identity.serial), penIdText(pen.identity.penId), usbText(pen.identity)});
+    for (const zelpp::PenInfo &pen : pens)
+        table.addRow({printable(pen.serial), penIdText(pen.penId), usbText(pen)});
     print(table.text(coloursOn(Stream::Output)));
 }
 
 void list(const ListOptions &options)
 {
-    Library library;
-    const std::vector<PresentPen> pens = findPens(library.events(), options.choice);
+    const zelpp::Library library = check(zelpp::Library::tryStart(), "cannot start the library");
+    const std::vector<zelpp::PenInfo> pens = findPens(library, options.choice);
     if (options.json)
         printJson(pensJson(pens));
     if (pens.empty())

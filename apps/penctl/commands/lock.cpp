@@ -5,11 +5,10 @@
 #include <fmt/format.h>
 
 #include "commands/options.h"
-#include "commands/pen_json.h"
-#include "host/lock_state.h"
-#include "host/password_source.h"
-#include "host/pen_session.h"
-#include "host/result.h"
+#include "pen/password_source.h"
+#include "pen/pens.h"
+#include "pen/reading.h"
+#include "pen/result.h"
 #include "ui/json.h"
 #include "ui/output.h"
 #include "ui/printable.h"
@@ -33,17 +32,17 @@ constexpr Meaning kRemoveRefused = "the pen refused the current password";
 
 void lock(const LockOptions &options)
 {
-    const PenSession pen(options.choice);
-    const Reading locked = readLocked(pen.handle());
-    check(locked.code, "cannot tell whether the pen is locked");
-    const Reading hint = readPasswordHint(pen.handle());
+    zelpp::Pen pen = openPen(options.choice);
+    const Reading locked = readLocked(pen);
+    requireAnswer(locked, "cannot tell whether the pen is locked");
+    const Reading hint = readPasswordHint(pen);
     if (!options.json) {
-        print(fmt::format("pen {} is {}\n", printable(pen.identity().serial), locked.text));
+        print(fmt::format("pen {} is {}\n", serialOf(pen), locked.text));
         if (hint.code == ZEL_OK)
             print(fmt::format("password hint: {}\n", hint.text));
         return;
     }
-    Json json = penJson(pen.identity());
+    Json json = penJson(pen.info());
     json["locked"] = locked.json;
     json["passwordHint"] = hint.code == ZEL_OK ? hint.json : Json(nullptr);
     printJson(json);
@@ -52,35 +51,33 @@ void lock(const LockOptions &options)
 void unlock(const LockOptions &options)
 {
     PasswordSource passwords(options.passwordFile);
-    const PenSession pen(options.choice);
-    const std::string serial = printable(pen.identity().serial);
+    zelpp::Pen pen = openPen(options.choice);
+    const std::string serial = serialOf(pen);
     const auto password = passwords.next(fmt::format("Password of pen {}", serial));
-    check(zelUnlockPen(pen.handle(), password->c_str()), "cannot unlock the pen",
-          "the pen refused the password");
+    check(pen.tryUnlock(password->c_str()), "cannot unlock the pen", "the pen refused the password");
     print(fmt::format("unlocked pen {}\n", serial));
 }
 
 void setPassword(const LockOptions &options)
 {
     PasswordSource passwords(options.passwordFile);
-    const PenSession pen(options.choice);
-    const std::string serial = printable(pen.identity().serial);
+    zelpp::Pen pen = openPen(options.choice);
+    const std::string serial = serialOf(pen);
     const auto current =
         passwords.next(fmt::format("Current password of pen {} (empty if it has none)", serial));
     const auto wanted = passwords.nextTwice(fmt::format("New password of pen {}", serial));
-    check(zelSetPasswordData(pen.handle(), current->c_str(), wanted->c_str(), options.hint.c_str()),
-          "cannot set the password", kSetRefused);
+    check(pen.trySetPassword(current->c_str(), wanted->c_str(), options.hint), "cannot set the password",
+          kSetRefused);
     print(fmt::format("set the password of pen {}\n", serial));
 }
 
 void removePassword(const LockOptions &options)
 {
     PasswordSource passwords(options.passwordFile);
-    const PenSession pen(options.choice);
-    const std::string serial = printable(pen.identity().serial);
+    zelpp::Pen pen = openPen(options.choice);
+    const std::string serial = serialOf(pen);
     const auto current = passwords.next(fmt::format("Current password of pen {}", serial));
-    check(zelRemovePasswordData(pen.handle(), current->c_str()), "cannot remove the password",
-          kRemoveRefused);
+    check(pen.tryRemovePassword(current->c_str()), "cannot remove the password", kRemoveRefused);
     print(fmt::format("removed the password of pen {}\n", serial));
 }
 

@@ -4,9 +4,9 @@
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
+#include <zel/page_data.hpp>
 
-#include "host/page_address.h"
-#include "host/parse_number.h"
+#include "pen/parse_number.h"
 
 namespace penctl {
 
@@ -112,7 +112,7 @@ void addPageAddresses(CLI::App &command, std::vector<std::string> &addresses, co
         ->expected(1, -1)
         ->take_all()
         ->check(silent([](const std::string &text) {
-            return isPageAddress(text)
+            return zelpp::parseAddress(text)
                        ? ""
                        : fmt::format("\"{}\" is no page address; a pen is named before --page", text);
         }));

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "host/pen_finder.h"
+#include "pen/pens.h"
 
 namespace CLI {
 class App;

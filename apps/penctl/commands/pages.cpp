@@ -5,10 +5,8 @@
 #include <fmt/format.h>
 
 #include "commands/options.h"
-#include "commands/pen_json.h"
-#include "host/lock_state.h"
-#include "host/page_list.h"
-#include "host/pen_session.h"
+#include "pen/pens.h"
+#include "pen/result.h"
 #include "ui/json.h"
 #include "ui/output.h"
 #include "ui/printable.h"
@@ -23,7 +21,7 @@ struct PagesOptions {
     bool json = false;
 };
 
-void printListing(const PageListing &listing)
+void printListing(const zelpp::PageList &listing)
 {
     for (const std::string &address : listing.addresses)
         print(printable(address) + "\n");
@@ -33,12 +31,11 @@ void printListing(const PageListing &listing)
 
 void pages(const PagesOptions &options)
 {
-    const PenSession pen(options.choice);
-    PageListing listing;
-    checkPageRequest(pen.handle(), readPageList(pen.handle(), listing), "cannot list the pages");
+    const zelpp::Pen pen = openPen(options.choice);
+    const zelpp::PageList listing = check(pen.tryPages(), "cannot list the pages");
     if (!options.json)
         return printListing(listing);
-    Json json = penJson(pen.identity());
+    Json json = penJson(pen.info());
     json["pages"] = listing.addresses;
     json["totalBytes"] = listing.totalBytes;
     printJson(json);

@@ -6,10 +6,9 @@
 #include <fmt/format.h>
 
 #include "commands/options.h"
-#include "host/lock_state.h"
-#include "host/page_address.h"
-#include "host/page_list.h"
-#include "host/pen_session.h"
+#include "failure.h"
+#include "pen/pens.h"
+#include "pen/result.h"
 #include "ui/confirm.h"
 #include "ui/output.h"
 #include "ui/printable.h"
@@ -26,29 +25,21 @@ struct RmOptions {
     bool yes = false;
 };
 
-PageListing listPages(PenHandle *pen)
-{
-    PageListing listing;
-    checkPageRequest(pen, readPageList(pen, listing), "cannot list the pages");
-    return listing;
-}
-
 /** The pages that went, by what the pen lists before and after: an address may stand for none, or for many.
  */
 class Removal
 {
 public:
-    explicit Removal(PenHandle *pen) : m_pen(pen), m_before(listPages(pen).addresses) {}
+    explicit Removal(zelpp::Pen &pen) : m_pen(pen), m_before(listedPages()) {}
 
     void remove(const std::string &address) const
     {
-        const uint32_t code = zelRemovePage(m_pen, address.c_str());
-        checkPageRequest(m_pen, code, fmt::format("cannot remove page {}", address));
+        check(m_pen.tryRemovePage(address), fmt::format("cannot remove page {}", address));
     }
 
     std::string removed() const
     {
-        const std::vector<std::string> after = listPages(m_pen).addresses;
+        const std::vector<std::string> after = listedPages();
         const auto gone = std::count_if(m_before.begin(), m_before.end(), [&](const std::string &address) {
             return std::find(after.begin(), after.end(), address) == after.end();
         });
@@ -56,7 +47,12 @@ public:
     }
 
 private:
-    PenHandle *m_pen;
+    std::vector<std::string> listedPages() const
+    {
+        return check(m_pen.tryPages(), "cannot list the pages").addresses;
+    }
+
+    zelpp::Pen &m_pen;
     std::vector<std::string> m_before;
 };
 
@@ -81,23 +77,30 @@ void removePages(const Removal &removal, const std::vector<std::string> &address
     }
 }
 
-void removeAll(PenHandle *pen, const RmOptions &options, const std::string &serial)
+void removeAll(zelpp::Pen &pen, const RmOptions &options)
 {
-    requireConsent(options.yes, fmt::format("Remove all strokes from pen {}?", serial));
-    checkPageRequest(pen, zelRemoveAllStrokes(pen), "cannot remove the strokes");
-    print(fmt::format("removed all strokes from pen {}\n", serial));
+    requireConsent(options.yes, fmt::format("Remove all strokes from pen {}?", serialOf(pen)));
+    check(pen.tryRemoveAllStrokes(), "cannot remove the strokes");
+    print(fmt::format("removed all strokes from pen {}\n", serialOf(pen)));
+}
+
+/** A number with all bits set counts as "*" too. */
+bool isWildcard(const std::string &address)
+{
+    const std::optional<uint64_t> number = zelpp::parseAddress(address);
+    return number && zelpp::addressText(*number).find('*') != std::string::npos;
 }
 
 void rm(const RmOptions &options)
 {
-    const PenSession pen(options.choice);
-    const std::string serial = printable(pen.identity().serial);
+    zelpp::Pen pen = openPen(options.choice);
+    const std::string serial = serialOf(pen);
     if (options.all)
-        return removeAll(pen.handle(), options, serial);
+        return removeAll(pen, options);
     if (std::any_of(options.addresses.begin(), options.addresses.end(), isWildcard))
         requireConsent(options.yes, fmt::format("Remove every page like {} from pen {}?",
                                                 fmt::join(options.addresses, " "), serial));
-    const Removal removal(pen.handle());
+    const Removal removal(pen);
     removePages(removal, options.addresses);
     print(fmt::format("removed {} from pen {}\n", removal.removed(), serial));
 }

@@ -7,9 +7,9 @@
 #include "commands/options.h"
 #include "exit_code.h"
 #include "failure.h"
-#include "host/pen_session.h"
-#include "host/result.h"
-#include "host/settings.h"
+#include "pen/pens.h"
+#include "pen/result.h"
+#include "pen/settings.h"
 #include "ui/output.h"
 #include "ui/printable.h"
 
@@ -28,11 +28,10 @@ void set(const SetOptions &options)
     const Setting &setting = findSetting(options.name);
     if (!setting.set)
         throw Failure(kUsageError, fmt::format("{} can only be read", setting.name));
-    const PenSession pen(options.choice);
-    check(setting.set(pen.handle(), options.value), fmt::format("cannot set {}", setting.name));
-    const Reading now = setting.get(pen.handle());
-    print(
-        fmt::format("{} of pen {}: {}\n", setting.name, printable(pen.identity().serial), readingText(now)));
+    zelpp::Pen pen = openPen(options.choice);
+    check(setting.set(pen, options.value), fmt::format("cannot set {}", setting.name));
+    const Reading now = setting.get(pen);
+    print(fmt::format("{} of pen {}: {}\n", setting.name, serialOf(pen), readingText(now)));
 }
 
 } // namespace

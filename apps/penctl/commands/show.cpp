@@ -1,18 +1,15 @@
 #include "commands/commands.h"
 
-#include <filesystem>
-#include <fstream>
 #include <memory>
 
 #include <fmt/format.h>
+#include <zel/page_data.hpp>
 
 #include "commands/options.h"
 #include "commands/page_data_view.h"
 #include "exit_code.h"
 #include "failure.h"
-#include "files/atomic_file.h"
-#include "pagedata/format_error.h"
-#include "pagedata/page_transaction.h"
+#include "files/mapped_file.h"
 #include "ui/json.h"
 #include "ui/output.h"
 #include "ui/printable.h"
@@ -22,40 +19,30 @@ namespace penctl {
 
 namespace {
 
-namespace fs = std::filesystem;
-
 struct ShowOptions {
     std::string file;
     bool json = false;
 };
 
-PageTransaction readFile(const std::string &name)
+/** An error's text is the operation, what is wrong in brackets, and a sentence on the kind of error. */
+std::string reasonIn(const std::string &text)
 {
-    const fs::path path = pathFromUtf8(name);
-    std::error_code error;
-    // A pipe would be waited for, and tells no size.
-    if (fs::exists(path, error) && !fs::is_regular_file(path, error))
-        throw Failure(kNoInput, fmt::format("cannot read {}: it is not a regular file", printable(name)));
-    const uint64_t size = fs::file_size(path, error);
-    std::ifstream in(path, std::ios::binary);
-    if (error || !in)
-        throw Failure(kNoInput, fmt::format("cannot read {}{}{}", printable(name), error ? ": " : "",
-                                            error ? error.message() : ""));
-    try {
-        return readPageTransaction(in, size);
-    } catch (const FormatError &damage) {
-        throw Failure(kDamagedFile,
-                      fmt::format("{} holds no valid page data: {}", printable(name), damage.what()));
-    }
+    const std::size_t begin = text.find('(') + 1;
+    return text.substr(begin, text.rfind("): ") - begin);
 }
 
 void show(const ShowOptions &options)
 {
-    const PageTransaction file = readFile(options.file);
+    const MappedFile file(options.file);
+    const zelpp::Result<zelpp::PageData, zelpp::PageDataError> data =
+        zelpp::PageData::tryView({file.bytes().data(), file.bytes().size()});
+    if (!data)
+        throw Failure(kDamagedFile, fmt::format("{} holds no valid page data: {}", printable(options.file),
+                                                reasonIn(data.error().what())));
     if (options.json)
-        printJson(pageDataJson(file));
+        printJson(pageDataJson(*data));
     else
-        print(pageDataText(file, coloursOn(Stream::Output)));
+        print(pageDataText(*data, coloursOn(Stream::Output)));
 }
 
 } // namespace

@@ -5,12 +5,10 @@
 #include <fmt/format.h>
 
 #include "commands/options.h"
-#include "commands/pen_json.h"
 #include "exit_code.h"
 #include "failure.h"
-#include "host/host_memory.h"
-#include "host/pen_session.h"
-#include "host/result.h"
+#include "pen/pens.h"
+#include "pen/result.h"
 #include "ui/json.h"
 #include "ui/output.h"
 #include "ui/printable.h"
@@ -29,29 +27,19 @@ struct UserDataOptions {
     bool json = false;
 };
 
-struct UserData {
-    std::string a;
-    std::string b;
-    std::string c;
-};
-
-UserData readUserData(PenHandle *pen)
+zelpp::UserData readUserData(const zelpp::Pen &pen)
 {
-    LibraryText a;
-    LibraryText b;
-    LibraryText c;
-    check(zelGetUserData(pen, a.out(), b.out(), c.out()), "cannot read the user data");
-    return {a.str(), b.str(), c.str()};
+    return check(pen.tryUserData(), "cannot read the user data");
 }
 
 void showUserData(const UserDataOptions &options)
 {
-    const PenSession pen(options.choice);
-    const UserData data = readUserData(pen.handle());
+    zelpp::Pen pen = openPen(options.choice);
+    const zelpp::UserData data = readUserData(pen);
     if (!options.json)
         return print(
             fmt::format("A: {}\nB: {}\nC: {}\n", printable(data.a), printable(data.b), printable(data.c)));
-    Json json = penJson(pen.identity());
+    Json json = penJson(pen.info());
     json["a"] = data.a;
     json["b"] = data.b;
     json["c"] = data.c;
@@ -71,13 +59,13 @@ void setUserData(const UserDataOptions &options)
     requireShort(options.a, "A");
     requireShort(options.b, "B");
     requireShort(options.c, "C");
-    const PenSession pen(options.choice);
+    zelpp::Pen pen = openPen(options.choice);
     const bool complete = options.a && options.b && options.c;
-    const UserData before = complete ? UserData() : readUserData(pen.handle());
-    check(zelSetUserData(pen.handle(), options.a.value_or(before.a).c_str(),
-                         options.b.value_or(before.b).c_str(), options.c.value_or(before.c).c_str()),
+    const zelpp::UserData before = complete ? zelpp::UserData() : readUserData(pen);
+    check(pen.trySetUserData(
+              {options.a.value_or(before.a), options.b.value_or(before.b), options.c.value_or(before.c)}),
           "cannot set the user data");
-    print(fmt::format("set the user data of pen {}\n", printable(pen.identity().serial)));
+    print(fmt::format("set the user data of pen {}\n", serialOf(pen)));
 }
 
 } // namespace

@@ -1,14 +1,13 @@
 #include "commands/commands.h"
 
-#include <chrono>
 #include <memory>
 
 #include <fmt/format.h>
 
 #include "commands/options.h"
-#include "commands/pen_json.h"
-#include "host/library.h"
-#include "host/pen_clock.h"
+#include "pen/clock.h"
+#include "pen/pens.h"
+#include "pen/result.h"
 #include "ui/interrupt.h"
 #include "ui/json.h"
 #include "ui/output.h"
@@ -28,10 +27,10 @@ std::string now()
     return utcSecondsText(hostMillis());
 }
 
-void printEvent(const DiscoveryHandle &record, bool json)
+void printEvent(const zelpp::PenEvent &change, bool json)
 {
-    const PenIdentity pen = identityOf(record);
-    const char *event = record.kind == ZEL_PEN_ARRIVED ? "arrived" : "departed";
+    const zelpp::PenInfo &pen = change.pen;
+    const char *event = change.kind == zelpp::PenEvent::Kind::departed ? "departed" : "arrived";
     if (json) {
         Json line = {{"event", event}, {"time", now()}};
         line.update(penJson(pen));
@@ -44,11 +43,10 @@ void printEvent(const DiscoveryHandle &record, bool json)
 
 void watch(const WatchOptions &options)
 {
-    Library library;
+    const zelpp::Library library = check(zelpp::Library::tryStart(), "cannot start the library");
     const OnInterrupt done([] { return std::string(); }, 0);
-    for (;;)
-        if (const std::optional<PenRecord> record = library.events().next(std::chrono::hours(1)))
-            printEvent(**record, options.json);
+    for (const zelpp::PenEvent &change : library.events())
+        printEvent(change, options.json);
 }
 
 } // namespace

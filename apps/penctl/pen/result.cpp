@@ -1,0 +1,62 @@
+#include "pen/result.h"
+
+#include <fmt/format.h>
+#include <zel/zel.h>
+
+#include "exit_code.h"
+
+namespace penctl {
+
+std::string_view resultWords(uint32_t code)
+{
+    switch (code) {
+    case ZEL_OK:
+        return "done";
+    case ZEL_ERR_INVALID_ARGUMENT:
+        return "the request was not accepted";
+    case ZEL_ERR_PEN_LOCKED:
+        return "the pen is locked";
+    case ZEL_ERR_COMMUNICATION:
+        return "the connection to the pen failed";
+    case ZEL_ERR_NOT_SUPPORTED:
+        return "the pen does not support this";
+    case ZEL_ERR_NOT_INITIALIZED:
+        return "the library is not initialised";
+    case ZEL_ERR_ALREADY_INITIALIZED:
+        return "the library is initialised already";
+    case ZEL_ERR_VALUE_OUT_OF_RANGE:
+        return "the value is out of range";
+    case ZEL_ERR_SYNC_BUSY:
+        return "the pen is busy with another retrieval";
+    case ZEL_ERR_DEVICE_NOT_SUPPORTED:
+        return "the device is not supported";
+    case ZEL_ERR_UNEXPECTED:
+        return "the pen gave no usable answer";
+    default:
+        return "unknown result";
+    }
+}
+
+namespace {
+
+/** Beyond the library's own codes, which are exit codes too. */
+int exitCodeOf(const zelpp::Error &error)
+{
+    if (error.number() <= ZEL_ERR_UNEXPECTED)
+        return static_cast<int>(error.number());
+    return error.reason() == zelpp::Errc::noPen ? kNoPen : kInternalError;
+}
+
+} // namespace
+
+void failOn(const zelpp::Error &error, std::string_view what, Meaning invalidArgument)
+{
+    const int code = exitCodeOf(error);
+    if (code > static_cast<int>(ZEL_ERR_UNEXPECTED))
+        throw Failure(code, fmt::format("{}: {}", what, error.sentence()));
+    const bool special = error.number() == ZEL_ERR_INVALID_ARGUMENT && !invalidArgument.empty();
+    throw Failure(code, fmt::format("{}: {} ({})", what,
+                                    special ? invalidArgument : resultWords(error.number()), code));
+}
+
+} // namespace penctl
