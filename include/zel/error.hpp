@@ -17,6 +17,7 @@
 
 #include <cstdint>
 #include <exception>
+#include <memory>
 #include <string>
 #include <system_error>
 #include <utility>
@@ -125,7 +126,8 @@ public:
         : std::system_error(make_error_code(code), detail.empty()
                                                        ? std::string(operation)
                                                        : std::string(operation) + " (" + detail + ")"),
-          m_operation(operation)
+          m_operation(operation),
+          m_detail(detail.empty() ? nullptr : std::make_shared<const std::string>(detail))
     {
     }
 
@@ -141,6 +143,8 @@ public:
     }
     /** The operation that failed, usually a function of zel.h: "zelSetTime". */
     const char *operation() const noexcept { return m_operation; }
+    /** What more is known: "the pen has no page 7.7.7.7"; empty where nothing is. */
+    std::string detail() const { return m_detail ? *m_detail : std::string(); }
     /** The sentence that explains the code. */
     std::string sentence() const { return code().message(); }
 
@@ -149,6 +153,7 @@ public:
 
 private:
     const char *m_operation;
+    std::shared_ptr<const std::string> m_detail; // shared, because copying an exception must not throw
 };
 
 /** The pen is locked by its password (Errc::penLocked). */

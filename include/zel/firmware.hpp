@@ -17,12 +17,13 @@
 #include <algorithm>
 #include <array>
 #include <chrono>
+#include <condition_variable>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
 #include <functional>
+#include <mutex>
 #include <string>
-#include <thread>
 #include <type_traits>
 #include <utility>
 #include <vector>
@@ -77,7 +78,8 @@ inline const char *dfuStateName(DfuState state) noexcept
     return "unknown state";
 }
 
-/** What a DFU status means: "the memory cannot be written"; "unknown fault" for any other number. */
+/** What a DFU status means: "the memory cannot be written"; "unknown fault" for any other number. The same
+ *  texts stand in the packages for other languages, whose tests compare them with these. */
 inline const char *dfuStatusText(std::uint8_t status) noexcept
 {
     constexpr const char *texts[] = {
@@ -132,11 +134,13 @@ struct DownloadProgress {
     std::uint64_t bytesTotal = 0; ///< bytes of the image
     std::uint64_t blocksSent = 0; ///< the same in blocks
     std::uint64_t blocks = 0;     ///< blocks of the image
+    bool isComplete = false;      ///< the pen has the whole image and installs it, whatever the host does
 };
 
-/** Is told how far a download has come: before the first block, after each, and again and again while the
- *  pen is at work. Any callable that takes a DownloadProgress. One that returns false gives the download
- *  up (Errc::cancelled), one that throws as well: the pen is told to abort, and the exception goes on. */
+/** Is told how far a download has come: before the first block, after each, when the image is complete, and
+ *  again and again while the pen is at work. Any callable that takes a DownloadProgress. One that returns
+ *  false gives the download up (Errc::cancelled), one that throws as well: the pen is told to abort, and the
+ *  exception goes on. A complete image cannot be given up; the host then only stops waiting. */
 class DownloadCallback
 {
 public:
@@ -162,6 +166,44 @@ public:
 
 private:
     std::function<bool(const DownloadProgress &)> m_callable;
+};
+
+/** Gives downloads up, from any thread:
+ *
+ *      zelpp::DownloadStop stop;
+ *      std::thread worker([&] { result = pen.tryDownload(image, stop); });
+ *      stop.request();
+ *
+ *  The download ends with Errc::cancelled between two requests, also in the middle of a pause that the pen
+ *  asked for. It does not end while the pen leaves a request unanswered; DfuPen::abort() on a second
+ *  connection then tells the pen to give up the image. */
+class DownloadStop
+{
+public:
+    DownloadStop() = default;
+    DownloadStop(const DownloadStop &) = delete;
+    DownloadStop &operator=(const DownloadStop &) = delete;
+
+    /** Gives up every download that was given this object, and those still to come. Returns at once. */
+    void request()
+    {
+        const std::lock_guard lock(m_mutex);
+        m_isRequested = true;
+        m_changed.notify_all();
+    }
+    /** Waits for request(), but no longer than the limit. Whether it was called. */
+    bool waitFor(std::chrono::milliseconds limit) const
+    {
+        std::unique_lock lock(m_mutex);
+        return m_changed.wait_for(lock, limit, [this] { return m_isRequested; });
+    }
+    /** Whether request() was called. */
+    bool isRequested() const { return waitFor(std::chrono::milliseconds(0)); }
+
+private:
+    mutable std::mutex m_mutex;
+    mutable std::condition_variable m_changed;
+    bool m_isRequested = false;
 };
 
 namespace detail {
@@ -235,7 +277,17 @@ public:
     {
         tryDownload(image, progress).value();
     }
-    Result<void> tryDownload(Bytes image, const DownloadCallback &progress = nullptr); ///< \copydoc download
+    Result<void> tryDownload(Bytes image, const DownloadCallback &progress = nullptr) ///< \copydoc download
+    {
+        return tryDownload(image, DownloadStop(), progress);
+    }
+    /** The same, which `stop` gives up. */
+    void download(Bytes image, const DownloadStop &stop, const DownloadCallback &progress = nullptr)
+    {
+        tryDownload(image, stop, progress).value();
+    }
+    Result<void> tryDownload(Bytes image, const DownloadStop &stop, ///< \copydoc download
+                             const DownloadCallback &progress = nullptr);
 
     /** The status of the upgrade. The pen takes a question that comes before its poll timeout for a fault. */
     DfuStatus status() const { return tryStatus().value(); }
@@ -349,8 +401,8 @@ namespace detail {
 class Download
 {
 public:
-    Download(DfuPen &pen, Bytes image, const DownloadCallback &callback)
-        : m_pen(pen), m_image(image), m_callback(callback)
+    Download(DfuPen &pen, Bytes image, const DownloadStop &stop, const DownloadCallback &callback)
+        : m_pen(pen), m_image(image), m_stop(stop), m_callback(callback)
     {
         m_progress.bytesTotal = image.size();
     }
@@ -439,7 +491,10 @@ private:
     bool manifest()
     {
         DfuStatus status;
-        if (!done(m_pen.trySendBlock(m_number, {})) || !settle(status))
+        if (!done(m_pen.trySendBlock(m_number, {})))
+            return false;
+        m_progress.isComplete = true;
+        if (!tell() || !settle(status))
             return false;
         if (status.state == DfuState::idle)
             return true;
@@ -479,7 +534,8 @@ private:
         constexpr milliseconds step{100};
         for (milliseconds left = (std::max)(status.pollTimeout, milliseconds(1)); left.count() > 0;
              left -= step) {
-            std::this_thread::sleep_for((std::min)(left, step));
+            if (m_stop.waitFor((std::min)(left, step)))
+                return cancel();
             if (left > step && !tell())
                 return false;
         }
@@ -490,24 +546,33 @@ private:
     {
 #if ZELPP_HAS_EXCEPTIONS
         try {
-            if (m_callback(m_progress))
+            if (m_callback(m_progress) && !m_stop.isRequested())
                 return true;
         } catch (...) {
-            giveUp();
+            if (!m_progress.isComplete)
+                giveUp();
             throw;
         }
 #else
-        if (m_callback(m_progress))
+        if (m_callback(m_progress) && !m_stop.isRequested())
             return true;
 #endif
-        giveUp();
-        return fail(Error(Errc::cancelled, "download"));
+        return cancel();
     }
 
-    /** Whether the pen hears of it or not, the host is told that it gave up. */
-    void giveUp()
+    bool cancel()
     {
-        static_cast<void>(static_cast<bool>(m_pen.tryAbort()));
+        if (m_progress.isComplete)
+            return fail(Error(Errc::cancelled, "download", "the pen has the whole image already"));
+        return fail(Error(Errc::cancelled, "download",
+                          giveUp() ? "the pen was told to give up the image"
+                                   : "the pen could not be told to give up the image"));
+    }
+
+    /** A pen that is busy takes this for an error, which has to be cleared. */
+    bool giveUp()
+    {
+        return m_pen.tryAbort() || m_pen.tryClearStatus();
     }
 
     bool failWith(const DfuStatus &status)
@@ -520,6 +585,7 @@ private:
 
     DfuPen &m_pen;
     Bytes m_image;
+    const DownloadStop &m_stop;
     const DownloadCallback &m_callback;
     DownloadProgress m_progress;
     std::size_t m_blockSize = 0;
@@ -530,9 +596,10 @@ private:
 
 } // namespace detail
 
-inline Result<void> DfuPen::tryDownload(Bytes image, const DownloadCallback &progress)
+inline Result<void> DfuPen::tryDownload(Bytes image, const DownloadStop &stop,
+                                        const DownloadCallback &progress)
 {
-    return detail::Download(*this, image, progress).run();
+    return detail::Download(*this, image, stop, progress).run();
 }
 
 /** The library's firmware-upgrade mode, started: the pens present in it, and connections to them. Several

@@ -1324,13 +1324,17 @@ public:
     {
         return flag("zelHasEncryptedData", zelHasEncryptedData);
     }
-    /** Fetches the pen's encrypted data; Errc::invalidArgument when there is none. */
-    LibraryBytes encryptedData() const { return tryEncryptedData().value(); }
-    Result<LibraryBytes> tryEncryptedData() const ///< \copydoc encryptedData
+    /** Fetches the pen's encrypted data; Errc::invalidArgument when there is none.
+     *  argument  handed on to zelGetEncryptedData, where it has no effect */
+    LibraryBytes encryptedData(std::uint64_t argument = 0) const
+    {
+        return tryEncryptedData(argument).value();
+    }
+    Result<LibraryBytes> tryEncryptedData(std::uint64_t argument = 0) const ///< \copydoc encryptedData
     {
         std::uint8_t *data = nullptr;
         std::uint32_t size = 0;
-        const std::uint32_t code = m_connection.call(zelGetEncryptedData, 0u, &data, &size);
+        const std::uint32_t code = m_connection.call(zelGetEncryptedData, argument, &data, &size);
         if (code != ZEL_OK)
             return detail::failure(code, "zelGetEncryptedData");
         return LibraryBytes(data, size);

@@ -3,6 +3,7 @@
 #include "host_pens.h"
 
 #include <stdexcept>
+#include <thread>
 
 namespace cpphost {
 namespace {
@@ -54,7 +55,11 @@ TEST_F(CppFirmware, WholeImageReachesThePen)
     pensim::Pen &pen = dock();
     const Bytes image = pensim::generatedStrokes(20 * kBlock + 17, 1);
     std::vector<std::uint64_t> sent;
+    bool isComplete = true;
     connect().download(image, [&](const zelpp::DownloadProgress &progress) {
+        if (progress.isComplete)
+            return;
+        isComplete = false;
         sent.push_back(progress.bytesSent);
         EXPECT_EQ(progress.bytesTotal, image.size());
         EXPECT_EQ(progress.blocks, 21u);
@@ -65,6 +70,18 @@ TEST_F(CppFirmware, WholeImageReachesThePen)
     ASSERT_EQ(sent.size(), 22u);
     EXPECT_EQ(sent.front(), 0u);
     EXPECT_EQ(sent.back(), image.size());
+    EXPECT_FALSE(isComplete);
+}
+
+TEST_F(CppFirmware, CallbackHearsOnceTheImageIsComplete)
+{
+    pensim::Pen &pen = dock();
+    std::vector<bool> complete;
+    connect().download(Bytes(kBlock, 0xaa), [&](const zelpp::DownloadProgress &progress) {
+        complete.push_back(progress.isComplete);
+        EXPECT_EQ(pen.requestCount(instruction::dfuDownload), progress.isComplete ? 2u : progress.blocksSent);
+    });
+    EXPECT_EQ(complete, (std::vector<bool>{false, false, true}));
 }
 
 TEST_F(CppFirmware, PenThatMustBeResetAfterwardsIs)
@@ -134,6 +151,77 @@ TEST_F(CppFirmware, ExceptionOfTheCallbackGivesTheDownloadUp)
         std::out_of_range);
     EXPECT_EQ(pen.requestCount(instruction::dfuAbort), 1u);
     EXPECT_EQ(connected.state(), DfuState::idle);
+}
+
+TEST_F(CppFirmware, ImageThatIsCompleteIsNotGivenUp)
+{
+    pensim::PenSpec spec = firmwarePen();
+    spec.dfu.manifestTime = 1h;
+    pensim::Pen &pen = dock(spec);
+    zelpp::DfuPen connected = connect();
+    const zelpp::Result<void> result = connected.tryDownload(
+        Bytes(kBlock, 0xaa), [](const zelpp::DownloadProgress &progress) { return !progress.isComplete; });
+    ASSERT_FALSE(result);
+    EXPECT_EQ(result.error().code(), Errc::cancelled);
+    EXPECT_EQ(result.error().detail(), "the pen has the whole image already");
+    EXPECT_EQ(pen.requestCount(instruction::dfuAbort), 0u);
+}
+
+TEST_F(CppFirmware, ExceptionDoesNotGiveUpACompleteImage)
+{
+    pensim::Pen &pen = dock();
+    EXPECT_THROW(connect().download(Bytes(kBlock, 0xaa),
+                                    [](const zelpp::DownloadProgress &progress) {
+                                        if (progress.isComplete)
+                                            throw std::out_of_range("its own");
+                                    }),
+                 std::out_of_range);
+    EXPECT_EQ(pen.requestCount(instruction::dfuAbort), 0u);
+}
+
+TEST_F(CppFirmware, StopOfAnotherThreadEndsAPauseThatThePenAskedFor)
+{
+    pensim::PenSpec spec = firmwarePen();
+    spec.dfu.blockTime = 1h;
+    pensim::Pen &pen = dock(spec);
+    zelpp::DfuPen connected = connect();
+    zelpp::DownloadStop stop;
+    std::thread stopper;
+    int calls = 0;
+    const zelpp::Result<void> result =
+        connected.tryDownload(Bytes(kBlock, 0xaa), stop, [&](const zelpp::DownloadProgress &progress) {
+            EXPECT_FALSE(progress.isComplete);
+            if (++calls == 3) // the first was before the block, all others are in the pause
+                stopper = std::thread([&] { stop.request(); });
+        });
+    ASSERT_TRUE(stopper.joinable());
+    stopper.join();
+    ASSERT_FALSE(result);
+    EXPECT_EQ(result.error().code(), Errc::cancelled);
+    EXPECT_EQ(result.error().detail(), "the pen was told to give up the image");
+    EXPECT_EQ(connected.state(), DfuState::idle);
+    EXPECT_EQ(pen.requestCount(instruction::dfuClearStatus), 1u) << "a busy pen takes an abort for an error";
+}
+
+TEST_F(CppFirmware, StopThatCameBeforehandSendsNothing)
+{
+    pensim::Pen &pen = dock();
+    zelpp::DownloadStop stop;
+    EXPECT_FALSE(stop.isRequested());
+    stop.request();
+    EXPECT_TRUE(stop.isRequested());
+    EXPECT_EQ(thrown([&] { connect().download(Bytes(kBlock, 0xaa), stop); }), Errc::cancelled);
+    EXPECT_EQ(pen.requestCount(instruction::dfuDownload), 0u);
+}
+
+TEST_F(CppFirmware, PenThatCannotBeToldToGiveUpIsSaidToBeOne)
+{
+    pensim::Pen &pen = dock();
+    pen.onInstruction(instruction::dfuAbort, Reply::withStatus(-1));
+    const zelpp::Result<void> result =
+        connect().tryDownload(Bytes(kBlock, 0xaa), [](const zelpp::DownloadProgress &) { return false; });
+    ASSERT_FALSE(result);
+    EXPECT_EQ(result.error().detail(), "the pen could not be told to give up the image");
 }
 
 TEST_F(CppFirmware, PenThatLeavesInTheMiddleIsALostConnection)

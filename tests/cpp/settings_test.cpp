@@ -130,6 +130,7 @@ TEST_F(CppPen, EncryptedDataIsFetchedAndCleared)
     m_pen->setEncryptedData(data);
     EXPECT_TRUE(pen.hasEncryptedData());
     zelpp::LibraryBytes bytes = pen.encryptedData();
+    EXPECT_TRUE(std::ranges::equal(pen.encryptedData(UINT64_MAX), data)) << "the argument has no effect";
     pen.disconnect();
     m_library.refresh();
     EXPECT_TRUE(std::ranges::equal(bytes, data)) << "the bytes belong to the host";
@@ -173,6 +174,7 @@ TEST_F(CppPen, ErrorTellsCodeNameOperationAndSentence)
     EXPECT_STREQ(error.operation(), "zelGetTime");
     EXPECT_EQ(error.sentence(), "The pen is locked by its password.");
     EXPECT_STREQ(error.what(), "zelGetTime: The pen is locked by its password.");
+    EXPECT_EQ(error.detail(), "");
     EXPECT_STREQ(error.code().category().name(), "zel");
     EXPECT_THROW(time.value(), zelpp::LockedError);
     EXPECT_EQ(pen.tryProductName().valueOr("none"), "none");

@@ -45,7 +45,8 @@ namespace Zel
     /// <summary>The status record of an upgrade.</summary>
     public sealed class UpgradeStatus
     {
-        private static readonly string[] Texts =
+        // As in zel/firmware.hpp; a test compares the two tables.
+        internal static readonly string[] Texts =
         {
             "no error",
             "the image is not meant for this device",
@@ -209,7 +210,9 @@ namespace Zel
         /// <param name="image">The image.</param>
         /// <param name="progress">Told before the first block and after each, on this thread. If it throws, the pen is
         /// told to give the image up, and the exception passes on.</param>
-        /// <param name="cancellation">Ends the download between two blocks; the pen is told to give the image up.</param>
+        /// <param name="cancellation">Ends the download, also in a pause that the pen asked for; the pen is told to
+        /// give the image up, unless it has the whole image. While the pen leaves a request unanswered, this has to
+        /// wait.</param>
         /// <exception cref="PenNotSupportedException">The pen takes no images.</exception>
         /// <exception cref="ZelException">The pen reports a fault, named in the message.</exception>
         public void Download(
@@ -261,7 +264,7 @@ namespace Zel
         /// <param name="serial">Which pen; any when left out.</param>
         /// <param name="progress">As for <see cref="UpgradePen.Download"/>.</param>
         /// <param name="timeout">How long to wait for the pen; 10 seconds when left out.</param>
-        /// <param name="cancellation">Ends the wait, or the download between two blocks.</param>
+        /// <param name="cancellation">Ends the wait, or the download.</param>
         /// <returns>The pen.</returns>
         /// <exception cref="TimeoutException">No such pen.</exception>
         public static async Task<PenInfo> DownloadAsync(

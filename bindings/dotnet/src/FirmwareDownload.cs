@@ -53,16 +53,19 @@ namespace Zel
                 }
                 cancellation.ThrowIfCancellationRequested();
             }
-            catch
+            catch (Exception reason)
             {
-                GiveUp();
+                GiveUp(!(reason is ZelException));
                 throw;
             }
             Manifest(number);
         }
 
-        private static void Pause(UpgradeStatus status) =>
-            Thread.Sleep(Math.Max(1, (int)status.PollTimeout.TotalMilliseconds));
+        private void Pause(UpgradeStatus status)
+        {
+            cancellation.WaitHandle.WaitOne(Math.Max(1, (int)status.PollTimeout.TotalMilliseconds));
+            cancellation.ThrowIfCancellationRequested();
+        }
 
         private void Report() => progress?.Report(new DownloadProgress(sent, image.Length));
 
@@ -135,11 +138,28 @@ namespace Zel
             Operation,
             $"The pen stopped after {sent} bytes: {status.Text} (status {status.Status}, {status.State}).");
 
-        private void GiveUp()
+        /// <summary>A fault of the pen's own is left to be asked for. One that is busy takes the abort for an
+        /// error.</summary>
+        private void GiveUp(bool clears)
         {
             try
             {
                 pen.Abort();
+            }
+            catch (ZelException)
+            {
+                if (clears)
+                {
+                    ClearStatus();
+                }
+            }
+        }
+
+        private void ClearStatus()
+        {
+            try
+            {
+                pen.ClearStatus();
             }
             catch (ZelException)
             {

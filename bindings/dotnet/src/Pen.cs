@@ -428,9 +428,11 @@ namespace Zel
         public void ClearCertificate() => Do("zelClearCertificate", NativeMethods.zelClearCertificate);
 
         /// <summary>Fetches the encrypted data.</summary>
+        /// <param name="argument">Handed on to zelGetEncryptedData, where it has no effect.</param>
         /// <exception cref="PenArgumentException">There is none.</exception>
-        public byte[] GetEncryptedData() => handle.Use("zelGetEncryptedData", () => Native.TakeBlock(
-            (out IntPtr data, out uint length) => NativeMethods.zelGetEncryptedData(handle, 0, out data, out length),
+        public byte[] GetEncryptedData(ulong argument = 0) => handle.Use("zelGetEncryptedData", () => Native.TakeBlock(
+            (out IntPtr data, out uint length) =>
+                NativeMethods.zelGetEncryptedData(handle, argument, out data, out length),
             "zelGetEncryptedData"));
 
         /// <summary>Removes the encrypted data.</summary>

@@ -78,6 +78,7 @@ namespace Zel
         {
             Code = code;
             Operation = operation;
+            Text = text ?? TextOf(code);
         }
 
         /// <summary>The result code.</summary>
@@ -88,6 +89,9 @@ namespace Zel
 
         /// <summary>What was called, such as "zelGetAllPages".</summary>
         public string Operation { get; }
+
+        /// <summary>What happened, in a sentence; the code's own sentence where no more is known.</summary>
+        public string Text { get; }
 
         /// <summary>Names a result code: its constant in zel.h, or "unknown".</summary>
         /// <param name="code">Any number.</param>

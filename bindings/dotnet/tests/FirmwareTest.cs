@@ -143,7 +143,30 @@ namespace Zel.Tests
             {
                 var failure = Assert.Throws<ZelException>(() => pen.Download(new byte[10000]));
                 Assert.That(failure.Message, Is.StringMatching("The pen stopped after \\d+ bytes: .* \\(status \\d+, Error\\)"));
+                Assert.That(failure.Text, Is.StringStarting("The pen stopped after "));
                 Assert.That(pen.Status.Failed);
+            }
+        }
+    }
+
+    /// <summary>A pen that asks for an hour after each block.</summary>
+    [TestFixture]
+    public sealed class BusyUpgradeTest : Fixture
+    {
+        protected override string Pens =>
+            "[{\"id\": \"0x1\", \"mode\": \"firmware-upgrade\", \"dfu\": {\"block_ms\": 3600000}}]";
+
+        [Test]
+        public void ACancellationEndsThePause()
+        {
+            using (var manager = new UpgradeManager())
+            using (UpgradePen pen = manager.Connect(manager.WaitForPenAsync().Result))
+            {
+                var cancel = new CancellationTokenSource(500);
+                Assert.That(
+                    () => pen.Download(new byte[10], null, cancel.Token),
+                    Throws.InstanceOf<OperationCanceledException>());
+                Assert.That(pen.State, Is.EqualTo(UpgradeState.Idle));
             }
         }
     }

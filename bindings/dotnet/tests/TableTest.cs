@@ -72,6 +72,24 @@ namespace Zel.Tests
         }
 
         [Test]
+        public void StatesAndFaultTextsOfAnUpgradeAreThoseOfTheHeader()
+        {
+            string header = Header("firmware.hpp");
+            string texts = Regex.Match(header, @"dfuStatusText\(.*?\{(.*?)\};", RegexOptions.Singleline).Groups[1].Value;
+            IEnumerable<string> expected = Regex.Matches(texts, "\"([^\"]*)\"").Cast<Match>().Select(m => m.Groups[1].Value);
+            Assert.That(UpgradeStatus.Texts, Is.EqualTo(expected));
+            Assert.That(UpgradeStatus.Texts.Length, Is.EqualTo(16));
+            string states = Regex.Match(header, @"enum class DfuState[^{]*\{(.*?)\};", RegexOptions.Singleline).Groups[1].Value;
+            MatchCollection rows = Regex.Matches(states, @"(\w+) = (\d+),");
+            Assert.That(rows.Count, Is.EqualTo(Enum.GetValues(typeof(UpgradeState)).Length));
+            foreach (Match row in rows)
+            {
+                var state = (UpgradeState)int.Parse(row.Groups[2].Value);
+                Assert.That(state.ToString(), Is.EqualTo(row.Groups[1].Value).IgnoreCase);
+            }
+        }
+
+        [Test]
         public void TheApiVersionIsTheHeaders()
         {
             Assert.That(Header("zel.h"), Is.StringContaining($"ZEL_API_VERSION \"{Native.ApiVersion}\""));

@@ -1,5 +1,6 @@
 """A firmware upgrade, from the wait for the pen to the image that it was given."""
 
+import threading
 import time
 
 import pytest
@@ -51,6 +52,35 @@ def test_an_exception_in_the_progress_report_gives_the_image_up(upgrade_pen):
         upgrade_pen.download(IMAGE, report)
     assert upgrade_pen.state == State.IDLE
     upgrade_pen.download(IMAGE)
+
+
+@pytest.mark.pensim([{"id": "0x1", "mode": "firmware-upgrade", "dfu": {"block_ms": 3600000}}])
+def test_a_stop_ends_a_pause_that_the_pen_asked_for(pensim):
+    stop = threading.Event()
+    with Upgrades() as upgrades, upgrades.connect(upgrades.wait()) as pen:
+        threading.Timer(0.5, stop.set).start()
+        with pytest.raises(zel.firmware.DownloadStopped, match="stopped after 0 of 10243 bytes"):
+            pen.download(IMAGE, stop=stop)
+        assert pen.state == State.IDLE
+
+
+def test_a_stop_that_is_set_already_sends_nothing(upgrade_pen):
+    stop = threading.Event()
+    stop.set()
+    with pytest.raises(zel.firmware.DownloadStopped):
+        upgrade_pen.download(IMAGE, stop=stop)
+    assert upgrade_pen.state == State.IDLE
+
+
+@pytest.mark.pensim([{"id": "0x1", "mode": "firmware-upgrade", "dfu": {"manifest_ms": 3600000}}])
+def test_a_complete_image_is_not_given_up(pensim):
+    stop = threading.Event()
+    with Upgrades() as upgrades, upgrades.connect(upgrades.wait()) as pen:
+        threading.Timer(1, stop.set).start()
+        with pytest.raises(zel.firmware.DownloadStopped, match="stopped after 10243 of 10243 bytes"):
+            pen.download(IMAGE, stop=stop)
+        asked = "".join(pensim.command("state 1"))
+        assert "V003" in asked and "V007" not in asked  # an abort
 
 
 @pytest.mark.pensim([{"id": "0x1", "mode": "firmware-upgrade", "dfu": {"fail_at_block": 2}}])

@@ -135,6 +135,9 @@ def test_certificates_keys_and_encrypted_data(pen):
         pen.certificate_info  # noqa: B018
     assert pen.has_encrypted_data
     assert len(pen.encrypted_data()) > 0
+    assert pen.encrypted_data(2**64 - 1) == pen.encrypted_data()
+    with pytest.raises(ValueError):
+        pen.encrypted_data(2**64)
     pen.clear_encrypted_data()
     assert not pen.has_encrypted_data
     with pytest.raises(zel.InvalidArgumentError):

@@ -5,7 +5,7 @@ import re
 from pathlib import Path
 
 import zel
-from zel import _native, errors, page_data
+from zel import _native, errors, firmware, page_data
 
 ROOT = Path(__file__).resolve().parents[3]
 
@@ -74,6 +74,15 @@ def test_codes_names_and_sentences_are_those_of_the_header():
     assert zel.result_name(7) == "unknown"
     default = re.findall(r'default:\s*return "([^"]*)"', header("zel_result.h"))
     assert [zel.result_name(7), zel.result_text(7)] == default
+
+
+def test_states_and_fault_texts_of_an_upgrade_are_those_of_the_header():
+    text = header("firmware.hpp")
+    table = re.search(r"dfuStatusText\(.*?\{(.*?)\};", text, re.S)[1]
+    assert tuple(re.findall(r'"([^"]*)"', table)) == firmware.STATUS_TEXTS
+    states = re.search(r"enum class DfuState[^{]*\{(.*?)\};", text, re.S)[1]
+    names = {re.sub("([A-Z])", r"_\1", name).upper(): int(code) for name, code in re.findall(r"(\w+) = (\d+),", states)}
+    assert names == {state.name: state.value for state in firmware.State}
 
 
 def test_every_code_that_fails_has_a_type():

@@ -10,15 +10,16 @@ A pen must be in firmware-upgrade mode for it; in that mode it is not among :att
 
 from __future__ import annotations
 
+import contextlib
 import enum
 import struct
-import time
+import threading
 from ctypes import c_int32
 from typing import Callable, NamedTuple, Optional
 
 from . import _core, _native
 from ._core import Connected, PenInfo
-from .errors import CommunicationError, NotSupportedError, error
+from .errors import CommunicationError, NotSupportedError, ZelError, error
 from .library import Finder
 
 Progress = Callable[[int, int], object]
@@ -43,6 +44,7 @@ class State(enum.IntEnum):
     ERROR = 10
 
 
+# As in zel/firmware.hpp; a test compares the two tables.
 STATUS_TEXTS = (
     "no error",
     "the image is not meant for this device",
@@ -153,15 +155,25 @@ class UpgradePen(Connected):
         """Detaches the pen's boot loader."""
         self._call("zelDfuDetachBoot")
 
-    def download(self, image: bytes, progress: Optional[Progress] = None) -> None:
+    def download(
+        self, image: bytes, progress: Optional[Progress] = None, stop: Optional[threading.Event] = None
+    ) -> None:
         """Sends a whole image and lets the pen put it to use.
 
         :param progress: called as ``progress(bytes_sent, bytes_total)``. If it raises, the pen is told to give the
-            image up, and the exception passes on; so Ctrl-C ends a download between two blocks.
+            image up, and the exception passes on; so Ctrl-C ends a download between two requests.
+        :param stop: ends the download once it is set, from whichever thread, also in a pause that the pen asked for;
+            the pen is told to give the image up, unless it has the whole image. While the pen leaves a request
+            unanswered, this has to wait.
+        :raises DownloadStopped: ``stop`` was set
         :raises NotSupportedError: the pen takes no images
         :raises UnexpectedError: the pen reports a fault, named in the text
         """
-        _Download(self, bytes(image), progress or (lambda sent, total: None)).run()
+        _Download(self, bytes(image), progress or (lambda sent, total: None), stop or threading.Event()).run()
+
+
+class DownloadStopped(Exception):
+    """A download was given up because its ``stop`` was set."""
 
 
 def _state(number: int) -> int:
@@ -169,10 +181,11 @@ def _state(number: int) -> int:
 
 
 class _Download:
-    def __init__(self, pen: UpgradePen, image: bytes, progress: Progress) -> None:
+    def __init__(self, pen: UpgradePen, image: bytes, progress: Progress, stop: threading.Event) -> None:
         self._pen = pen
         self._image = image
         self._progress = progress
+        self._stop = stop
         self._descriptor = pen.descriptor
         if not self._descriptor.can_download:
             raise NotSupportedError(4, "zel.firmware.download", "The pen takes no images.")
@@ -183,15 +196,15 @@ class _Download:
         size = self._descriptor.transfer_size or _USUAL_BLOCK
         number = 0
         try:
-            self._progress(0, len(self._image))
+            self._report()
             while self._sent < len(self._image):
                 block = self._image[self._sent:self._sent + size]
                 self._send(number, block, State.DOWNLOAD_IDLE)
                 self._sent += len(block)
                 number += 1
-                self._progress(self._sent, len(self._image))
-        except BaseException:
-            self._give_up()
+                self._report()
+        except BaseException as reason:
+            self._give_up(clears=not isinstance(reason, ZelError))
             raise
         self._manifest(number)
 
@@ -238,20 +251,30 @@ class _Download:
                 return status
             self._pause(status)
 
-    @staticmethod
-    def _pause(status: Status) -> None:
-        time.sleep(max(status.poll_timeout, 0.001))
+    def _report(self) -> None:
+        self._progress(self._sent, len(self._image))
+        self._check(self._stop.is_set())
+
+    def _pause(self, status: Status) -> None:
+        self._check(self._stop.wait(max(status.poll_timeout, 0.001)))
+
+    def _check(self, stopped: bool) -> None:
+        if stopped:
+            raise DownloadStopped(f"stopped after {self._sent} of {len(self._image)} bytes")
 
     def _fail(self, status: Status) -> None:
         raise error(11, "zel.firmware.download",
                     f"The pen stopped after {self._sent} bytes: {status.text} "
                     f"(status {status.status}, {status.state!r}).")
 
-    def _give_up(self) -> None:
-        try:
-            self._pen.abort()
-        except Exception:  # the reason that led here counts
-            pass
+    def _give_up(self, clears: bool) -> None:
+        """A fault of the pen's own is left to be asked for. One that is busy takes the abort for an error."""
+        with contextlib.suppress(Exception):  # the reason that led here counts
+            try:
+                self._pen.abort()
+            except ZelError:
+                if clears:
+                    self._pen.clear_status()
 
 
 class Upgrades(Finder):
@@ -275,17 +298,19 @@ def download(
     serial: Optional[str] = None,
     progress: Optional[Progress] = None,
     timeout: Optional[float] = 10,
+    stop: Optional[threading.Event] = None,
 ) -> PenInfo:
     """Waits for a pen in firmware-upgrade mode, sends it an image and lets it put the image to use.
 
     :param serial: which pen; any when left out
     :param progress: as for :meth:`UpgradePen.download`
     :param timeout: how long to wait for the pen, in seconds
+    :param stop: as for :meth:`UpgradePen.download`
     :returns: the pen
     :raises TimeoutError: no such pen
     """
     with Upgrades() as upgrades:
         info = upgrades.wait(serial, timeout)
         with upgrades.connect(info) as pen:
-            pen.download(image, progress)
+            pen.download(image, progress, stop)
         return info

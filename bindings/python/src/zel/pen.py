@@ -325,9 +325,13 @@ class Pen(Connected):
         """Whether the pen holds encrypted data."""
         return self._flag("zelHasEncryptedData")
 
-    def encrypted_data(self) -> bytes:
-        """Fetches the encrypted data. Without any, raises :class:`zel.InvalidArgumentError`."""
-        return self._connection.use(_native.block, "zelGetEncryptedData", 0)
+    def encrypted_data(self, argument: int = 0) -> bytes:
+        """Fetches the encrypted data. Without any, raises :class:`zel.InvalidArgumentError`.
+
+        :param argument: handed on to ``zelGetEncryptedData``, where it has no effect; 64 bits
+        """
+        argument = _native.ranged(argument, 64, "the argument")
+        return self._connection.use(_native.block, "zelGetEncryptedData", argument)
 
     def clear_encrypted_data(self) -> None:
         """Removes the encrypted data."""
