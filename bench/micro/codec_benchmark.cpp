@@ -5,7 +5,7 @@
 #include "common/bytes.h"
 #include "micro/memory_stream.h"
 
-#include "protocol/value_format.h"
+#include "protocol/values/value_format.h"
 
 #include <benchmark/benchmark.h>
 #include <cbor.h>

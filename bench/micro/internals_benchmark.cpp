@@ -6,8 +6,8 @@
 #include "micro/memory_stream.h"
 
 #include "pages/page_list.h"
-#include "protocol/request_encoder.h"
-#include "protocol/value_format.h"
+#include "protocol/frames/request_encoder.h"
+#include "protocol/values/value_format.h"
 #include "sys/log.h"
 
 #include <benchmark/benchmark.h>

@@ -1,8 +1,8 @@
 #include "api/call_frame.h"
 #include "dfu/dfu_listener.h"
 #include "dfu/dfu_pen_handle.h"
-#include "protocol/value_convert.h"
-#include "session/discovery_record.h"
+#include "pens/discovery_record.h"
+#include "protocol/values/value_convert.h"
 #include "sys/log.h"
 
 #include "zel/zel.h"

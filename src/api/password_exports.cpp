@@ -1,6 +1,6 @@
 #include "api/call_frame.h"
 #include "api/copy_out.h"
-#include "protocol/value_convert.h"
+#include "protocol/values/value_convert.h"
 #include "security/password_hash.h"
 #include "session/pen_handle.h"
 #include "sys/log.h"
@@ -48,6 +48,18 @@ std::uint32_t store(PspClient2 &psp, const PasswordDigest &current, const std::s
 }
 
 } // namespace
+
+uint32_t zelGetPenLockedStatus(PenHandle *pen, uint8_t *locked)
+{
+    static constexpr CallFrame frame{.logName = "zelGetPenLockedStatus",
+                                     .connectionText = "[TarselPen::isLocked] failed",
+                                     .lockedText = "[TarselPen::isLocked] failed, pen is locked"};
+    // A call that fails leaves "locked".
+    return frame.run(pen, {preset<std::uint8_t>(locked, 1)}, [&] {
+        *locked = toNumber<std::uint8_t>(pen->psp().penLocked().get());
+        return ZEL_OK;
+    });
+}
 
 uint32_t zelUnlockPen(PenHandle *pen, const char *password)
 {

@@ -1,11 +1,11 @@
 #include "api/call_frame.h"
 #include "api/copy_out.h"
-#include "protocol/value_convert.h"
+#include "pens/discovery_record.h"
+#include "pens/usb_devices.h"
+#include "protocol/values/value_convert.h"
 #include "psp/property_ids.h"
-#include "session/discovery_record.h"
 #include "session/manager.h"
 #include "session/pen_handle.h"
-#include "session/usb_devices.h"
 
 #include "zel/zel.h"
 

@@ -1,7 +1,6 @@
 #include "api/call_frame.h"
 #include "api/copy_out.h"
-#include "api/element_at.h"
-#include "protocol/value_convert.h"
+#include "protocol/values/value_convert.h"
 #include "psp/property_ids.h"
 #include "session/pen_handle.h"
 #include "sys/exceptions.h"

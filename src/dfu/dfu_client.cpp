@@ -1,6 +1,6 @@
 #include "dfu/dfu_client.h"
 
-#include "protocol/value.h"
+#include "protocol/values/value.h"
 #include "sys/log.h"
 
 namespace zel {

@@ -1,6 +1,6 @@
 #include "pages/page_list.h"
 
-#include "protocol/value_convert.h"
+#include "protocol/values/value_convert.h"
 #include "sys/exceptions.h"
 
 #include <algorithm>

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "pages/pen_page.h"
-#include "protocol/value.h"
+#include "protocol/values/value.h"
 
 #include <cstddef>
 #include <string>

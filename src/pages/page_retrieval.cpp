@@ -1,11 +1,11 @@
 #include "pages/page_retrieval.h"
 
 #include "pages/page_selection.h"
-#include "protocol/value_convert.h"
+#include "protocol/values/value_convert.h"
 #include "psp/property_ids.h"
 #include "sys/exceptions.h"
 #include "sys/log.h"
-#include "sys/pages.h"
+#include "sys/virtual_memory.h"
 
 #include <limits>
 #include <utility>

@@ -3,7 +3,7 @@
 #include "pages/page_list.h"
 #include "pages/page_strokes.h"
 #include "pages/psp_sync_request.h"
-#include "protocol/value.h"
+#include "protocol/values/value.h"
 #include "psp/psp_client2.h"
 
 #include "zel/zel.h"

@@ -1,6 +1,6 @@
 #include "pages/pen_page.h"
 
-#include "protocol/value_convert.h"
+#include "protocol/values/value_convert.h"
 #include "sys/exceptions.h"
 
 namespace zel {

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "pages/page_address.h"
-#include "protocol/value.h"
+#include "protocol/addresses/page_address.h"
+#include "protocol/values/value.h"
 
 #include <cstdint>
 

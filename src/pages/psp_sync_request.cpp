@@ -1,7 +1,7 @@
 #include "pages/psp_sync_request.h"
 
-#include "pages/pidget_address.h"
-#include "protocol/protocol_driver_finder.h"
+#include "protocol/addresses/pidget_address.h"
+#include "protocol/frames/protocol_driver.h"
 #include "psp/property_ids.h"
 
 #include <utility>

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "pages/page_strokes.h"
-#include "protocol/request_encoder.h"
-#include "protocol/value.h"
+#include "protocol/frames/request_encoder.h"
+#include "protocol/values/value.h"
 
 #include <cstddef>
 #include <cstdint>

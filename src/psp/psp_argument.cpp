@@ -1,6 +1,6 @@
 #include "psp/psp_argument.h"
 
-#include "protocol/value_encoder.h"
+#include "protocol/values/value_encoder.h"
 
 namespace zel {
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "protocol/value.h"
+#include "protocol/values/value.h"
 
 #include <cstdint>
 #include <memory>

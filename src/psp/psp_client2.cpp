@@ -1,6 +1,6 @@
 #include "psp/psp_client2.h"
 
-#include "pages/page_address.h"
+#include "protocol/addresses/page_address.h"
 #include "sys/log.h"
 
 namespace zel {

@@ -1,10 +1,10 @@
 #include "psp/psp_client_base.h"
 
 #include "net/socket_stream.h"
-#include "protocol/value_decoder.h"
-#include "protocol/value_encoder.h"
-#include "protocol/value_format.h"
-#include "protocol/value_text.h"
+#include "protocol/values/value_decoder.h"
+#include "protocol/values/value_encoder.h"
+#include "protocol/values/value_format.h"
+#include "protocol/values/value_text.h"
 #include "sys/exceptions.h"
 #include "sys/log.h"
 

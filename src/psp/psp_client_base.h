@@ -1,7 +1,7 @@
 #pragma once
 
 #include "net/owned_socket.h"
-#include "protocol/value.h"
+#include "protocol/values/value.h"
 #include "psp/psp_argument.h"
 #include "sys/critical_section.h"
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "session/pen_id.h"
-#include "session/pen_psp_versions.h"
+#include "pens/pen_id.h"
+#include "pens/pen_psp_versions.h"
 
 #include <cstdint>
 #include <string>

@@ -1,7 +1,7 @@
 #include "rendezvous/rendezvous_listener.h"
 
-#include "session/discovery_record.h"
-#include "session/supported_pens.h"
+#include "pens/discovery_record.h"
+#include "pens/supported_pens.h"
 #include "sys/clock.h"
 #include "sys/exceptions.h"
 #include "sys/log.h"

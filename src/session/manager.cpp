@@ -1,8 +1,10 @@
 #include "session/manager.h"
 
 #include "psp/psp_client2.h"
-#include "rendezvous/rendezvous_thread.h"
 #include "session/pen_handle.h"
+#include "sys/exceptions.h"
+#include "sys/log.h"
+#include "sys/thread.h"
 
 #include <utility>
 
@@ -14,6 +16,34 @@ constexpr ListenerProfile kProfile{"RendezvousListener", "RendezvousThread", fal
 
 // No owner that a process's end destroys: without zelExit the listener runs until the last moment.
 CZELManager *s_manager = nullptr;
+
+/** Serves again after every rendezvous failure until a stop is requested. */
+class RendezvousThread : public LThread
+{
+public:
+    /** The listener is borrowed and outlives the thread. */
+    explicit RendezvousThread(RendezvousListener &listener) : LThread(false), m_listener(&listener) {}
+
+    void run() override
+    {
+        while (!m_listener->isStopRequested())
+            serveOnce();
+        LogDebug("*** RendezvousThread stopped normally ***");
+    }
+
+private:
+    void serveOnce()
+    {
+        LogDebug("*** RendezvousThread started ***");
+        try {
+            m_listener->serve();
+        } catch (const ZELRendezvousException &failure) {
+            LogError("RendezvousListener terminating because: ", failure.what());
+        }
+    }
+
+    RendezvousListener *m_listener;
+};
 
 } // namespace
 

@@ -1,6 +1,6 @@
 #include "allocation_watch.h"
 
-#include "protocol/byte_block.h"
+#include "sys/byte_block.h"
 
 #include <gtest/gtest.h>
 

@@ -3,7 +3,7 @@
 #include "every_allocation.h"
 #include "support/process_counts.h"
 
-#include "session/discovery_record.h"
+#include "pens/discovery_record.h"
 #include "support/connected_pen.h"
 #include "sys/event.h"
 

@@ -5,7 +5,7 @@
 #include "listener_modes.h"
 #include "support/process_counts.h"
 
-#include "session/discovery_record.h"
+#include "pens/discovery_record.h"
 #include "support/rendezvous_server.h"
 #include "sys/log.h"
 #include "sys/thread.h"

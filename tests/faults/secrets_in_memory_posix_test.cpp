@@ -6,13 +6,13 @@
 #include "hash_steps.h"
 
 #include "net/socket.h"
+#include "pens/discovery_record.h"
 #include "security/rijndael256.h"
-#include "session/discovery_record.h"
 #include "support/connected_pen.h"
 #include "support/loopback.h"
 #include "support/memory_search.h"
 #include "support/stack_room.h"
-#include "sys/pages.h"
+#include "sys/virtual_memory.h"
 
 #include "zel/zel.h"
 

@@ -4,7 +4,7 @@
 #include "fault_rows.h"
 #include "support/process_counts.h"
 
-#include "session/discovery_record.h"
+#include "pens/discovery_record.h"
 #include "support/connected_pen.h"
 
 namespace faults {

@@ -1,7 +1,7 @@
 #include "fuzz/fake_sockets.h"
 
 #include "dfu/dfu_listener.h"
-#include "session/discovery_record.h"
+#include "pens/discovery_record.h"
 #include "session/manager.h"
 
 #include "zel/zel.h"

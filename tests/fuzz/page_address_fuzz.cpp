@@ -1,6 +1,6 @@
 #include "fuzz/fuzz_target.h"
 
-#include "pages/page_address.h"
+#include "protocol/addresses/page_address.h"
 #include "sys/exceptions.h"
 
 // A text that is accepted names an address whose own text names it again.

@@ -1,6 +1,6 @@
 #include "fuzz/fuzz_target.h"
 
-#include "pages/pidget_address.h"
+#include "protocol/addresses/pidget_address.h"
 #include "sys/exceptions.h"
 
 ZEL_FUZZ_TARGET(pidget_address)

@@ -1,8 +1,8 @@
 // Fuzzing finds nothing that the sanitizer does not see: here it is shown errors that it has to report, in
 // memory of the kind that holds what comes from the network.
 
-#include "protocol/block_allocator.h"
-#include "protocol/byte_block.h"
+#include "sys/block_allocator.h"
+#include "sys/byte_block.h"
 
 #include <gtest/gtest.h>
 

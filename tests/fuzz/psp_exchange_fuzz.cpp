@@ -1,7 +1,7 @@
 #include "fuzz/fake_sockets.h"
 
-#include "protocol/value_decoder.h"
-#include "protocol/value_encoder.h"
+#include "protocol/values/value_decoder.h"
+#include "protocol/values/value_encoder.h"
 #include "psp/psp_client2.h"
 #include "sys/exceptions.h"
 

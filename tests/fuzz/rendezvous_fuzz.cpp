@@ -1,7 +1,7 @@
 #include "fuzz/fake_sockets.h"
 
+#include "pens/discovery_record.h"
 #include "rendezvous/rendezvous_listener.h"
-#include "session/discovery_record.h"
 #include "sys/exceptions.h"
 #include "sys/thread.h"
 

@@ -1,9 +1,9 @@
 #include "fuzz/fuzz_target.h"
 
-#include "protocol/byte_source.h"
-#include "protocol/request_encoder.h"
-#include "protocol/value_decoder.h"
-#include "protocol/value_format.h"
+#include "protocol/bytes/byte_source.h"
+#include "protocol/frames/request_encoder.h"
+#include "protocol/values/value_decoder.h"
+#include "protocol/values/value_format.h"
 #include "sys/exceptions.h"
 
 #include <sstream>

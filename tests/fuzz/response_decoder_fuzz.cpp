@@ -1,6 +1,6 @@
 #include "fuzz/fuzz_target.h"
 
-#include "protocol/response_decoder.h"
+#include "protocol/frames/response_decoder.h"
 #include "sys/exceptions.h"
 
 #include <sstream>

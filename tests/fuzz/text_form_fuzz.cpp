@@ -1,6 +1,6 @@
 #include "fuzz/fuzz_target.h"
 
-#include "protocol/value.h"
+#include "protocol/values/value.h"
 
 // A binary is shown as the value that it holds, however deep; unpacking tells whether it holds one.
 ZEL_FUZZ_TARGET(text_form)

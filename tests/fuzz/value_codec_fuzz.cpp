@@ -1,8 +1,8 @@
 #include "fuzz/fuzz_target.h"
 
-#include "protocol/encoded_value_scan.h"
-#include "protocol/value_decoder.h"
-#include "protocol/value_format.h"
+#include "protocol/values/encoded_value_scan.h"
+#include "protocol/values/value_decoder.h"
+#include "protocol/values/value_format.h"
 #include "sys/exceptions.h"
 
 #include <memory>

@@ -1,6 +1,6 @@
 #include "fuzz/fuzz_target.h"
 
-#include "session/pen_psp_versions.h"
+#include "pens/pen_psp_versions.h"
 
 #include <algorithm>
 

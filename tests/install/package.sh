@@ -4,7 +4,7 @@
 #   tests/install/package.sh native|windows [RUNNER...]
 #
 # Run in the root of the tree, after that build. RUNNER starts the programs (Wine).
-source tests/tables/cases.sh
+source tests/checks/cases.sh
 
 preset=$1
 shift

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "session/discovery_record.h"
+#include "pens/discovery_record.h"
 #include "support/scripted_pen.h"
 
 #include "zel/zel.h"

@@ -1,6 +1,6 @@
 #include "support/value_tree.h"
 
-#include "protocol/value_convert.h"
+#include "protocol/values/value_convert.h"
 
 #include <algorithm>
 

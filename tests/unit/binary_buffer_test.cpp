@@ -1,4 +1,4 @@
-#include "protocol/binary_buffer.h"
+#include "protocol/bytes/binary_buffer.h"
 
 #include "support/log_capture.h"
 

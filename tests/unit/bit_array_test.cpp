@@ -1,4 +1,4 @@
-#include "protocol/bit_array.h"
+#include "protocol/addresses/bit_array.h"
 
 #include "sys/exceptions.h"
 

@@ -1,4 +1,4 @@
-#include "protocol/block_allocator.h"
+#include "sys/block_allocator.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "protocol/byte_array.h"
+#include "protocol/bytes/byte_array.h"
 
 #include <gtest/gtest.h>
 

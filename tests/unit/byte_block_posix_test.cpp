@@ -1,7 +1,7 @@
 // Hosts fetch all of a pen's pages at once: the memory of a page's strokes has to go back to the
 // system as soon as they stand in the host's block, or both would be in memory to the end.
 
-#include "protocol/byte_block.h"
+#include "sys/byte_block.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "protocol/byte_block.h"
+#include "sys/byte_block.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
 #include "dfu/dfu_listener.h"
 
-#include "session/discovery_record.h"
+#include "pens/discovery_record.h"
 #include "session/manager.h"
 #include "support/log_capture.h"
 #include "support/rendezvous_server.h"

@@ -1,9 +1,9 @@
-#include "protocol/encoded_value_scan.h"
+#include "protocol/values/encoded_value_scan.h"
 
-#include "protocol/byte_source.h"
-#include "protocol/value.h"
-#include "protocol/value_decoder.h"
-#include "protocol/value_format.h"
+#include "protocol/bytes/byte_source.h"
+#include "protocol/values/value.h"
+#include "protocol/values/value_decoder.h"
+#include "protocol/values/value_format.h"
 #include "support/wire.h"
 #include "sys/exceptions.h"
 

@@ -1,4 +1,4 @@
-#include "pages/page_address.h"
+#include "protocol/addresses/page_address.h"
 
 #include "sys/exceptions.h"
 

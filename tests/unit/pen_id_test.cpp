@@ -1,4 +1,4 @@
-#include "session/pen_id.h"
+#include "pens/pen_id.h"
 
 #include "sys/exceptions.h"
 

@@ -1,4 +1,4 @@
-#include "session/pen_psp_versions.h"
+#include "pens/pen_psp_versions.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "pages/pidget_address.h"
+#include "protocol/addresses/pidget_address.h"
 
 #include "sys/exceptions.h"
 

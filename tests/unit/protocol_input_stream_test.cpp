@@ -1,4 +1,4 @@
-#include "protocol/protocol_input_stream.h"
+#include "protocol/bytes/protocol_input_stream.h"
 
 #include "support/byte_stream.h"
 #include "support/log_capture.h"

@@ -1,4 +1,4 @@
-#include "protocol/protocol_output_stream.h"
+#include "protocol/bytes/protocol_output_stream.h"
 
 #include "support/byte_stream.h"
 #include "sys/exceptions.h"

@@ -1,7 +1,7 @@
 #include "psp/psp_client2.h"
 
 #include "net/socket.h"
-#include "pages/page_address.h"
+#include "protocol/addresses/page_address.h"
 #include "psp/property_ids.h"
 #include "support/log_capture.h"
 #include "support/scripted_pen.h"

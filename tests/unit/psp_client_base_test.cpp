@@ -1,7 +1,7 @@
 #include "psp/psp_client_base.h"
 
 #include "net/socket.h"
-#include "protocol/value_convert.h"
+#include "protocol/values/value_convert.h"
 #include "support/log_capture.h"
 #include "support/loopback.h"
 #include "support/scripted_pen.h"

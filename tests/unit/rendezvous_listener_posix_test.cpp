@@ -1,4 +1,4 @@
-#include "session/discovery_record.h"
+#include "pens/discovery_record.h"
 #include "session/manager.h"
 #include "support/log_capture.h"
 #include "support/refused_threads.h"

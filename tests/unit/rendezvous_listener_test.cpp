@@ -1,6 +1,6 @@
 #include "session/manager.h"
 
-#include "session/discovery_record.h"
+#include "pens/discovery_record.h"
 #include "support/held_clock.h"
 #include "support/log_capture.h"
 #include "support/rendezvous_server.h"

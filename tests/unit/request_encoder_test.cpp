@@ -1,4 +1,4 @@
-#include "protocol/request_encoder.h"
+#include "protocol/frames/request_encoder.h"
 
 #include "support/byte_stream.h"
 #include "support/value_tree.h"

@@ -1,4 +1,4 @@
-#include "protocol/response_decoder.h"
+#include "protocol/frames/response_decoder.h"
 
 #include "support/byte_stream.h"
 #include "support/value_tree.h"

@@ -1,4 +1,4 @@
-#include "protocol/slip.h"
+#include "protocol/bytes/slip.h"
 
 #include "support/wire.h"
 

@@ -1,4 +1,4 @@
-#include "session/supported_pens.h"
+#include "pens/supported_pens.h"
 
 #include "support/log_capture.h"
 

@@ -1,4 +1,4 @@
-#include "session/usb_devices.h"
+#include "pens/usb_devices.h"
 
 #include "usb_device_table.h"
 

@@ -1,4 +1,4 @@
-#include "protocol/value_convert.h"
+#include "protocol/values/value_convert.h"
 
 #include "support/value_tree.h"
 #include "sys/exceptions.h"

@@ -1,6 +1,6 @@
-#include "protocol/value_decoder.h"
+#include "protocol/values/value_decoder.h"
 
-#include "protocol/value_format.h"
+#include "protocol/values/value_format.h"
 #include "support/byte_stream.h"
 #include "support/log_capture.h"
 #include "support/value_tree.h"

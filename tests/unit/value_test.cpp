@@ -1,4 +1,4 @@
-#include "protocol/value.h"
+#include "protocol/values/value.h"
 
 #include "support/log_capture.h"
 #include "support/value_tree.h"

@@ -1,6 +1,6 @@
-#include "protocol/value_text.h"
+#include "protocol/values/value_text.h"
 
-#include "protocol/value_decoder.h"
+#include "protocol/values/value_decoder.h"
 #include "support/value_tree.h"
 #include "support/wire.h"
 

@@ -1,0 +1,126 @@
+#include "protocol/bytes/byte_source.h"
+
+#include "sys/exceptions.h"
+
+#include <algorithm>
+#include <cstring>
+#include <limits>
+#include <streambuf>
+
+namespace zel {
+
+namespace {
+
+// The get area of any stream buffer: the standard shows it to derived classes only, which may take the
+// addresses of its members.
+struct GetArea : std::streambuf {
+    static const std::uint8_t *position(const std::streambuf &buffer)
+    {
+        return reinterpret_cast<const std::uint8_t *>((buffer.*(&GetArea::gptr))());
+    }
+    static const std::uint8_t *limit(const std::streambuf &buffer)
+    {
+        return reinterpret_cast<const std::uint8_t *>((buffer.*(&GetArea::egptr))());
+    }
+    static void advance(std::streambuf &buffer, std::size_t count)
+    {
+        constexpr std::size_t kLargestStep = std::numeric_limits<int>::max();
+        while (count > 0) {
+            const std::size_t step = std::min(count, kLargestStep);
+            (buffer.*(&GetArea::gbump))(static_cast<int>(step));
+            count -= step;
+        }
+    }
+};
+
+} // namespace
+
+// cppcheck-suppress uninitMemberVar ; m_scratch is written before it is read
+ByteSource::ByteSource(std::span<const std::uint8_t> memory) noexcept
+    : m_stream(nullptr), m_begin(memory.data()), m_at(m_begin), m_limit(m_begin + memory.size())
+{
+}
+
+// cppcheck-suppress uninitMemberVar ; m_scratch is written before it is read
+ByteSource::ByteSource(ProtocolInputStream &stream) : m_stream(&stream)
+{
+    attach();
+}
+
+void ByteSource::attach()
+{
+    // A stream that has failed gives nothing, whatever its buffer holds.
+    if (!m_stream->stream().good())
+        return;
+    const std::streambuf &buffer = *m_stream->stream().rdbuf();
+    m_begin = m_at = GetArea::position(buffer);
+    m_limit = GetArea::limit(buffer);
+}
+
+void ByteSource::detach() noexcept
+{
+    if (m_stream == nullptr || m_begin == nullptr)
+        return;
+    const auto count = static_cast<std::size_t>(m_at - m_begin);
+    GetArea::advance(*m_stream->stream().rdbuf(), count);
+    m_takenBefore += count;
+    m_begin = m_at = m_limit = nullptr;
+}
+
+const std::uint8_t *ByteSource::takeSlowly(std::uint32_t count)
+{
+    takeInto(m_scratch, count);
+    return m_scratch;
+}
+
+void ByteSource::takeInto(std::uint8_t *target, std::uint32_t count)
+{
+    if (count <= atHand().size()) {
+        if (count > 0)
+            std::memcpy(target, m_at, count);
+        drop(count);
+        return;
+    }
+    if (m_stream == nullptr)
+        ProtocolInputStream::throwReadFailure(static_cast<std::int32_t>(count));
+    detach();
+    m_stream->readFully(target, static_cast<std::int32_t>(count));
+    m_takenBefore += count;
+    attach();
+}
+
+ByteBlock ByteSource::takeBlock(std::uint32_t count)
+{
+    if (m_stream != nullptr && count > atHand().size()) {
+        detach();
+        ByteArray bytes;
+        m_stream->read(bytes, static_cast<std::int32_t>(count));
+        m_takenBefore += count;
+        attach();
+        return bytes.release();
+    }
+    if (count > atHand().size())
+        ProtocolInputStream::throwReadFailure(static_cast<std::int32_t>(count));
+    ByteBlock block = allocateBlock(count);
+    takeInto(block.get(), count);
+    return block;
+}
+
+void ByteSource::skip(std::int32_t count)
+{
+    if (count < 0)
+        ProtocolInputStream::throwSkipFailure(count);
+    const auto wanted = static_cast<std::size_t>(count);
+    if (wanted <= atHand().size()) {
+        drop(wanted);
+    } else if (m_stream == nullptr) {
+        m_at = m_limit;
+    } else {
+        detach();
+        m_stream->skipBytes(count);
+        m_takenBefore += wanted;
+        attach();
+    }
+}
+
+} // namespace zel

@@ -1,0 +1,184 @@
+#include "protocol/frames/request_encoder.h"
+
+#include "protocol/bytes/big_endian.h"
+#include "protocol/bytes/protocol_output_stream.h"
+#include "protocol/frames/protocol_version.h"
+#include "protocol/values/value_encoder.h"
+#include "protocol/values/value_format.h"
+#include "sys/exceptions.h"
+
+#include <cstring>
+#include <limits>
+#include <utility>
+
+namespace zel {
+
+namespace {
+
+constexpr std::uint16_t kHeaderLength = 24;
+constexpr std::size_t kVersionLength = 2;
+constexpr std::uint16_t kPageHeaderLength = 15;
+constexpr std::uint16_t kEntryHeaderLength = 2;
+constexpr std::size_t kKeyLength = 2;
+constexpr int kFlaggedField = 2;
+
+std::uint16_t countOf(std::size_t count)
+{
+    if (count > std::numeric_limits<std::uint16_t>::max())
+        throw ZELException();
+    return static_cast<std::uint16_t>(count);
+}
+
+std::size_t entriesSize(const EntryMap &entries)
+{
+    countOf(entries.size());
+    std::size_t size = 0;
+    for (const auto &[key, value] : entries) {
+        if (!value)
+            throw ZELException();
+        size += kKeyLength + encodedSize(*value);
+    }
+    return size;
+}
+
+// Not std::copy, of which the compiler makes a loop over single bytes.
+std::uint8_t *writeBytes(std::uint8_t *at, std::span<const std::uint8_t> bytes) noexcept
+{
+    if (!bytes.empty())
+        std::memcpy(at, bytes.data(), bytes.size());
+    return at + bytes.size();
+}
+
+std::uint8_t *writeEntries(std::uint8_t *at, const EntryMap &entries)
+{
+    for (const auto &[key, value] : entries) {
+        ValueEncoder encoder;
+        encoder.encode(*value);
+        at = storeBigEndian(at, key);
+        at = writeBytes(at, encoder.bytes());
+    }
+    return at;
+}
+
+std::span<const std::uint8_t> dataOf(const ProtocolPage &page)
+{
+    return page.data ? page.data->bytesView() : std::span<const std::uint8_t>();
+}
+
+std::uint8_t *writePageHeader(std::uint8_t *at, const ProtocolPage &page)
+{
+    const bool isFlagged = page.data && page.address.getField(kFlaggedField) == 0;
+    at = storeBigEndian(at, page.address.raw());
+    at = storeBigEndian(at, static_cast<std::uint32_t>(dataOf(page).size()));
+    at = storeBigEndian(at, static_cast<std::uint8_t>(isFlagged ? 1 : 0));
+    return storeBigEndian(at, static_cast<std::uint16_t>(page.entries ? page.entries->size() : 0));
+}
+
+void write(ProtocolOutputStream &out, std::span<const std::uint8_t> bytes)
+{
+    out.write(bytes.data(), static_cast<std::uint32_t>(bytes.size()));
+}
+
+void write(ProtocolOutputStream &out, const EntryMap &entries)
+{
+    const std::size_t size = entriesSize(entries);
+    const ByteBlock block = allocateBlock(size);
+    writeEntries(block.get(), entries);
+    write(out, {block.get(), size});
+}
+
+} // namespace
+
+void RequestEncoderV1_0::addEntry(std::uint16_t key, std::unique_ptr<Value> value)
+{
+    m_entries.try_emplace(key, std::move(value));
+}
+
+void RequestEncoderV1_0::setPageData(const PageAddress &address, std::unique_ptr<Value> data)
+{
+    pageFor(address).data = std::move(data);
+}
+
+void RequestEncoderV1_0::expectPages(std::size_t count)
+{
+    m_pages.reserve(m_pages.size() + count);
+}
+
+void RequestEncoderV1_0::addPageEntry(const PidgetAddress &address, std::unique_ptr<Value> value)
+{
+    ProtocolPage &page = pageFor(address.page());
+    if (!page.entries)
+        page.entries = std::make_unique<EntryMap>();
+    page.entries->try_emplace(address.number(), std::move(value));
+}
+
+ProtocolPage &RequestEncoderV1_0::pageFor(const PageAddress &address)
+{
+    if (m_pages.size() == m_pages.capacity())
+        m_pages.reserve(2 * m_pages.size() + 1); // what the index knows must then not fail to be added
+    const std::size_t place = m_index.findOrAdd(address, m_pages);
+    if (place == m_pages.size())
+        m_pages.push_back({address, nullptr, nullptr});
+    return m_pages[place];
+}
+
+void RequestEncoderV1_0::encode(std::ostream &out)
+{
+    encodedSize(); // refuses what has no wire form before the first byte leaves
+    ProtocolOutputStream stream(out);
+    std::uint8_t header[kVersionLength + kHeaderLength];
+    writeHeader(header);
+    write(stream, header);
+    for (const ProtocolPage &page : m_pages) {
+        std::uint8_t pageHeader[kPageHeaderLength];
+        writePageHeader(pageHeader, page);
+        write(stream, pageHeader);
+        write(stream, dataOf(page));
+        if (page.entries)
+            write(stream, *page.entries);
+    }
+    write(stream, m_entries);
+    if (!out.flush())
+        ProtocolOutputStream::throwWriteFailure();
+}
+
+std::size_t RequestEncoderV1_0::encodedSize() const
+{
+    countOf(m_pages.size());
+    std::size_t size = kVersionLength + kHeaderLength + entriesSize(m_entries);
+    for (const ProtocolPage &page : m_pages)
+        size += kPageHeaderLength + dataOf(page).size() + (page.entries ? entriesSize(*page.entries) : 0);
+    return size;
+}
+
+void RequestEncoderV1_0::encodeTo(std::span<std::uint8_t> block)
+{
+    if (block.size() != encodedSize())
+        throw ZELException();
+    std::uint8_t *at = writeHeader(block.data());
+    for (ProtocolPage &page : m_pages) {
+        at = writePageHeader(at, page);
+        at = writeBytes(at, dataOf(page));
+        if (page.entries)
+            at = writeEntries(at, *page.entries);
+        page.data.reset();
+    }
+    writeEntries(at, m_entries);
+}
+
+std::uint8_t *RequestEncoderV1_0::writeHeader(std::uint8_t *at) const
+{
+    at = storeBigEndian(at, kProtocolVersion1_0.major());
+    at = storeBigEndian(at, kProtocolVersion1_0.minor());
+    at = storeBigEndian(at, kHeaderLength);
+    at = storeBigEndian(at, m_address.page().raw());
+    at = storeBigEndian(at, m_address.number());
+    at = storeBigEndian(at, kPageHeaderLength);
+    at = storeBigEndian(at, kEntryHeaderLength); // of a page's entries
+    at = storeBigEndian(at, kEntryHeaderLength); // of the request's own
+    at = storeBigEndian(at, VALUE_HEADER_LENGTH);
+    at = storeBigEndian(at, countOf(m_pages.size()));
+    return storeBigEndian(at, countOf(m_entries.size()));
+}
+
+} // namespace zel

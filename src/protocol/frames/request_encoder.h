@@ -1,0 +1,64 @@
+#pragma once
+
+#include "protocol/addresses/page_address.h"
+#include "protocol/addresses/pidget_address.h"
+#include "protocol/frames/request_pages.h"
+#include "protocol/values/value.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <ostream>
+#include <span>
+#include <vector>
+
+namespace zel {
+
+/** Collects pages and keyed values and writes them as one page-transaction request. One thread at a time. */
+class RequestEncoder
+{
+public:
+    virtual ~RequestEncoder() = default;
+
+    /** The first value put under a key stays. */
+    virtual void addEntry(std::uint16_t key, std::unique_ptr<Value> value) = 0;
+    /** Replaces the data of the address's page, which is appended when it is new. */
+    virtual void setPageData(const PageAddress &address, std::unique_ptr<Value> data) = 0;
+    /** Adds to the entries of the pidget's page under the pidget's number. */
+    virtual void addPageEntry(const PidgetAddress &address, std::unique_ptr<Value> value) = 0;
+    /** Raises IOException when the stream fails, ZELException when the request has no wire form: more
+     *  than 65,535 pages or entries, page data that is no run of bytes, an absent entry. */
+    virtual void encode(std::ostream &out) = 0;
+    /** Length of the encoded request; raises ZELException as encode does. */
+    virtual std::size_t encodedSize() const = 0;
+    /** Writes the request into a block of exactly encodedSize() bytes. Each page's data is released as
+     *  soon as it is written, so that the request and the block are never both whole in memory. */
+    virtual void encodeTo(std::span<std::uint8_t> block) = 0;
+    /** Makes room for so many more pages at once: lists that grow hold their pages twice for a while. */
+    virtual void expectPages(std::size_t count) = 0;
+};
+
+class RequestEncoderV1_0 : public RequestEncoder
+{
+public:
+    explicit RequestEncoderV1_0(const PidgetAddress &address) : m_address(address) {}
+
+    void addEntry(std::uint16_t key, std::unique_ptr<Value> value) override;
+    void setPageData(const PageAddress &address, std::unique_ptr<Value> data) override;
+    void addPageEntry(const PidgetAddress &address, std::unique_ptr<Value> value) override;
+    void encode(std::ostream &out) override;
+    std::size_t encodedSize() const override;
+    void encodeTo(std::span<std::uint8_t> block) override;
+    void expectPages(std::size_t count) override;
+
+private:
+    ProtocolPage &pageFor(const PageAddress &address);
+    std::uint8_t *writeHeader(std::uint8_t *at) const;
+
+    EntryMap m_entries;
+    std::vector<ProtocolPage> m_pages;
+    PageIndex m_index;
+    PidgetAddress m_address;
+};
+
+} // namespace zel

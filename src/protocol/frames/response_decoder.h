@@ -1,0 +1,49 @@
+#pragma once
+
+#include "protocol/bytes/protocol_input_stream.h"
+#include "protocol/frames/instruction.h"
+
+#include <cstdint>
+#include <istream>
+#include <memory>
+#include <vector>
+
+namespace zel {
+
+class ByteSource;
+class ValueDecoder;
+
+/** Instructions in the order received. */
+using InstructionList = std::vector<std::unique_ptr<Instruction>>;
+
+class ResponseDecoder
+{
+public:
+    virtual ~ResponseDecoder() = default;
+    virtual const InstructionList &getInstructions() const = 0;
+};
+
+/** Reads a whole page-transaction response when it is constructed; IOException on short or broken input. */
+class ResponseDecoderV1_0 : public ResponseDecoder
+{
+public:
+    explicit ResponseDecoderV1_0(std::istream &stream);
+
+    const InstructionList &getInstructions() const override { return m_instructions; }
+
+private:
+    void parseHeader();
+    void parseBody();
+    void parseInstructions();
+    std::unique_ptr<Instruction> parseInstruction(ByteSource &in, ValueDecoder &values) const;
+    void requireGood(const char *operation) const;
+
+    ProtocolInputStream m_in;
+    InstructionList m_instructions;
+    std::uint16_t m_instructionHeaderLength = 0;
+    std::uint16_t m_argumentHeaderLength = 0;
+    std::uint16_t m_valueHeaderLength = 0;
+    std::int16_t m_instructionCount = 0;
+};
+
+} // namespace zel

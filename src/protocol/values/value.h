@@ -1,0 +1,210 @@
+#pragma once
+
+#include "protocol/bytes/binary_buffer.h"
+#include "sys/block_allocator.h"
+#include "sys/byte_block.h"
+
+#include <cstdint>
+#include <iterator>
+#include <memory>
+#include <span>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+namespace zel {
+
+enum class ValueType : std::uint32_t {
+    Null = 0,
+    Bool = 1,
+    Byte = 2,
+    Short16 = 3,
+    Int32 = 4,
+    Long64 = 5,
+    String = 6,
+    Binary = 7,
+    ValueArray = 8,
+    DataArray = 9,
+    TerminatedArray = 10,
+    Terminator = 11,
+    EscapedBinary = 14,
+    AnyType = 15,
+};
+
+/** "unknown" for a code that no value on the wire has. */
+constexpr const char *typeName(std::int32_t code) noexcept
+{
+    constexpr const char *kNames[] = {
+        "null",           "bool",        "byte",       "short16",          "int32",      "long64",  "string",
+        "binary",         "value array", "data array", "terminated array", "terminator", "unknown", "unknown",
+        "escaped binary", "any type"};
+    return code < 0 || code >= std::int32_t{std::size(kNames)} ? "unknown" : kNames[code];
+}
+
+constexpr bool isArrayType(ValueType type) noexcept
+{
+    return type >= ValueType::ValueArray && type <= ValueType::TerminatedArray;
+}
+
+class Value;
+/** An absent element (null pointer) stands for one that decoded to no value. */
+using ValueList = std::vector<std::unique_ptr<Value>, BlockAllocator<std::unique_ptr<Value>>>;
+
+/** The typed datum of PSP. A value owns its text, bytes and elements. Not synchronised: a value
+ *  belongs to one thread at a time.
+ *
+ *  An answer can hold millions of values, so a value is small and short contents live inside it:
+ *  a text or a run of bytes shorter than kInlineSize costs no allocation of its own. */
+class Value
+{
+public:
+    static constexpr std::uint32_t kInlineSize = 24;
+
+    ~Value()
+    {
+        if (m_type >= ValueType::String) // the others hold nothing
+            release();
+    }
+    Value(const Value &) = delete;
+    Value &operator=(const Value &) = delete;
+
+    static std::unique_ptr<Value> createNull() { return createBare(ValueType::Null); }
+    static std::unique_ptr<Value> createBool(bool value) { return createScalar(ValueType::Bool, value); }
+    static std::unique_ptr<Value> createByte(std::uint8_t value)
+    {
+        return createScalar(ValueType::Byte, value);
+    }
+    static std::unique_ptr<Value> createShort(std::uint16_t value)
+    {
+        return createScalar(ValueType::Short16, value);
+    }
+    static std::unique_ptr<Value> createInt(std::uint32_t value)
+    {
+        return createScalar(ValueType::Int32, value);
+    }
+    static std::unique_ptr<Value> createLong(std::uint64_t value)
+    {
+        return createScalar(ValueType::Long64, value);
+    }
+    static std::unique_ptr<Value> createString(std::string_view text);
+    /** A string that is wiped from memory when it ends, and so are its copies. */
+    static std::unique_ptr<Value> createSecretString(std::string_view text);
+    /** A binary likewise. */
+    static std::unique_ptr<Value> createSecretBinary(std::span<const std::uint8_t> bytes);
+    static std::unique_ptr<Value> createBinary(const std::uint8_t *data, std::uint32_t size);
+    /** Takes over the block without copying (short contents move into the value). */
+    static std::unique_ptr<Value> createBinaryOwned(ByteBlock data, std::uint32_t size);
+    /** A size of 0 gives one without data, a negative size the null value. */
+    static std::unique_ptr<Value> createEscapedBinary(const std::uint8_t *data, std::int32_t size);
+    static std::unique_ptr<Value> createEscapedBinaryOwned(ByteBlock data, std::uint32_t size);
+    static std::unique_ptr<Value> createTerminator() { return createBare(ValueType::Terminator); }
+    static std::unique_ptr<Value> createValueArray(ValueList elements);
+    static std::unique_ptr<Value> createDataArray(ValueList elements, std::uint32_t elementType);
+    static std::unique_ptr<Value> createTerminatedArray(ValueList elements);
+    /** A value without contents, also of a code that the codec does not know. */
+    static std::unique_ptr<Value> createBare(ValueType type) { return createScalar(type, 0); }
+
+    // Accessors throw ZELException (without text) when the type differs.
+    ValueType getType() const noexcept { return m_type; }
+    bool isArray() const noexcept { return isArrayType(m_type); }
+    bool getBool() const { return scalarOf(ValueType::Bool) != 0; }
+    std::uint8_t getByte() const { return static_cast<std::uint8_t>(scalarOf(ValueType::Byte)); }
+    std::uint16_t getShort() const { return static_cast<std::uint16_t>(scalarOf(ValueType::Short16)); }
+    std::uint32_t getInt() const { return static_cast<std::uint32_t>(scalarOf(ValueType::Int32)); }
+    std::uint64_t getLong() const { return scalarOf(ValueType::Long64); }
+    void getString(std::string &out) const { out = textView(); }
+    /** The text without a copy; borrowed from the value. */
+    std::string_view textView() const;
+    /** Binary and escaped binary; the size is stored when asked for. Borrowed. */
+    const std::uint8_t *getBinary(std::uint32_t *size) const;
+    /** As getBinary. */
+    std::span<const std::uint8_t> bytesView() const;
+    /** A copy of the bytes; binary and escaped binary. */
+    BinaryBuffer getBinaryBuffer() const;
+    /** Value, data and terminated arrays. */
+    const ValueList &getArray() const;
+    ValueList &getArray();
+    /** The element type code that a data array was given or decoded with. */
+    std::uint32_t getElementType() const;
+    static constexpr const char *typeName(std::int32_t code) noexcept { return zel::typeName(code); }
+
+    /** A deep copy; a type that cannot be copied is logged and gives the null value. */
+    std::unique_ptr<Value> copy() const;
+    void swap(Value &other) noexcept;
+    /** Turns this value into a binary that holds its encoding. */
+    void pack();
+    /** The reverse; throws ZELException unless this is a binary. */
+    void unpack();
+    /** Whether this is a binary whose bytes are exactly one encoded value. A scan in place: it builds
+     *  nothing and never throws. */
+    bool isEncodedValue() const noexcept;
+    /** Stores the text form, as log texts and text conversions show it. */
+    void toString(std::string &out, std::int32_t indent = 0) const;
+    /** As toString, behind what the text holds already. */
+    void appendTo(std::string &out, std::int32_t indent = 0) const;
+
+private:
+    union Payload {
+        Payload() noexcept : scalar(0) {}
+        ~Payload() {} // NOLINT(modernize-use-equals-default): that would be deleted
+        Payload(const Payload &) = delete;
+        Payload &operator=(const Payload &) = delete;
+
+        std::uint64_t scalar;
+        std::uint8_t *block; // owned; texts and bytes of kInlineSize or more
+        std::uint8_t inlineBytes[kInlineSize];
+        ValueList elements;
+    };
+
+    Value(ValueType type, std::uint64_t scalar) noexcept : m_type(type)
+    {
+        if (isArrayType(type))
+            std::construct_at(&m_payload.elements);
+        else
+            m_payload.scalar = scalar;
+    }
+
+    Value(ValueType type, ValueList elements) noexcept : m_type(type)
+    {
+        std::construct_at(&m_payload.elements, std::move(elements));
+    }
+
+    static std::unique_ptr<Value> createScalar(ValueType type, std::uint64_t scalar)
+    {
+        return std::unique_ptr<Value>(new Value(type, scalar));
+    }
+    static std::unique_ptr<Value> createArray(ValueType type, ValueList elements);
+    static std::unique_ptr<Value> createBytes(ValueType type, const void *data, std::size_t size,
+                                              bool secret = false);
+    static std::unique_ptr<Value> createBytesOwned(ValueType type, ByteBlock data, std::uint32_t size);
+
+    static bool hasBytes(ValueType type) noexcept
+    {
+        return type == ValueType::String || type == ValueType::Binary || type == ValueType::EscapedBinary;
+    }
+    [[noreturn]] static void throwTypeMismatch();
+    /** For a value that has none yet. */
+    void setBytes(const void *data, std::size_t size);
+
+    std::uint64_t scalarOf(ValueType type) const
+    {
+        if (m_type != type)
+            throwTypeMismatch();
+        return m_payload.scalar;
+    }
+    bool ownsBlock() const noexcept { return hasBytes(m_type) && m_length >= kInlineSize; }
+    const std::uint8_t *bytes() const noexcept
+    {
+        return m_length < kInlineSize ? m_payload.inlineBytes : m_payload.block;
+    }
+    void release() noexcept;
+    void takeFrom(Value &other) noexcept;
+
+    Payload m_payload;
+    ValueType m_type;
+    bool m_secret = false;      // text or bytes that are wiped
+    std::uint32_t m_length = 0; // of text and bytes; a data array keeps its element type here
+};
+
+} // namespace zel

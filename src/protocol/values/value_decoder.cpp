@@ -1,0 +1,299 @@
+#include "protocol/values/value_decoder.h"
+
+#include "protocol/bytes/big_endian.h"
+#include "protocol/bytes/slip.h"
+#include "protocol/values/value_format.h"
+#include "sys/exceptions.h"
+#include "sys/log.h"
+
+#include <algorithm>
+#include <cstring>
+#include <limits>
+#include <span>
+#include <string_view>
+#include <utility>
+
+namespace zel {
+
+namespace {
+
+// A count is the peer's word: room is made for this many elements, then as they arrive.
+constexpr std::uint32_t kElementsOnTrust = 1024;
+
+constexpr std::uint32_t kBinaryLimit = 0x80000000;
+
+void makeRoom(ValueList &elements, std::uint32_t count)
+{
+    if (elements.size() == elements.capacity())
+        elements.reserve(
+            std::min<std::size_t>(count, std::max<std::size_t>(kElementsOnTrust, elements.size() * 2)));
+}
+
+// Grows by half: a terminated array of bodiless elements stays within the bounds of the tree.
+void makeRoomForOneMore(ValueList &elements)
+{
+    if (elements.size() == elements.capacity())
+        elements.reserve(elements.size() + elements.size() / 2 + 4);
+}
+
+void requireShallow(const NestingLevel &level)
+{
+    if (!level.isTooDeep())
+        return;
+    LogError("ValueFormatV1_0::decode - arrays nested too deep");
+    throw ZELException();
+}
+
+// Bytes whose number is not known before they end.
+class GrowingBytes
+{
+public:
+    std::size_t size() const noexcept { return m_size; }
+
+    void append(std::span<const std::uint8_t> bytes)
+    {
+        if (bytes.empty())
+            return;
+        const std::size_t needed = m_size + bytes.size();
+        if (needed >= kBinaryLimit)
+            ProtocolInputStream::throwReadFailure(std::numeric_limits<std::int32_t>::max());
+        if (needed > m_capacity) {
+            const std::size_t capacity = std::max(needed, m_capacity * 2);
+            resizeBlock(m_block, capacity);
+            m_capacity = capacity;
+        }
+        std::memcpy(m_block.get() + m_size, bytes.data(), bytes.size());
+        m_size = needed;
+    }
+
+    std::unique_ptr<Value> toEscapedBinary() &&
+    {
+        if (m_size > 0)
+            resizeBlock(m_block, m_size);
+        return Value::createEscapedBinaryOwned(std::move(m_block), static_cast<std::uint32_t>(m_size));
+    }
+
+private:
+    ByteBlock m_block;
+    std::size_t m_size = 0;
+    std::size_t m_capacity = 0;
+};
+
+} // namespace
+
+std::unique_ptr<Value> ValueDecoder::decode()
+{
+    return decodeBody(takeHeader());
+}
+
+std::uint8_t ValueDecoder::takeHeader()
+{
+    const std::uint8_t type = m_source.takeByte();
+    skipHeaderRest();
+    return type;
+}
+
+void ValueDecoder::skipHeaderRest()
+{
+    if (m_headerLength != VALUE_HEADER_LENGTH)
+        m_source.skip(m_headerLength - 1);
+}
+
+std::unique_ptr<Value> ValueDecoder::decodeBody(std::uint8_t type)
+{
+    m_budget.addValues(1);
+    switch (static_cast<ValueType>(type)) {
+    case ValueType::Null:
+        return Value::createNull();
+    case ValueType::Bool:
+        return Value::createBool(m_source.takeByte() != 0);
+    case ValueType::Byte:
+        return Value::createByte(m_source.takeByte());
+    case ValueType::Short16:
+        return Value::createShort(loadBigEndian<std::uint16_t>(m_source.take(2)));
+    case ValueType::Int32:
+        return Value::createInt(loadBigEndian<std::uint32_t>(m_source.take(4)));
+    case ValueType::Long64:
+        return Value::createLong(loadBigEndian<std::uint64_t>(m_source.take(8)));
+    case ValueType::String:
+        return decodeString();
+    case ValueType::Binary:
+        return decodeBinary();
+    case ValueType::ValueArray:
+        return decodeValueArray(loadBigEndian<std::uint16_t>(m_source.take(2)));
+    case ValueType::DataArray: {
+        const std::uint32_t count = loadBigEndian<std::uint16_t>(m_source.take(2));
+        return decodeDataArray(count, takeHeader());
+    }
+    case ValueType::TerminatedArray:
+        return decodeTerminatedArray();
+    case ValueType::Terminator:
+        return Value::createTerminator();
+    case ValueType::EscapedBinary:
+        return decodeEscapedBinary();
+    case ValueType::AnyType:
+        return nullptr;
+    }
+    LogError("ValueFormatV1_0::decode - Unknown value type: ", type);
+    throw ZELException();
+}
+
+std::unique_ptr<Value> ValueDecoder::decodeString()
+{
+    const std::size_t size = loadBigEndian<std::uint16_t>(m_source.take(2));
+    m_budget.addBytes(size);
+    if (size <= m_source.atHand().size()) {
+        auto value = Value::createString(textUpToZero(m_source.atHand().first(size)));
+        m_source.drop(size);
+        return value;
+    }
+    const ByteBlock bytes = allocateBlock(size);
+    m_source.takeInto(bytes.get(), static_cast<std::uint32_t>(size));
+    return Value::createString(textUpToZero({bytes.get(), size}));
+}
+
+std::unique_ptr<Value> ValueDecoder::decodeBinary()
+{
+    const auto size = loadBigEndian<std::uint32_t>(m_source.take(4));
+    if (size >= kBinaryLimit)
+        ProtocolInputStream::throwReadFailure(static_cast<std::int32_t>(size));
+    m_budget.addBytes(size);
+    if (size <= Value::kInlineSize)
+        return decodeShortBinary(size);
+    return Value::createBinaryOwned(m_source.takeBlock(size), size);
+}
+
+// A binary that is cut short tells how long it is, not what the stream has to say about it.
+std::unique_ptr<Value> ValueDecoder::decodeShortBinary(std::uint32_t size)
+{
+    std::uint8_t bytes[Value::kInlineSize];
+    try {
+        m_source.takeInto(bytes, size);
+    } catch (const IOException &) {
+        ProtocolInputStream::throwReadFailure(static_cast<std::int32_t>(size));
+    }
+    return Value::createBinary(bytes, size);
+}
+
+ValueList ValueDecoder::decodeElements(ValueType type)
+{
+    if (type == ValueType::TerminatedArray)
+        return decodeUntilTerminator();
+    const std::uint32_t count = loadBigEndian<std::uint16_t>(m_source.take(2));
+    if (type == ValueType::ValueArray)
+        return decodeValues(count);
+    return decodeBodies(count, takeHeader());
+}
+
+std::unique_ptr<Value> ValueDecoder::decodeValueArray(std::uint32_t count)
+{
+    return Value::createValueArray(decodeValues(count));
+}
+
+std::unique_ptr<Value> ValueDecoder::decodeDataArray(std::uint32_t count, std::uint8_t elementType)
+{
+    return Value::createDataArray(decodeBodies(count, elementType), elementType);
+}
+
+std::unique_ptr<Value> ValueDecoder::decodeTerminatedArray()
+{
+    return Value::createTerminatedArray(decodeUntilTerminator());
+}
+
+ValueList ValueDecoder::decodeValues(std::uint32_t count)
+{
+    const NestingLevel level(m_depth);
+    requireShallow(level);
+    ValueList elements;
+    for (std::uint32_t i = 0; i < count; ++i) {
+        makeRoom(elements, count);
+        elements.push_back(decode());
+    }
+    return elements;
+}
+
+ValueList ValueDecoder::decodeBodies(std::uint32_t count, std::uint8_t elementType)
+{
+    const NestingLevel level(m_depth);
+    requireShallow(level);
+    const auto type = static_cast<ValueType>(elementType);
+    if (isBodiless(type))
+        return bodilessElements(count, type);
+    ValueList elements;
+    for (std::uint32_t i = 0; i < count; ++i) {
+        makeRoom(elements, count);
+        elements.push_back(decodeBody(elementType));
+    }
+    return elements;
+}
+
+ValueList ValueDecoder::bodilessElements(std::uint32_t count, ValueType type)
+{
+    if (!m_budget.admit(count, m_source.taken())) {
+        LogError("ValueFormatV1_0::decode - data array holds too many elements without a body");
+        throw ZELException();
+    }
+    ValueList elements(count);
+    if (type != ValueType::AnyType)
+        for (std::unique_ptr<Value> &element : elements)
+            element = Value::createBare(type);
+    return elements;
+}
+
+ValueList ValueDecoder::decodeUntilTerminator()
+{
+    const NestingLevel level(m_depth);
+    requireShallow(level);
+    ValueList elements;
+    for (;;) {
+        std::unique_ptr<Value> element = decode();
+        if (!element || element->getType() == ValueType::Terminator)
+            return elements;
+        makeRoomForOneMore(elements);
+        elements.push_back(std::move(element));
+    }
+}
+
+std::unique_ptr<Value> ValueDecoder::decodeEscapedBinary()
+{
+    GrowingBytes bytes;
+    for (;;) {
+        const std::size_t plain = slip::plainPrefix(m_source.atHand());
+        bytes.append(m_source.atHand().first(plain));
+        m_source.drop(plain);
+        std::uint8_t byte = m_source.takeByte();
+        if (byte == slip::kEnd)
+            break;
+        if (byte == slip::kEscape)
+            byte = takeEscaped();
+        bytes.append({&byte, 1});
+    }
+    m_budget.addBytes(bytes.size());
+    return std::move(bytes).toEscapedBinary();
+}
+
+std::uint8_t ValueDecoder::takeEscaped()
+{
+    const int byte = slip::unescape(m_source.takeByte());
+    if (byte < 0) {
+        LogError("ValueFormatV1_0::decode - invalid escape sequence in escaped binary");
+        throw ZELException();
+    }
+    return static_cast<std::uint8_t>(byte);
+}
+
+std::string_view textUpToZero(std::span<const std::uint8_t> bytes) noexcept
+{
+    const auto *const text = reinterpret_cast<const char *>(bytes.data());
+    const void *const zero = bytes.empty() ? nullptr : std::memchr(text, 0, bytes.size());
+    return {text, zero != nullptr ? static_cast<std::size_t>(static_cast<const char *>(zero) - text)
+                                  : bytes.size()};
+}
+
+std::unique_ptr<Value> decodeValue(std::span<const std::uint8_t> bytes)
+{
+    ByteSource source(bytes);
+    return ValueDecoder(source, VALUE_HEADER_LENGTH).decode();
+}
+
+} // namespace zel
