@@ -87,6 +87,10 @@ ZEL_FAILING_CALL_THAT_WORKS(closesocket, SOCKET_ERROR,
     {WSAENETDOWN, kNothing}, {WSAECONNRESET, kNothing})
 ZEL_FAILING_CALL(setsockopt, SOCKET_ERROR,
     {WSAENOPROTOOPT, kNothing}, {WSAENOBUFS, kNothing})
+ZEL_FAILING_CALL(ioctlsocket, SOCKET_ERROR,
+    {WSAENETDOWN, kFailure}, {WSAENOTSOCK, kFailure})
+ZEL_FAILING_CALL(select, SOCKET_ERROR,
+    {WSAENETDOWN, kFailure}, {WSAENOTSOCK, kFailure})
 ZEL_FAILING_CALL(CancelIoEx, FALSE,
     {ERROR_NOT_FOUND, kNothing})
 ZEL_FAILING_CALL(CreateEventW, nullptr,

@@ -29,11 +29,7 @@ constexpr std::size_t kForGood = std::numeric_limits<std::size_t>::max();
 constexpr int kMostMilliseconds = 20000;
 
 // The messages arrive byte by byte: not every byte needs each error.
-#ifdef ZEL_FAULT_STRIDE
-constexpr std::size_t kStride = 37 * ZEL_FAULT_STRIDE;
-#else
 constexpr std::size_t kStride = 37;
-#endif
 
 // What the listener's thread is to meet; it arms itself when its first text tells that it has started.
 const CallFailure *s_failure = nullptr; // none: its calls are counted
@@ -65,11 +61,12 @@ bool is(const CallFailure &failure, std::initializer_list<const char *> calls)
 
 bool failsToConnect(const CallFailure &failure)
 {
-    return failure.effect == CallFailure::Effect::Failure && is(failure, {"socket", "connect", "getsockopt"});
+    return failure.effect == CallFailure::Effect::Failure &&
+           is(failure, {"socket", "WSASocketW", "connect", "getsockopt", "ioctlsocket", "select"});
 }
 
-/** What lies upon the listener's thread from its first text on. It outlives the thread: MinGW destroys a
- *  thread's own objects when their memory has gone. */
+/** What lies upon the listener's thread from its first text on. No thread_local object: MinGW frees the
+ * memory of those before it calls their destructors. */
 class OnListenerThread
 {
 public:
