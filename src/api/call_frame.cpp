@@ -56,7 +56,7 @@ std::uint32_t CallFrame::run(const PenHandle *pen, std::initializer_list<bool> g
         return ZEL_ERR_INVALID_ARGUMENT;
     const std::uint32_t code = guard(pen, body);
     if (handlesSecrets)
-        wipeTraces();
+        wipeStackBelow();
     return code;
 }
 

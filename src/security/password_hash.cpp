@@ -58,7 +58,7 @@ void chain(PasswordDigest &digest, Rijndael256::ConstBlock block)
 PasswordDigest hashPassword(const char *password, std::uint64_t penId)
 {
     const PasswordDigest digest = hashInput(password, penId);
-    wipeTraces();
+    wipeStackBelow();
     return digest;
 }
 

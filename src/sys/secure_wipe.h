@@ -10,9 +10,9 @@ namespace zel {
 /** Overwrites the bytes with zeros, by a call that no optimiser may drop. Any thread. */
 void secureWipe(void *data, std::size_t size) noexcept;
 
-/** Overwrites what functions that have returned may have left of a secret where no variable stands for it: in
- *  the vector registers, and on the stack as far as 8 KiB below the caller. */
-void wipeTraces() noexcept;
+/** Overwrites 8 KiB of the stack below the caller: functions that have returned may have left parts of a
+ *  secret there, in places that no variable names. */
+void wipeStackBelow() noexcept;
 
 /** Bytes that are wiped when they go out of scope, whatever the way out. Not copyable: every copy
  *  of a secret is one more to lose sight of. */

@@ -17,7 +17,7 @@ sub literals {
             $line += ($1 =~ tr/\n//);
         } elsif ($source =~ /\G#[ \t]*include[^\n]*/gc) {
             $joined = 0;
-        } elsif ($source =~ /\G(\b(?:static_assert|asm|__attribute__|__builtin_cpu_supports)\b(?:"(?:[^"\\]|\\.)*"|[^";{])*)/gc) {
+        } elsif ($source =~ /\G(\b(?:static_assert|asm|__attribute__)\b(?:"(?:[^"\\]|\\.)*"|[^";{])*)/gc) {
             $line += ($1 =~ tr/\n//);    # nothing that the program says
             $joined = 0;
         } elsif ($source =~ /\GR"([^(]*)\((.*?)\)\1"/gcs) {

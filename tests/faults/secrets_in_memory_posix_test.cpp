@@ -341,19 +341,6 @@ TEST_F(SecretsInMemory, AreFoundOnTheStackOfAThread)
     }).join();
 }
 
-TEST_F(SecretsInMemory, AreFoundInAVectorRegister)
-{
-    {
-        const Page page;
-        m_password.writeTo(page.bytes());
-        zel::test::callBelowStackRoom([&] {
-            asm volatile("movups (%0), %%xmm15" : : "r"(page.bytes()) : "xmm15");
-            return 0;
-        });
-    }
-    expectFound(16);
-}
-
 TEST_F(SecretsInMemory, AreFoundInAGlobal)
 {
     m_password.writeTo(s_global);

@@ -3,7 +3,6 @@
 #include "sys/secure_wipe.h"
 
 #include <cstddef>
-#include <immintrin.h>
 
 /** Lets a test see what a call leaves on the dead part of the stack: the call is made far below the test,
  * where what the test does afterwards does not overwrite it. */
@@ -11,32 +10,22 @@ namespace zel::test {
 
 inline constexpr std::size_t kStackRoom = 1 << 16;
 
-/** Into memory, where a search sees them: the next signal, or the next call into another library, may put
- * them there likewise. */
-[[gnu::target("xsave")]] inline void saveVectorRegisters()
-{
-    alignas(64) static unsigned char s_registers[16384];
-    constexpr unsigned long long kAll = ~0ULL;
-    _xsave64(s_registers, kAll);
-}
-
 template <class Call>
 [[gnu::noinline]] auto callBelowStackRoom(const Call &call)
 {
     char room[kStackRoom];
     secureWipe(room, 1); // by such calls the compiler keeps the room where it is, until it is over
     const auto result = call();
-    saveVectorRegisters();
     secureWipe(room, 1);
     return result;
 }
 
-/** Wipes the room and what such calls, and the test's own before, have left below it and in the registers. */
+/** Wipes the room and what such calls, and the test's own before, have left below it. */
 [[gnu::noinline]] inline void wipeStackRoom()
 {
     char room[4 * kStackRoom];
     secureWipe(room, sizeof room);
-    wipeTraces();
+    wipeStackBelow();
 }
 
 } // namespace zel::test

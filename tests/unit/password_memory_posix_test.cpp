@@ -46,7 +46,7 @@ void hash(Job &job)
 void copyAndWipe(Job &job)
 {
     copyCarelessly(job);
-    zel::wipeTraces();
+    zel::wipeStackBelow();
 }
 
 void copyAndHash(Job &job)
