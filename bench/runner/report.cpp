@@ -8,6 +8,7 @@
 #include <array>
 #include <cmath>
 #include <cstdlib>
+#include <ctime>
 #include <fstream>
 #include <stdexcept>
 #include <string_view>
@@ -103,6 +104,14 @@ std::string loadAverage()
     return getloadavg(load, 1) == 1 ? fmt::format("{:.2f}", load[0]) : "unknown";
 }
 
+std::string today()
+{
+    std::array<char, sizeof "2000-01-31"> text{};
+    const std::time_t now = std::time(nullptr);
+    std::strftime(text.data(), text.size(), "%Y-%m-%d", std::gmtime(&now));
+    return text.data();
+}
+
 nlohmann::json number(const std::optional<double> &value)
 {
     return value ? nlohmann::json(*value) : nlohmann::json();
@@ -145,7 +154,8 @@ void Report::begin()
 {
     utsname system{};
     uname(&system);
-    m_machine = {{"processor", processorName()},
+    m_machine = {{"date", today()},
+                 {"processor", processorName()},
                  {"kernel", std::string(system.sysname) + " " + system.release},
                  {"load average at the start", loadAverage()}};
     for (const auto &[key, value] : m_machine)
