@@ -200,11 +200,11 @@ scripted() {
     tally "$good" "$bad" 0
 }
 
-# python_tests NAME CONFIGURATION FOLDER: tests for pytest.
+# python_tests NAME CONFIGURATION FOLDER_OR_FILE...: tests for pytest.
 python_tests() {
     local status=0 good bad
     begin_step "$1"
-    run_limited 300 env PYTHONDONTWRITEBYTECODE=1 /usr/bin/python3 -m pytest -q -p no:cacheprovider -c "$2" "$3" || status=$?
+    run_limited 300 env PYTHONDONTWRITEBYTECODE=1 /usr/bin/python3 -m pytest -q -p no:cacheprovider -c "$2" "${@:3}" || status=$?
     good=$(sed -nE '$s/^.*\b([0-9]+) passed.*$/\1/p' "$log")
     bad=$(sed -nE '$s/^.*\b([0-9]+) (failed|errors?).*$/\1/p' "$log")
     [ "$status" = 0 ] && [ -n "$good" ] || bad=${bad:-1}
