@@ -6,14 +6,15 @@ namespace zel {
 
 class LEvent;
 
-/** Whether the event was signalled within the time. Where the library waits for no longer than a while, it
- *  does so by this call and the next: tests put a clock of their own behind both. */
+/** Waits until the event is signalled, but no longer than the time; returns whether it was signalled. Every
+ *  timed wait and pause of the library uses this function or the next, so that tests can replace the clock.
+ */
 bool waitFor(LEvent &event, std::uint32_t milliseconds);
 void pauseFor(std::uint32_t milliseconds);
 
-/** A pause is a wait for no event. */
+/** The event is null for a pause. */
 using TimedWait = bool (*)(LEvent *event, std::uint32_t milliseconds);
-/** For tests; null gives the system's clock back. Any thread. */
+/** For tests: replaces the clock; null brings back the system's. Any thread. */
 void setTimedWait(TimedWait wait) noexcept;
 
 } // namespace zel

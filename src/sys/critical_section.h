@@ -6,9 +6,12 @@
 
 namespace zel::threadsynch {
 
-/** A recursive lock that tolerates one mistake: an unlock without a matching lock leaves the
- *  system's lock untouched (the count turns negative). Any thread may lock; the thread that
- *  locked unlocks. */
+/** A recursive lock. One mistake is tolerated: an unlock without a matching lock does not touch the system's
+ *  lock; only the count turns negative. Any thread may lock; the thread that locked must unlock. Use it
+ *  through a guard:
+ *
+ *      const CriticalSectionGuard guard(m_lock);
+ */
 class CriticalSection
 {
 public:

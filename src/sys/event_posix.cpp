@@ -17,7 +17,7 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-/** For poll(): what is left until then, rounded up. */
+/** The time left until the deadline, rounded up, as poll() takes it. */
 int millisecondsUntil(Clock::time_point deadline)
 {
     const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now()).count();
@@ -26,8 +26,8 @@ int millisecondsUntil(Clock::time_point deadline)
 
 } // namespace
 
-// The event is an object of the kernel, as it is on Windows: a thread that is killed while it waits
-// leaves no lock taken and no count of waiting threads behind, over which others would hang.
+// The event is a kernel object, as it is on Windows. A thread that is killed while it waits for one leaves no
+// lock held and no count of waiting threads wrong; with a condition variable, other threads could then hang.
 struct LEvent::Native {
     Native(bool manual, bool initially)
         : manualReset(manual), descriptor(::eventfd(initially ? 1 : 0, EFD_CLOEXEC | EFD_NONBLOCK))
@@ -39,7 +39,7 @@ struct LEvent::Native {
     Native(const Native &) = delete;
     Native &operator=(const Native &) = delete;
 
-    /** Whether the signal was there, for a thread that has to be the only one to get it. */
+    /** Clears the signal. Returns whether it was set: of several threads only one gets true. */
     bool take() const
     {
         eventfd_t count = 0;
@@ -65,7 +65,7 @@ struct LEvent::Native {
     }
 
     const bool manualReset;
-    /** What poll() tells makes nothing visible that the setting threads wrote; this count does. */
+    /** poll() does not order memory. This atomic does: it makes writes before set() visible after wait(). */
     std::atomic<std::uint32_t> signals{0};
     const int descriptor;
 };
@@ -73,7 +73,7 @@ struct LEvent::Native {
 LEvent::LEvent(bool manualReset, bool initiallySignalled)
     : m_native(std::make_unique<Native>(manualReset, initiallySignalled))
 {
-    lock(); // made here, so that the destructor needs no memory for it
+    lock(); // creates the lock, so that the destructor need not allocate it
 }
 
 LEvent::~LEvent()

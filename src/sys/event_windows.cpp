@@ -22,7 +22,7 @@ struct LEvent::Native {
 LEvent::LEvent(bool manualReset, bool initiallySignalled)
     : m_native(std::make_unique<Native>(manualReset, initiallySignalled))
 {
-    lock(); // made here, so that the destructor needs no memory for it
+    lock(); // creates the lock, so that the destructor need not allocate it
 }
 
 LEvent::~LEvent()

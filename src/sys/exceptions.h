@@ -6,7 +6,7 @@
 
 namespace zel {
 
-/** Root of the library's exceptions. They never cross the exported boundary. */
+/** The base class of the library's exceptions. None of them leaves an exported function. */
 class ZELException : public std::exception
 {
 public:
@@ -26,7 +26,7 @@ public:
     using ZELException::ZELException;
 };
 
-/** The rendezvous server is gone or a stop was requested: ends the listener's loop. */
+/** The rendezvous server is gone, or a stop was requested. Ends the listener's loop. */
 class ZELRendezvousShutDownException : public ZELRendezvousException
 {
 public:
@@ -69,7 +69,7 @@ public:
     using ZELException::ZELException;
 };
 
-/** Caught where a departure is handled; nothing in the library raises it. */
+/** Caught where a departure is handled, although nothing in the library throws it. */
 class PenNotConnectedException : public ZELException
 {
 public:

@@ -61,11 +61,10 @@ void LogText::send()
     m_observer(m_level, m_whole);
 }
 
-// Each list of arguments ends before anything that can throw.
+// va_end() must be called before anything that can throw.
 std::string FormatLogText(const char *format, ...)
 {
-    // The formatter tells the length that a text needs, so the first multiple of the growth
-    // step that fits is known after one attempt: long texts stay linear.
+    // vsnprintf() returns the length that the text needs, so a second call always has enough room.
     char first[kGrowthStep];
     std::va_list arguments;
     va_start(arguments, format);

@@ -9,14 +9,20 @@ namespace zel {
 
 enum class LogLevel { Error, Warning, Info, Debug };
 
-/** Sees every text handed to a sink. Null in production: a host never gets any log output. */
+/** Receives every log text. Only tests set one: a host never gets any log output. */
 using LogObserver = void (*)(LogLevel level, std::string_view text);
 
-/** Sets the observer (null removes it); for tests only. Any thread; takes effect at once. */
+/** For tests: sets the observer; null removes it. Any thread; takes effect at once. */
 void setLogObserver(LogObserver observer) noexcept;
 
-/** A log text of several pieces. Nobody keeps log texts, so composing one allocates nothing and cannot
- *  fail; an observer gets it whole. */
+/** A log text that is composed of several pieces. Without an observer nobody keeps it, so composing allocates
+ *  nothing and cannot fail. An observer gets the whole text. Most code uses LogError() and the like instead;
+ *  this class is for texts that are composed in steps:
+ *
+ *      LogText text(LogLevel::Debug);
+ *      text.window() << "received " << count;
+ *      text.send();
+ */
 class LogText
 {
 public:
@@ -28,7 +34,7 @@ public:
 private:
     LogLevel m_level;
     LogObserver m_observer;
-    std::string m_whole; // for the observer
+    std::string m_whole; // what the observer gets
     TextWindow m_window;
 };
 
@@ -41,8 +47,8 @@ void logPieces(LogLevel level, const Pieces &...pieces)
     text.send();
 }
 
-// The four sinks discard the text, which has been composed all the same. A text that varies is given in
-// pieces.
+// Each of these composes a log text and discards it, unless an observer is set. A text that does not vary is
+// passed whole, one that varies in pieces: LogInfo("Pen connected ", port).
 void LogError(std::string_view text);
 void LogWarning(std::string_view text);
 void LogInfo(std::string_view text);
@@ -66,8 +72,8 @@ requires(sizeof...(Pieces) > 1) void LogDebug(const Pieces &...pieces)
     logPieces(LogLevel::Debug, pieces...);
 }
 
-/** Composes a printf-style text, for exceptions. A format that the C library rejects gives
- *  "Invalid format string: '" + format + "'". */
+/** Composes the text of an exception, in the manner of printf. When the C library rejects the format, the
+ *  result is "Invalid format string: '" + format + "'". */
 std::string FormatLogText(const char *format, ...)
 #if defined(__MINGW32__)
     __attribute__((format(gnu_printf, 1, 2)));

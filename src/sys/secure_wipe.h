@@ -7,15 +7,15 @@
 
 namespace zel {
 
-/** Overwrites the bytes with zeros, by a call that no optimiser may drop. Any thread. */
+/** Overwrites the bytes with zeros. The compiler may not leave this out, unlike memset(). Any thread. */
 void secureWipe(void *data, std::size_t size) noexcept;
 
 /** Overwrites 8 KiB of the stack below the caller: functions that have returned may have left parts of a
  *  secret there, in places that no variable names. */
 void wipeStackBelow() noexcept;
 
-/** Bytes that are wiped when they go out of scope, whatever the way out. Not copyable: every copy
- *  of a secret is one more to lose sight of. */
+/** An array of bytes for secrets: it is wiped when it goes out of scope, also when an exception passes. It
+ *  cannot be copied, because every copy of a secret would have to be wiped too. */
 template <std::size_t Size>
 class WipedBytes : public std::array<std::uint8_t, Size>
 {
@@ -26,7 +26,7 @@ public:
     WipedBytes &operator=(const WipedBytes &) = delete;
 };
 
-/** A text that is wiped likewise, with the room that the string holds beyond it. */
+/** A text for secrets, wiped in the same way, including the unused capacity of the string. */
 class WipedText
 {
 public:

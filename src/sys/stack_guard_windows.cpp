@@ -1,4 +1,4 @@
-// The stack protector's guard value and its two ways out, on Windows.
+// What the compiler's stack protector needs on Windows: the guard value and two functions that it calls.
 //
 // The compiler's own library for this (libssp) draws the guard from ADVAPI32 and writes to the
 // host's terminal when it fires. The library may need nothing but KERNEL32, the C runtime and
@@ -10,7 +10,7 @@
 
 namespace {
 
-// Ends the process at once: no handler of the host's runs on a stack that can't be trusted.
+// Ends the process at once. No handler of the host runs, because the stack cannot be trusted.
 [[noreturn]] void failFast(std::uint32_t reason)
 {
     asm volatile("int $0x29" : : "c"(reason) : "memory");
@@ -45,9 +45,9 @@ std::uint64_t mixed(std::uint64_t state, std::uint64_t value) noexcept
     return state ^ (state >> 29);
 }
 
-// The sources that Windows compilers commonly seed this guard from: the times, the identities
-// and the addresses that differ from start to start. Runs before every other initialiser; a frame
-// that is being built while the guard changes must not be checked, so this one is not.
+// Seeds the guard from what Windows compilers commonly use: times, ids and addresses that differ from start
+// to start. Runs before every other initialiser. This function itself must not be protected, because the
+// guard changes while it runs.
 [[gnu::constructor(101), gnu::no_stack_protector]] void seedStackGuard()
 {
     LARGE_INTEGER counter;
@@ -62,7 +62,8 @@ std::uint64_t mixed(std::uint64_t state, std::uint64_t value) noexcept
     seed = mixed(seed, reinterpret_cast<std::uintptr_t>(&counter));
     seed = mixed(seed, reinterpret_cast<std::uintptr_t>(&__stack_chk_guard));
 
-    // A zero byte in front: text that runs over its end cannot carry the value along.
+    // The lowest byte is zero, so that an overflowing text, which ends at its zero byte, cannot rewrite the
+    // guard.
     __stack_chk_guard = seed & ~std::uint64_t{0xff};
 }
 

@@ -1,5 +1,6 @@
-// zel.dll stays in the process once it is there: its threads, also those that were killed or are about to
-// end, run its code, and what the C++ runtime in it takes from the system at each load it never gives back.
+// zel.dll stays loaded until the process ends. Its threads run its code, also those that were killed or are
+// about to end; and the C++ runtime in it allocates something from the system at each load that it never
+// frees.
 
 #include <windows.h>
 

@@ -5,7 +5,7 @@
 
 namespace zel {
 
-/** What follows the body, however it ended. */
+/** Runs in its destructor what has to happen after run(), however run() ended. */
 class LThread::Finish
 {
 public:
@@ -15,7 +15,7 @@ public:
     ~Finish()
     {
         m_thread->m_finished.set();
-        // From here on the object may be gone, unless it is the thread's own.
+        // Without autoDelete the owner may have deleted the object by now.
         if (m_autoDelete)
             delete m_thread;
     }
@@ -27,7 +27,8 @@ private:
 
 void LThread::start()
 {
-    // A thread that ends at once and deletes this object has to wait until it is written down.
+    // A new thread that ends at once would set m_finished and delete this object while create() still writes
+    // to it. Setting an event takes this lock, so the new thread waits here.
     const threadsynch::CriticalSectionGuard guard(LEvent::lock());
     create();
     if (!isRunning())
@@ -41,8 +42,8 @@ bool LThread::waitUntilEnded(std::uint32_t milliseconds)
 
 bool LThread::kill()
 {
-    // With the events' lock in hand the thread cannot be stopped while it holds that lock itself,
-    // which would block every event of the process from then on.
+    // We hold the events' lock, so the thread does not. If it were stopped while it held that lock, every
+    // event of the process would block for ever.
     threadsynch::CriticalSectionGuard guard(LEvent::lock());
     if (!isRunning() || waitUntilEnded(0))
         return false;

@@ -9,9 +9,14 @@ namespace zel {
 
 void sleepMilliseconds(std::uint32_t milliseconds);
 
-/** Stands around a call of the host's code on a thread of the library. A thread that is killed in there never
- *  comes back, whatever that code does to its signals: it ends here at the latest, also when an exception
- *  brings it back. On any other thread it does nothing. */
+/** Marks a call of the host's code (a callback) on a thread of the library: construct one before the call, in
+ *  the same scope. If the thread is killed during the call, it never returns from it: the destructor stops
+ * the thread at the latest, also when the callback threw, and even if the callback blocked all signals. On
+ * the host's own threads this class does nothing.
+ *
+ *      const ForeignCode call;
+ *      callback(record, context);
+ */
 class ForeignCode
 {
 public:
@@ -21,9 +26,9 @@ public:
     ForeignCode &operator=(const ForeignCode &) = delete;
 };
 
-/** Holds back a cancellation of the calling thread (pthread_cancel) as long as it lives; it takes effect
- *  afterwards. Of a thread that may be cancelled at any moment (PTHREAD_CANCEL_ASYNCHRONOUS) that is in the
- *  destructor, which the C library then leaves by unwinding. */
+/** While an object of this class lives, a cancellation of the calling thread (pthread_cancel) is delayed. For
+ * a thread with asynchronous cancellation (PTHREAD_CANCEL_ASYNCHRONOUS) it takes effect in the destructor,
+ *  which the C library then leaves by unwinding the stack; therefore the destructor is noexcept(false). */
 class HeldCancellation
 {
 public:
@@ -36,7 +41,7 @@ private:
     int m_previousState = 0;
 };
 
-/** The body of a thread. */
+/** What a thread does: LThread calls run() on the new thread. */
 class LThreadImpl
 {
 public:
@@ -44,31 +49,32 @@ public:
     virtual void run() = 0;
 };
 
-/** A thread of the system that runs run() once. An exception of any kind that leaves run() ends there:
- *  the thread ends, the process lives. One thread owns the object; with autoDelete it is the new
- *  thread, from the moment its body has returned. */
+/** A thread that calls run() once. Derive from it and override run(). An exception that leaves run() ends the
+ *  thread but not the process. One thread owns the object. With autoDelete, the new thread owns it as soon as
+ *  run() has returned, and deletes it. */
 class LThread : public LThreadImpl
 {
 public:
     explicit LThread(bool autoDelete);
-    /** Needs a thread that was never started, or has ended, or was killed. */
+    /** The thread must never have been started, or must have ended, or must have been killed. */
     ~LThread() override;
     LThread(const LThread &) = delete;
     LThread &operator=(const LThread &) = delete;
 
     /** Throws ZELException "Unable to create new thread". */
     void start();
-    /** Whether there is a thread, running or ended. */
+    /** Whether start() has made a thread that was not killed; it may have ended already. */
     bool isRunning() const noexcept;
-    /** Whether the thread ends within the time: its body returns, or the system has ended it, as Windows does
-     *  with all other threads before it tells the DLLs that the process ends. */
+    /** Returns whether the thread ended within the time: run() returned, or the system ended the thread.
+     *  Windows ends all other threads before it tells the DLLs that the process exits. */
     bool waitUntilEnded(std::uint32_t milliseconds);
-    /** Stops the thread where it stands: nothing is unwound, no lock it holds is released, its stack stays
-     *  allocated. False when there is none that could be stopped. When kill returns the thread touches
-     * nothing of the library's any more and the object may be deleted; in the host's code (ForeignCode) it
-     * may go on where that keeps the kill out. Called by the thread itself it does not return. */
+    /** Stops the thread where it is: nothing is unwound, no lock that it holds is released, and its stack
+     * stays allocated. Returns false when there is no thread to stop. Afterwards the thread does not touch
+     * the library's memory any more, and the object may be deleted. A thread in the host's code that has
+     * blocked the signal keeps running there, and stops when it leaves that code (ForeignCode). Does not
+     * return when a thread calls it for itself. */
     bool kill();
-    /** Set when the body has returned. */
+    /** Signalled when run() has returned. */
     LEvent &finished() noexcept { return m_finished; }
 
 private:
@@ -79,7 +85,7 @@ private:
     static void enter(LThread *thread);
     void create();
     bool isCurrent() const noexcept;
-    /** Whether the system has ended the thread, with or without its body. */
+    /** Whether the system has ended the thread, even if run() never returned. */
     bool isGone() const noexcept;
     void stop();
 

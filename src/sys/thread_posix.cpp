@@ -10,11 +10,12 @@
 
 namespace zel {
 
-/** What a thread and its kill tell each other. After a kill it stays for ever, as the parked thread does: a
- *  handler may look at it at any time, and the thread's id is never given to another. */
+/** What a thread and the kill of that thread share. After a kill it is never freed, because the parked thread
+ *  stays too: the signal handler may read it at any time. The system therefore never reuses the thread's id.
+ */
 struct Fate {
     pthread_t thread{};
-    sigset_t closed{}; // the signals that the thread keeps out from its beginning
+    sigset_t closed{}; // the signals that the thread blocks from its start
     std::atomic<bool> inForeignCode{false};
     std::atomic<bool> parked{false};
     Fate *next = nullptr;
@@ -22,14 +23,16 @@ struct Fate {
 
 namespace {
 
-// The one signal that stops a thread of the library; ignored by default, so one too many does no harm.
+// The signal that stops a thread of the library. Its default action is to be ignored, so an extra one does no
+// harm.
 constexpr int kParkSignal = SIGURG;
-/** How long the host's code is given to let that signal in. */
+/** How long a kill waits for a callback that blocks that signal. */
 constexpr int kLongestDeafnessMilliseconds = 1000;
 
-std::atomic<Fate *> s_doomed{nullptr}; // those of killed threads, the latest first; one kill at a time adds
-struct sigaction s_previous;           // the host's handler while ours is in place
-thread_local Fate *t_own = nullptr;    // of the library's threads
+std::atomic<Fate *> s_doomed{
+    nullptr};                       // list of the killed threads, the latest first; one kill at a time adds
+struct sigaction s_previous;        // the host's handler while ours is installed
+thread_local Fate *t_own = nullptr; // set on the library's own threads only
 
 static_assert(std::atomic<Fate *>::is_always_lock_free && std::atomic<bool>::is_always_lock_free);
 
@@ -57,11 +60,11 @@ void forward(int signal, siginfo_t *info, void *context)
         s_previous.sa_handler(signal);
 }
 
-// What a thread of the library keeps out: beside what the thread that makes it keeps out, the signals that a
-// host handles on threads of its own, as the one that ends its main loop. The others stay open: the faults of
-// the thread itself, and what is meant for every thread. Managed runtimes suspend a thread that once called
-// them by a real-time signal or by SIGPWR and SIGXCPU, and wait for it; profilers sample it by SIGPROF or
-// SIGVTALRM.
+// The signals that a thread of the library blocks: those that its creator blocks, and those that a host
+// handles on its own threads, for example the one that ends its main loop. The others must stay unblocked:
+// signals for faults of this thread, and signals that are sent to every thread. Managed runtimes send a
+// real-time signal, or SIGPWR and SIGXCPU, to each thread that ever called them, and wait until it is
+// suspended. Profilers sample by SIGPROF or SIGVTALRM.
 sigset_t closedIn(sigset_t closed)
 {
     for (const int hosts : {SIGHUP, SIGINT, SIGQUIT, SIGTERM, SIGUSR1, SIGUSR2, SIGALRM, SIGCHLD, SIGPIPE,
@@ -79,9 +82,9 @@ int setCancelState(int state)
     return previous;
 }
 
-// Stays here for ever. glibc gives no other defined way to stop a thread where it stands: cancelling
-// unwinds it, and a thread that ends behind the C library's back leaves its books wrong. A runtime that
-// knows the thread may go on suspending it.
+// The thread stays here for ever. glibc has no other defined way to stop a thread where it is: pthread_cancel
+// unwinds its stack, and a thread that exits by a bare system call leaves glibc's list of threads wrong. A
+// managed runtime that knows the thread can still suspend it.
 [[noreturn]] void park(Fate &own)
 {
     setCancelState(PTHREAD_CANCEL_DISABLE);
@@ -101,7 +104,7 @@ void onParkSignal(int signal, siginfo_t *info, void *context)
         park(*doomed);
 }
 
-/** Whether ours is the handler, and not one that the host has put in its place. */
+/** Whether our handler is installed, and not one that the host installed later. */
 bool isOurs(const struct sigaction &action)
 {
     return (action.sa_flags & SA_SIGINFO) != 0 && action.sa_sigaction == onParkSignal;
@@ -117,7 +120,7 @@ struct sigaction presentHandler()
 
 void installHandler()
 {
-    // Ours is still there when a thread of an earlier kill has not let the signal in yet.
+    // Our handler is still installed when a thread of an earlier kill has not parked yet.
     const struct sigaction present = presentHandler();
     if (isOurs(present))
         return;
@@ -136,16 +139,16 @@ void restoreHandler()
         sigaction(kParkSignal, &s_previous, nullptr);
 }
 
-/** Asks each time anew: the host may have put its own handler in the place of ours, or ignore the signal.
- *  False when there is no such thread any more. */
+/** Installs the handler again each time: the host may have replaced it, or ignore the signal. Returns false
+ *  when the thread does not exist any more. */
 bool askToPark(const Fate &target)
 {
     installHandler();
     return pthread_kill(target.thread, kParkSignal) == 0;
 }
 
-// The library's code always lets the signal in, so that a thread in there parks. The host's code may keep it
-// out: such a thread parks when it comes back (ForeignCode), and nobody needs to wait for that.
+// The library's own code never blocks the signal, so a thread there parks soon. The host's code may block it:
+// such a thread parks when it returns from there (see ForeignCode), and nobody needs to wait for that.
 void parkThread(Fate &target)
 {
     target.next = s_doomed;
@@ -172,20 +175,21 @@ void acceptKill()
 struct LThread::Native {
     pthread_t thread{};
     std::atomic<bool> exists{false};
-    std::unique_ptr<Fate> fate = std::make_unique<Fate>(); // made early: a kill needs no memory
+    std::unique_ptr<Fate> fate =
+        std::make_unique<Fate>(); // allocated early, so that a kill cannot run out of memory
 
-    // The reference to a forced unwinding is bound to nothing: it is the C library's, not a C++ object.
+    // UBSan would report the reference to abi::__forced_unwind below: it refers to no C++ object.
     __attribute__((no_sanitize("null"))) static void *entry(void *argument)
     {
         auto *const thread = static_cast<LThread *>(argument);
-        // Who cancels the thread ends the host's code on it, not the library's.
+        // A cancellation may end a callback of the host on this thread, but not the library's code.
         setCancelState(PTHREAD_CANCEL_DISABLE);
         t_own = thread->m_native->fate.get();
         try {
             enter(thread);
         } catch (abi::__forced_unwind &) {
-            throw;      // somebody's pthread_exit(): the C library ends the process unless it is let through
-        } catch (...) { // NOLINT(bugprone-empty-catch): nobody is left to tell
+            throw;      // from pthread_exit(): glibc aborts the process unless this exception is rethrown
+        } catch (...) { // NOLINT(bugprone-empty-catch): there is no caller to report it to
         }
         return nullptr;
     }
@@ -215,7 +219,9 @@ ForeignCode::~ForeignCode()
     if (t_own == nullptr)
         return;
     setCancelState(PTHREAD_CANCEL_DISABLE);
-    // In this order, and a kill the other way round: it sees the thread in here, or the thread sees the kill.
+    // First clear the flag, then look for a kill. A kill does it the other way round: it first adds the
+    // thread to the list, then reads the flag. So either the kill sees the flag, or this thread sees the
+    // kill.
     t_own->inForeignCode = false;
     if (Fate *const doomed = currentDoomed(); doomed != nullptr)
         park(*doomed);
@@ -263,7 +269,7 @@ bool LThread::isCurrent() const noexcept
 
 bool LThread::isGone() const noexcept
 {
-    return false; // nothing here ends a thread without ending its body
+    return false; // on POSIX systems no thread ends before run() has returned
 }
 
 void LThread::stop()

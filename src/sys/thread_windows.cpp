@@ -8,7 +8,7 @@ namespace zel {
 
 namespace {
 
-/** A thread that hangs in the kernel ends when it leaves it, and not before. */
+/** A terminated thread that is blocked in the kernel ends only when it leaves the kernel. */
 constexpr DWORD kLongestEndMilliseconds = 5000;
 
 } // namespace
@@ -21,7 +21,7 @@ struct LThread::Native {
     {
         try {
             enter(static_cast<LThread *>(thread));
-        } catch (...) { // NOLINT(bugprone-empty-catch): nobody is left to tell
+        } catch (...) { // NOLINT(bugprone-empty-catch): there is no caller to report it to
         }
         return 0;
     }
@@ -32,11 +32,11 @@ void sleepMilliseconds(std::uint32_t milliseconds)
     Sleep(milliseconds);
 }
 
-// No thread can keep a kill out.
+// On Windows no thread can block a kill.
 ForeignCode::ForeignCode() = default;
 ForeignCode::~ForeignCode() = default;
 
-// No thread of another's can be cancelled.
+// Windows has no cancellation of threads.
 HeldCancellation::HeldCancellation() noexcept = default;
 HeldCancellation::~HeldCancellation() noexcept(false) = default;
 
@@ -44,8 +44,8 @@ LThread::LThread(bool autoDelete) : m_native(std::make_unique<Native>()), m_auto
 
 LThread::~LThread()
 {
-    // Not waited for: to end, the thread needs the loader's lock, which a DllMain that got here holds. What
-    // is left of it runs in this library, which is never unloaded.
+    // Does not wait for the thread. To end, the thread needs the loader's lock, and a DllMain that called us
+    // holds it. The rest of the thread runs in this library, which is never unloaded.
     if (isRunning())
         CloseHandle(m_native->handle);
 }
@@ -76,7 +76,7 @@ void LThread::stop()
 {
     const HANDLE thread = m_native->handle.exchange(INVALID_HANDLE_VALUE);
     TerminateThread(thread, 0);
-    // Termination is only requested by the call above.
+    // TerminateThread() only requests the termination.
     WaitForSingleObject(thread, kLongestEndMilliseconds);
     CloseHandle(thread);
 }

@@ -3,20 +3,20 @@
 #include <cstddef>
 #include <cstdint>
 
-/** Memory straight from the system. It goes back at once when it is released, whatever else is in use:
- *  memory of the C heap stays with the process while anything behind it is. Any thread; sizes are
- *  rounded up to whole pages. */
+/** Memory directly from the system, in whole pages: sizes are rounded up. Released pages go back to the
+ * system at once. Memory of the C heap may stay with the process, namely while a later block is still in use.
+ * Any thread. */
 namespace zel {
 
 /** Throws std::bad_alloc. */
 std::uint8_t *mapPages(std::size_t size);
-/** Keeps the contents as far as they fit, not always in the same place. Throws std::bad_alloc; the pages
- *  then stay as they were. */
+/** Changes the size, keeps the contents as far as they fit, and may move them. Throws std::bad_alloc; the
+ * pages are then unchanged. */
 std::uint8_t *remapPages(std::uint8_t *pages, std::size_t size, std::size_t newSize);
 void unmapPages(std::uint8_t *pages, std::size_t size) noexcept;
 
-/** A hint, for memory of any kind that is about to be filled: the system may back it with large pages.
- *  Up to one large page more than is in use may then be held. */
+/** Asks the system to use large pages for memory that is about to be filled. It is only a hint. The process
+ * may then hold up to one large page more than it uses. */
 void preferLargePages(std::uint8_t *memory, std::size_t size) noexcept;
 
 } // namespace zel

@@ -29,7 +29,7 @@ void unmapPages(std::uint8_t *pages, std::size_t) noexcept
     VirtualFree(pages, 0, MEM_RELEASE);
 }
 
-// There, large pages take a privilege that hosts do not have.
+// On Windows large pages need a privilege that hosts do not have.
 void preferLargePages(std::uint8_t *, std::size_t) noexcept {}
 
 } // namespace zel
