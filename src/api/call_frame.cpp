@@ -35,7 +35,7 @@ bool allGiven(std::initializer_list<bool> given) noexcept
     return std::ranges::find(given, false) == given.end();
 }
 
-/** "%s" in the text stands for the reason. */
+/** Logs the text, with "%s" replaced by the reason. */
 void logWithReason(std::string_view text, const char *reason)
 {
     constexpr std::string_view kReason = "%s";
@@ -70,7 +70,7 @@ std::uint32_t CallFrame::run(std::initializer_list<bool> given, CallBody body) c
     return guard(nullptr, body);
 }
 
-/** The one place where exceptions end. */
+/** Lets no exception pass. */
 std::uint32_t CallFrame::guard(const PenHandle *pen, CallBody body) const noexcept
 {
     try {
@@ -80,7 +80,8 @@ std::uint32_t CallFrame::guard(const PenHandle *pen, CallBody body) const noexce
     }
 }
 
-/** Exceptions that the export does not tell apart, and those of the handlers, pass on. */
+/** Turns exceptions into result codes as the member catches says. All other exceptions leave this function,
+ * also those that the handlers throw. */
 std::uint32_t CallFrame::translate(const PenHandle *pen, CallBody body) const
 {
     try {
@@ -118,7 +119,7 @@ std::uint32_t CallFrame::unexpected() const noexcept
 {
     try {
         LogError(unexpectedText.view());
-    } catch (...) { // only an observer can fail; the code is returned all the same
+    } catch (...) { // only a test's log observer can throw here; the result code is still returned
     }
     return ZEL_ERR_UNEXPECTED;
 }

@@ -9,16 +9,16 @@
 
 namespace zel {
 
-/** What has to exist before an export does anything; without it the answer is
- *  ZEL_ERR_NOT_INITIALIZED. */
+/** What must exist when an export is called. Otherwise it returns ZEL_ERR_NOT_INITIALIZED. */
 enum class Needs { Nothing, Manager, DfuManager, AnyManager };
 
-/** The exceptions that an export tells apart, each step adding to the one before. Every other
- *  exception gives ZEL_ERR_UNEXPECTED. */
+/** Which exceptions an export turns into their own result codes. Each value includes those before it. Every
+ * other exception gives ZEL_ERR_UNEXPECTED. */
 enum class Catches { Nothing, Connection, LockedPen, UnknownInstruction };
 
-// The pointers that an export may not do without. Each answers whether it was given; outputs are
-// preset on the way, hence before any test, so that a host finds them so after every failure.
+// Tests for an export's pointer arguments. Each returns whether the pointer was given. preset() and cleared()
+// also write the output's initial value. They run before all other tests, so the host finds that value after
+// every failure.
 
 inline bool required(const void *pointer) noexcept
 {
@@ -39,12 +39,12 @@ bool cleared(T **output) noexcept
     return preset<T *>(output, nullptr);
 }
 
-/** A text that is composed when the library is compiled; converts from a text that is finished. */
+/** A text that is composed of pieces at compile time: FixedText{"[", logName, "] failed"}. */
 class FixedText
 {
 public:
     template <class... Pieces>
-    constexpr FixedText(Pieces... pieces) // NOLINT(google-explicit-constructor): a finished text is meant
+    constexpr FixedText(Pieces... pieces) // NOLINT(google-explicit-constructor): a plain text converts
     {
         (append(pieces), ...);
     }
@@ -55,20 +55,20 @@ private:
     constexpr void append(std::string_view piece)
     {
         for (const char character : piece)
-            m_characters[m_length++] = character; // too long for it: does not compile
+            m_characters[m_length++] = character; // a text that is too long does not compile
     }
 
     char m_characters[95] = {};
     std::uint8_t m_length = 0;
 };
 
-/** What an export does inside its frame: any callable that returns a result code, borrowed for
- *  the call. Not a template parameter of the frame, so that the frame's code exists once. */
+/** A reference to the body of an export: any callable that returns a result code. CallFrame::run() takes this
+ * class and is no template itself, so its code exists only once. */
 class CallBody
 {
 public:
     template <class F>
-    CallBody(const F &function) noexcept // NOLINT(google-explicit-constructor): a lambda is meant
+    CallBody(const F &function) noexcept // NOLINT(google-explicit-constructor): a lambda converts
         : m_function(&function),
           m_call([](const void *callable) -> std::uint32_t { return (*static_cast<const F *>(callable))(); })
     {
@@ -81,11 +81,12 @@ private:
     std::uint32_t (*m_call)(const void *);
 };
 
-/** What all exports have in common, and as data what is particular to each: the tests before the
- *  body, the log texts, and the translation of exceptions into result codes. No exception leaves
- *  run(), and a cancellation of the thread (POSIX) takes effect when the body is done. Texts that are
- *  not set are made of the log name; "%s" in connectionText stands for the exception's own text. A
- *  constant of its export, so its texts are composed when it is compiled.
+/** What all exports have in common. run() tests the arguments and the pen's version, logs the name, calls the
+ * body, and turns exceptions into result codes; no exception leaves it. A cancellation of the thread (POSIX)
+ * takes effect after the body. The members say how an export differs from the others. Texts that are not set
+ * are composed of the log name;
+ *  "%s" in connectionText is replaced by the text of the exception. Make it a constexpr constant of its
+ * export, so that its texts are composed at compile time:
  *
  *      uint32_t zelSetWakeUpTime(PenHandle *pen, uint32_t seconds)
  *      {
@@ -104,19 +105,19 @@ struct CallFrame {
 
     const char *logName; ///< often, but not always, the export's name
     Needs needs = Needs::Manager;
-    FixedText entryMark{"[", logName, "]"}; ///< kNoMark for exports that log none
-    std::int16_t minVersion = kAnyVersion;  ///< of the pen's software, compared signed
+    FixedText entryMark{"[", logName, "]"}; ///< logged first; kNoMark for none
+    std::int16_t minVersion = kAnyVersion;  ///< oldest software version of a pen; compared as a signed number
     Catches catches = Catches::LockedPen;
     FixedText connectionText{"[", logName, "] failed"};
     FixedText lockedText{"[", logName, "] failed, pen is locked"};
     FixedText unknownText{"[", logName, "] failed, pen does not support the operation."};
     FixedText unexpectedText{logName, " caught an undefined exception."};
     FixedText notSupportedText{"[", logName, "] not supported by pen"};
-    bool handlesSecrets = false; ///< of which the body leaves nothing on the stack
+    bool handlesSecrets = false; ///< wipes the stack that the body used
 
-    /** For exports on a connected pen: a null pen counts among what was not given. */
+    /** For exports on a connected pen. A null pen counts as a missing argument. */
     std::uint32_t run(const PenHandle *pen, std::initializer_list<bool> given, CallBody body) const;
-    /** For exports without one. */
+    /** For exports without a pen. */
     std::uint32_t run(std::initializer_list<bool> given, CallBody body) const;
 
 private:

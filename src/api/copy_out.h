@@ -10,8 +10,8 @@ struct TextOutput {
     char **output;
 };
 
-/** Hands texts to the host: each a block of length + 1 bytes, ending in NUL, that zelFreeString
- *  releases. All or none: when an allocation fails no output has been touched. */
+/** Gives the host copies of texts. Each is a block of length + 1 bytes that ends with NUL; the host releases
+ * it with zelFreeString. When an allocation fails, no output is changed. */
 void CopyOutStrings(std::initializer_list<TextOutput> texts);
 
 inline void CopyOutString(std::string_view text, char **output)

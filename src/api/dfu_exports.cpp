@@ -14,7 +14,7 @@ using namespace zel;
 
 namespace {
 
-/** Neither logs its entry nor tells exceptions apart. */
+/** The frame of exports that do not log their name and have no result codes for single exceptions. */
 constexpr CallFrame plainDfuFrame(const char *logName, Needs needs)
 {
     return {.logName = logName, .needs = needs, .entryMark = CallFrame::kNoMark, .catches = Catches::Nothing};
@@ -25,7 +25,7 @@ constexpr CallFrame requestFrame(const char *logName)
     return {.logName = logName, .needs = Needs::DfuManager};
 }
 
-/** A request whose answer only says whether it was done: any value that is not null. */
+/** A request whose answer only says whether it succeeded: any value but null means yes. */
 using DfuRequest = std::unique_ptr<Value> (DfuClient::*)();
 
 uint32_t succeedUnlessNull(const Value *result, const char *logName, const char *nameInFailure)
@@ -46,7 +46,7 @@ uint32_t runCommand(const CallFrame &frame, DfuPenHandle *pen, DfuRequest reques
     });
 }
 
-/** A request whose answer is a record of bytes of a fixed size; another size is refused silently. */
+/** A request whose answer is a binary of a fixed size. Another size is refused without a log text. */
 uint32_t readRecord(const CallFrame &frame, DfuPenHandle *pen, DfuRequest request, uint8_t *output,
                     std::uint32_t wanted, const char *wrongType)
 {
@@ -64,7 +64,8 @@ uint32_t readRecord(const CallFrame &frame, DfuPenHandle *pen, DfuRequest reques
     });
 }
 
-/** A block as the host lays it out: a number, the count of its data, the data. */
+/** The size of a firmware block. The host lays it out as block number (16 bits), count of data bytes (16
+ * bits), data. */
 std::uint32_t sizeOfBlock(const std::uint8_t *block)
 {
     std::uint16_t header[2];
@@ -88,7 +89,8 @@ uint32_t zelDfuInit(void *callbackContext, PenArrivedCallback arrived, PenDepart
     });
 }
 
-// The texts of the next three name the exports of the ordinary mode; what reads the logs knows them so.
+// The log names of the next three are those of the exports of ordinary mode. Do not correct them: they are
+// fixed.
 
 uint32_t zelDfuExit(void)
 {
@@ -109,10 +111,10 @@ uint32_t zelDfuConnectPen(DfuPenHandle **pen, const DiscoveryHandle *record)
         if (record->kind != ZEL_PEN_ARRIVED)
             return ZEL_ERR_INVALID_ARGUMENT;
         const DiscoveryRecord &announced = recordOf(*record);
-        *pen = nullptr; // what a host disconnects that got no handle for lack of memory
+        *pen = nullptr; // so that the host may disconnect even if there is no memory for a handle
         auto handle = std::make_unique<DfuPenHandle>();
         handle->penId = announced.penId;
-        *pen = handle.release(); // the host's from here on, also when connecting fails
+        *pen = handle.release(); // the host owns it from here on, also when connecting fails
         auto client = std::make_unique<DfuClient>(announced.serviceAddress, announced.servicePort);
         client->setPenConnected(true);
         client->connect();
@@ -211,6 +213,6 @@ uint32_t zelDfuDownload(DfuPenHandle *pen, const void *block)
     return frame.run({required(pen), required(block)}, [&] {
         const auto *const bytes = static_cast<const std::uint8_t *>(block);
         const std::unique_ptr<Value> result = pen->dfu().DfuDownload(bytes, sizeOfBlock(bytes));
-        return succeedUnlessNull(result.get(), frame.logName, "zelDfuUpload"); // named so ever since
+        return succeedUnlessNull(result.get(), frame.logName, "zelDfuUpload"); // the text is fixed
     });
 }

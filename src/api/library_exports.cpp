@@ -12,10 +12,11 @@ using namespace zel;
 namespace {
 
 constexpr char kApiVersion[] = "1.0.0.0_6";
-/** Older pens' ids are told too, but with a code that says so. */
+/** The ids of pens with older software are handed out too, but with ZEL_ERR_NOT_SUPPORTED. */
 constexpr std::int16_t kUsbIdsVersion = 0x0503;
 
-/** Exports that talk to no pen log no entry and tell no exceptions apart. */
+/** The frame of exports that do not talk to a pen: they do not log their name and have no result codes for
+ * single exceptions. */
 constexpr CallFrame quietFrame(const char *logName, Needs needs)
 {
     return {.logName = logName, .needs = needs, .entryMark = CallFrame::kNoMark, .catches = Catches::Nothing};

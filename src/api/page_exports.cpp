@@ -12,7 +12,8 @@ using namespace zel;
 
 namespace {
 
-/** Without addresses every page is fetched. A pen without client is told apart by its code alone. */
+/** Without addresses, fetches every page. A pen without a client gives ZEL_ERR_INVALID_ARGUMENT and no log
+ * text. */
 uint32_t getPages(PenHandle *pen, std::optional<const char *> addresses, ProgressCallback progress,
                   uint8_t **data, uint32_t *length)
 {
@@ -66,7 +67,7 @@ uint32_t zelRemovePage(PenHandle *pen, const char *address)
 
 uint32_t zelRemoveAllStrokes(PenHandle *pen)
 {
-    // Hosts know the removal of everything by the text of removing a page.
+    // The text names the other export. It is fixed.
     static constexpr CallFrame frame{.logName = "zelRemoveAllStrokes",
                                      .catches = Catches::Nothing,
                                      .unexpectedText = "zelRemovePage caught an undefined exception."};

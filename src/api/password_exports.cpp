@@ -15,7 +15,7 @@ namespace {
 constexpr std::size_t kLongestNewPassword = 31;
 constexpr std::size_t kLongestHint = 255;
 
-/** Whether a pen can take the password; one that is too short or too long is logged. */
+/** Whether a pen accepts a password of this length. Logs the length if not. */
 bool isNewPassword(const char *password)
 {
     const std::size_t length = std::strlen(password);
@@ -42,7 +42,7 @@ std::uint32_t store(PspClient2 &psp, const PasswordDigest &current, const std::s
                     const std::string &hint)
 {
     const auto answer = psp.setPassword(current, newPassword);
-    // The answer is looked at last: a pen that refuses the password gets the hint all the same.
+    // Set the hint before looking at the answer: a pen that refuses the password still gets the hint.
     psp.setPasswordHint(hint);
     return toNumber<std::uint64_t>(answer.get()) == 1 ? ZEL_OK : ZEL_ERR_INVALID_ARGUMENT;
 }
@@ -54,7 +54,7 @@ uint32_t zelGetPenLockedStatus(PenHandle *pen, uint8_t *locked)
     static constexpr CallFrame frame{.logName = "zelGetPenLockedStatus",
                                      .connectionText = "[TarselPen::isLocked] failed",
                                      .lockedText = "[TarselPen::isLocked] failed, pen is locked"};
-    // A call that fails leaves "locked".
+    // After a failure the output says "locked".
     return frame.run(pen, {preset<std::uint8_t>(locked, 1)}, [&] {
         *locked = toNumber<std::uint8_t>(pen->psp().penLocked().get());
         return ZEL_OK;
@@ -63,7 +63,8 @@ uint32_t zelGetPenLockedStatus(PenHandle *pen, uint8_t *locked)
 
 uint32_t zelUnlockPen(PenHandle *pen, const char *password)
 {
-    // Its texts spell the name in their own way, and a pen that says it is locked is unexpected here.
+    // The name in the log texts is spelled differently; it is fixed. A pen that answers "locked" gives
+    // ZEL_ERR_UNEXPECTED here.
     static constexpr CallFrame frame{
         .logName = "zelUnLockPen", .catches = Catches::Connection, .handlesSecrets = true};
     return frame.run(pen, {required(password)}, [&] {

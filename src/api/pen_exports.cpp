@@ -15,7 +15,8 @@ using namespace zel;
 
 namespace {
 
-/** A locked pen does not tell its version, and one whose lock cannot be asked counts as locked. */
+/** Does not ask a locked pen, which would not answer. A pen whose lock status cannot be read counts as
+ * locked. */
 uint32_t readSoftwareVersion(PenHandle *pen)
 {
     static constexpr CallFrame frame{
@@ -39,7 +40,7 @@ uint32_t readSoftwareVersion(PenHandle *pen)
 
 uint32_t zelConnectPen(const DiscoveryHandle *record, PenHandle **pen)
 {
-    // Only what follows once the pen is connected tells exceptions apart.
+    // Exceptions get their own result codes only once the pen is connected, in readSoftwareVersion().
     static constexpr CallFrame frame{
         .logName = "zelConnectPen", .entryMark = CallFrame::kNoMark, .catches = Catches::Nothing};
     return frame.run({required(record), required(pen)}, [&] {
@@ -49,8 +50,8 @@ uint32_t zelConnectPen(const DiscoveryHandle *record, PenHandle **pen)
         if (!IsSupportedUsbDevice(announced.vendorId, announced.productId))
             return ZEL_ERR_DEVICE_NOT_SUPPORTED;
 
-        *pen = nullptr;       // what a host disconnects that got no handle for lack of memory
-        *pen = new PenHandle; // the host's from here on, also when connecting fails
+        *pen = nullptr;       // so that the host may disconnect even if there is no memory for a handle
+        *pen = new PenHandle; // the host owns it from here on, also when connecting fails
         PenHandle &handle = **pen;
         handle.penId = announced.penId;
         handle.softwareVersion = announced.swVersion;

@@ -12,14 +12,14 @@ using namespace zel;
 
 namespace {
 
-/** The frame of this family: pens know these operations from one software version on, and some
- *  answer that they do not know them after all. */
+/** The frame of these exports. Pens support the operations since one software version, but some newer pens
+ * still answer that they do not know them. */
 constexpr CallFrame securityFrame(const char *name)
 {
     return {.logName = name, .minVersion = 0x0503, .catches = Catches::UnknownInstruction};
 }
 
-/** Of exports that are given what no pen tells again. */
+/** The frame of exports that are given secrets. */
 constexpr CallFrame secretFrame(const char *name)
 {
     CallFrame frame = securityFrame(name);
@@ -39,7 +39,7 @@ struct HostBytes {
     const std::uint8_t *data;
     std::uint32_t length;
 
-    /** Without bytes the pointer does not matter. */
+    /** The pointer may be null if the length is 0. */
     bool given() const noexcept { return data != nullptr || length == 0; }
     std::unique_ptr<Value> toValue() const { return Value::createBinary(data, length); }
     std::unique_ptr<Value> toSecret() const { return Value::createSecretBinary({data, length}); }
@@ -78,7 +78,7 @@ std::uint8_t hasEncryptedData(PspClient2 &psp)
     return toNumber<std::uint8_t>(psp.hasEncryptedData().get());
 }
 
-/** What the pen shows its user meanwhile. */
+/** What the pen shows its user during the operation. */
 enum MmiState : std::uint16_t { kFetching = 1, kFetched = 2, kNothingFetched = 3 };
 
 } // namespace
@@ -111,7 +111,7 @@ uint32_t zelInstallSigningKey(PenHandle *pen, uint16_t number, const uint8_t *da
                               const uint8_t *data6, uint32_t length6, const uint8_t *data7, uint32_t length7,
                               const uint8_t *data8, uint32_t length8)
 {
-    // A pen that does not know the operation is told of in another export's name.
+    // The text names another export. It is fixed.
     static constexpr CallFrame frame =
         secretFrame("zelInstallSigningKey",
                     "[zelHasCertificateAuthenticator] failed, pen does not support the operation.");
@@ -155,7 +155,7 @@ uint32_t zelGetCertificateInfo(PenHandle *pen, uint16_t *number, uint64_t *value
         pen, {preset<uint16_t>(number, 0), preset<uint64_t>(value1, 0), preset<uint64_t>(value2, 0)}, [&] {
             const auto value = pen->psp().getValueProperty(property::CERTIFICATE);
             const ValueList &info = toList(value.get());
-            const Value *last = elementAt(info, 2); // so that either all outputs are written or none
+            const Value *last = elementAt(info, 2); // first: if it throws, no output is written
             *number = toNumber<std::uint16_t>(elementAt(info, 0));
             *value1 = toNumber<std::uint64_t>(elementAt(info, 1));
             *value2 = toNumber<std::uint64_t>(last);
@@ -178,7 +178,7 @@ uint32_t zelHasEncryptedData(PenHandle *pen, uint8_t *flag)
     });
 }
 
-// The argument is reserved: no pen is told of it.
+// The argument is reserved. It is not sent to the pen.
 uint32_t zelGetEncryptedData(PenHandle *pen, uint64_t /*argument*/, uint8_t **data, uint32_t *length)
 {
     static constexpr CallFrame frame = securityFrame("zelGetEncryptedData");

@@ -16,7 +16,7 @@ namespace {
 
 constexpr std::int16_t kWakeUpSoftware = 0x0502;
 
-// Pairs of exports that read and write one property, and differ in nothing but what stands here.
+// Pairs of exports that read and write one property. They differ only in the members below.
 
 struct FlagSetting {
     CallFrame set;
@@ -65,7 +65,7 @@ std::uint32_t getFlag(const FlagSetting &setting, PenHandle *pen, std::uint8_t *
         const bool set = toNumber<std::uint64_t>(value.get()) != 0;
         const char *text = isNull(value.get()) ? "null" : set ? "true" : "false";
         LogInfo("Read '", setting.what, "' from pen: Value: ", text);
-        *flag = set; // last: a call that fails leaves 0
+        *flag = set; // last, so that the output is 0 after a failure
         return ZEL_OK;
     });
 }
@@ -75,7 +75,7 @@ std::uint32_t getNumber(const NumberSetting &setting, PenHandle *pen, Number *ou
 {
     return setting.get.run(pen, {required(output)}, [&] {
         const auto value = pen->psp().getValueProperty(setting.property);
-        // A value of another type is converted all the same.
+        // A value of another type is only logged; it is converted, too.
         if (value->getType() != setting.type)
             LogError("[", setting.get.logName, "] bad type.");
         *output = toNumber<Number>(value.get());
@@ -83,7 +83,7 @@ std::uint32_t getNumber(const NumberSetting &setting, PenHandle *pen, Number *ou
     });
 }
 
-/** A clock of the pen; 0 when the pen answers with another type than a long64. */
+/** The time of one of the pen's clocks; 0 when the answer is not a long64. */
 std::uint64_t readClock(const PenHandle &pen, std::uint16_t property, const char *name)
 {
     const auto value = pen.psp().getValueProperty(property);
@@ -94,14 +94,14 @@ std::uint64_t readClock(const PenHandle &pen, std::uint16_t property, const char
     return 0;
 }
 
-/** 0 is never; otherwise from a minute to a day. Tested as a signed number. */
+/** Valid are 0 (never) and one minute to one day. Compared as a signed number. */
 bool isWakeUpTime(std::uint32_t seconds)
 {
     const auto time = static_cast<std::int32_t>(seconds);
     return time == 0 || (time >= 60 && time <= 86400);
 }
 
-/** The piece between the first "_" of a hardware revision and the next. */
+/** The part of a hardware revision between the first "_" and the next. */
 std::string secondPiece(const std::string &revision)
 {
     const std::size_t first = revision.find('_');
@@ -121,7 +121,7 @@ std::size_t longestPin(PspClient2 &psp)
     const auto software = psp.getValueProperty(property::PEN_SOFTWARE_VERSION);
     if (toNumber<std::uint16_t>(software.get()) != 0x0500)
         return kLong;
-    // This software handles a long PIN only on hardware from 3D on.
+    // With this software version, only hardware revisions from 3D on support a long PIN.
     return secondPiece(hardware) >= "3D" ? kLong : kShort;
 }
 
@@ -148,7 +148,7 @@ uint32_t zelSetTime(PenHandle *pen, uint64_t millis)
 
 uint32_t zelGetTime(PenHandle *pen, uint64_t *penTime, uint64_t *systemTime)
 {
-    // The text for a locked pen lacks its closing bracket.
+    // The closing bracket is missing in the text for a locked pen. The text is fixed.
     static constexpr CallFrame frame{.logName = "zelGetTime",
                                      .lockedText = "[zelGetTime failed, pen is locked"};
     return frame.run(pen, {preset<uint64_t>(penTime, 0), preset<uint64_t>(systemTime, 0)}, [&] {
@@ -187,7 +187,7 @@ uint32_t zelSetBluetoothPin(PenHandle *pen, const char *pin)
         if (pin == nullptr)
             return ZEL_ERR_INVALID_ARGUMENT;
         PspClient2 &psp = pen->psp();
-        // How long it may be is the pen's to say, so even a hopeless PIN costs two questions.
+        // The longest PIN depends on the pen, so two exchanges come before the test, whatever the PIN.
         if (!isPin(pin, longestPin(psp)))
             return ZEL_ERR_VALUE_OUT_OF_RANGE;
         psp.setValueProperty(property::BT_PIN, *Value::createString(pin));
@@ -198,7 +198,7 @@ uint32_t zelSetBluetoothPin(PenHandle *pen, const char *pin)
 uint32_t zelGetBluetoothPin(PenHandle *pen, char **pin)
 {
     static constexpr CallFrame frame{.logName = "zelGetBtPin"};
-    // Not cleared first: a host finds its pointer unchanged after a failure.
+    // The output is not cleared: after a failure the host's pointer is unchanged.
     return frame.run(pen, {required(pin)}, [&] {
         const auto value = pen->psp().getValueProperty(property::BT_PIN);
         CopyOutString(isNull(value.get()) ? "" : toText(value.get()), pin);
@@ -238,12 +238,12 @@ uint32_t zelGetPenRevisions(PenHandle *pen, char **revision0, char **revision1, 
                             char **revision5)
 {
     static constexpr CallFrame frame{.logName = "zelGetPenRevisions"};
-    // Not cleared first: a host finds its pointers unchanged after a failure.
+    // The outputs are not cleared: after a failure the host's pointers are unchanged.
     return frame.run(
         pen, {required(revision0), required(revision1), required(revision3), required(revision5)}, [&] {
             const auto value = pen->psp().getValueProperty(property::PEN_REVISIONS);
             const ValueList &revisions = toList(value.get());
-            elementAt(revisions, 6); // Handed to nobody, but a pen without it is not understood.
+            elementAt(revisions, 6); // not used, but an answer without it is an error
             TextAllowance allowance(value.get());
             CopyOutStrings({{toText(elementAt(revisions, 0), allowance), revision0},
                             {toText(elementAt(revisions, 1), allowance), revision1},

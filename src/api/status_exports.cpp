@@ -15,7 +15,7 @@ uint32_t zelGetMemoryStatus(PenHandle *pen, uint64_t *used, uint64_t *total)
         const auto free = psp.getValueProperty(property::PEN_FREE_MEMORY);
         const auto range = psp.getValueProperty(property::PEN_PROPERTIES_RANGE);
         const std::uint64_t size = toNumber<std::uint32_t>(elementAt(toList(range.get()), 7));
-        // More free than there is gives a very large number: that is the pen's own contradiction.
+        // If the pen reports more free memory than it has, this wraps to a very large number.
         *used = size - toNumber<std::uint64_t>(free.get());
         *total = size;
         return ZEL_OK;
@@ -35,7 +35,7 @@ uint32_t zelGetBatteryStatus(PenHandle *pen, uint16_t *value0, uint16_t *value1,
                          const auto battery = psp.getValueProperty(property::BATTERY_LEVEL_VERBOSE);
                          const ValueList &levels = toList(battery.get());
                          const Value *last = elementAt(levels, 4);
-                         // The pen has to answer with a pair here too, which no output receives.
+                         // Not used, but an answer with fewer than two elements is an error.
                          const auto range = psp.getValueProperty(property::PEN_PROPERTIES_RANGE);
                          elementAt(toList(range.get()), 1);
                          *value0 = toNumber<std::uint16_t>(elementAt(levels, 0));
@@ -51,13 +51,13 @@ uint32_t zelGetSecureDeleteEnabled(PenHandle *pen, uint8_t *flag)
 {
     static constexpr CallFrame frame{.logName = "zelGetSecureDeleteEnabled", .minVersion = 0x0502};
     return frame.run(pen, {required(flag)}, [&] {
-        // Not before: below the threshold the byte stays as the host left it.
+        // Cleared here and not by preset(): for a pen with older software the output stays unchanged.
         *flag = 0;
         const auto value = pen->psp().getValueProperty(property::SEC_SDE);
         const bool enabled = toNumber<std::uint64_t>(value.get()) != 0;
         const char *text = isNull(value.get()) ? "null" : enabled ? "true" : "false";
         LogInfo("Read 'Secure delete enabled' from pen: Value: ", text);
-        *flag = enabled; // last: a call that fails leaves 0
+        *flag = enabled; // last, so that the output is 0 after a failure
         return ZEL_OK;
     });
 }

@@ -8,7 +8,7 @@ using namespace zel;
 
 namespace {
 
-/** The owner's card: text A and seventeen fields that this library leaves empty. */
+/** The owner's card: text A, and seventeen fields that are always empty. */
 std::unique_ptr<Value> createCard(const std::string &textA)
 {
     constexpr int kEmptyFields = 17;
@@ -29,7 +29,7 @@ std::string readText(PspClient2 &psp, std::uint16_t property)
 
 uint32_t zelSetUserData(PenHandle *pen, const char *textA, const char *textB, const char *textC)
 {
-    // For a locked pen it logs the other export's text.
+    // The text for a locked pen names the other export. It is fixed.
     static constexpr CallFrame frame{
         .logName = "zelSetUserData",
         .connectionText = "[TarselPen::setUserData] failed, pen not connected",
@@ -53,7 +53,7 @@ uint32_t zelGetUserData(PenHandle *pen, char **textA, char **textB, char **textC
     };
     return frame.run(pen, {cleared(textA), cleared(textB), cleared(textC)}, [&] {
         PspClient2 &psp = pen->psp();
-        // A pen whose answer is no list fails here; what the list says is used by nobody.
+        // The list is not used, but an answer that is no list is an error.
         toList(psp.getValueProperty(property::UNNAMED_201A).get());
         const std::string textOfC = readText(psp, property::PEN_OWNER_CELL_PHONE);
         const std::string textOfB = readText(psp, property::PEN_OWNER_EMAIL);

@@ -7,7 +7,7 @@ namespace zel {
 
 namespace {
 
-// Four characters each, the first in the most significant byte. There is no V004.
+// Each code is four characters, the first in the most significant byte. V004 does not exist.
 constexpr std::uint32_t kDetach = 0x56303030;
 constexpr std::uint32_t kDetachBoot = 0x56303031;
 constexpr std::uint32_t kGetFunctionalDescriptor = 0x56303032;

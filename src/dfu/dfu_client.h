@@ -7,8 +7,8 @@
 
 namespace zel {
 
-/** The requests of a pen in firmware-upgrade mode, each one exchange; they mirror the class requests of
- *  the USB Device Firmware Upgrade specification. Results are never null pointers. */
+/** The operations of a pen in firmware-upgrade mode. Each is one exchange. They correspond to the class
+ * requests in the USB Device Firmware Upgrade specification. Results are never null pointers. */
 class DfuClient : public PspClientBase
 {
 public:
@@ -18,7 +18,7 @@ public:
     std::unique_ptr<Value> DfuDetach();
     std::unique_ptr<Value> DfuDetachBoot();
     std::unique_ptr<Value> DfuGetFunctionalDescriptor();
-    /** Sends the whole block as it stands. */
+    /** Sends the block unchanged. */
     std::unique_ptr<Value> DfuDownload(const std::uint8_t *block, std::uint32_t size);
     std::unique_ptr<Value> DfuGetStatus();
     std::unique_ptr<Value> DfuClearStatus();

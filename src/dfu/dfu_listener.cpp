@@ -11,7 +11,7 @@ namespace {
 
 constexpr ListenerProfile kDfuProfile{"DfuRendezvousListener", "CDfuRendezvousThread", true};
 
-/** Ends the thread's texts, also when an exception of another kind ends the thread. */
+/** Logs the thread's last text, also when an exception ends the thread. */
 class StoppedNormally
 {
 public:
@@ -21,7 +21,8 @@ public:
     ~StoppedNormally() { LogDebug("*** CDfuRendezvousThread stopped normally ***"); }
 };
 
-// No owner that a process's end destroys: without zelDfuExit the listener runs until the last moment.
+// A raw pointer on purpose: nothing destroys the listener when the process exits. Without zelDfuExit its
+// thread runs until the end.
 DfuRendezvousListener *s_listener = nullptr;
 
 } // namespace

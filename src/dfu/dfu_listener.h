@@ -7,8 +7,8 @@
 
 namespace zel {
 
-/** The firmware-upgrade mode's own listener, from zelDfuInit to zelDfuExit, beside and independent of the
- *  ordinary one. It ends with the first rendezvous failure. */
+/** The listener for pens in firmware-upgrade mode, from zelDfuInit to zelDfuExit. It is independent of the
+ * ordinary listener and ends with the first rendezvous failure. */
 class DfuRendezvousListener : public RendezvousListener
 {
 public:
@@ -18,11 +18,11 @@ protected:
     std::unique_ptr<LThread> makeThread() override;
 };
 
-/** Serves one connection and does not connect again. */
+/** That listener's thread. It serves one connection and does not connect again. */
 class CDfuRendezvousThread : public LThread
 {
 public:
-    /** The listener is borrowed and outlives the thread. */
+    /** The listener is borrowed and must outlive the thread. */
     explicit CDfuRendezvousThread(RendezvousListener &listener) : LThread(false), m_listener(&listener) {}
 
     void run() override;
@@ -31,10 +31,10 @@ private:
     RendezvousListener *m_listener;
 };
 
-/** The one listener of this mode, or null. Any thread may ask; who uses it while zelDfuExit destroys it is
- *  at fault. */
+/** The one listener of this mode, or null. Any thread may call it, but nobody may use the listener while
+ * zelDfuExit destroys it. */
 DfuRendezvousListener *dfuListener() noexcept;
-/** Publishes a listener, or destroys the present one (null). */
+/** Sets the listener; null destroys the present one. */
 void setDfuListener(std::unique_ptr<DfuRendezvousListener> listener) noexcept;
 
 } // namespace zel

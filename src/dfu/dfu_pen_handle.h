@@ -7,13 +7,12 @@
 #include <cstdint>
 #include <memory>
 
-/** The host's handle on one pen in firmware-upgrade mode, from zelDfuConnectPen to zelDfuDisconnectPen. */
+/** The host's handle for one pen in firmware-upgrade mode, from zelDfuConnectPen to zelDfuDisconnectPen. */
 struct DfuPenHandle {
     /** Null after a failed connect. */
     std::unique_ptr<zel::DfuClient> client;
     std::uint64_t penId = 0;
 
-    /** The client to talk to; a handle without one is like a lost connection:
-     *  PspConnectionException. */
+    /** The client. Throws PspConnectionException when there is none, as if the connection were lost. */
     zel::DfuClient &dfu() const;
 };

@@ -6,7 +6,7 @@
 
 namespace zel::net {
 
-/** A socket that is closed when its owner lets go of it. One thread at a time. */
+/** Owns a socket and closes it in its destructor, like std::unique_ptr. One thread at a time. */
 class OwnedSocket
 {
 public:

@@ -6,12 +6,12 @@
 #include <cstdint>
 #include <string>
 
-/** The platform's TCP sockets behind one contract. Errors carry Winsock's numbers on both platforms.
- *  Every call on kNoSocket fails with kErrorNotSocket. Any thread; shutdown() is the one call meant
- *  to meet another on the same socket. */
+/** TCP sockets, with the same functions on both platforms. Errors have Winsock's numbers on both. Every call
+ * with kNoSocket fails with kErrorNotSocket. Any thread. Only shutdown() may be called while another thread
+ * is in a call on the same socket. */
 namespace zel::net {
 
-/** A socket handle as messages print it, with "%d". kNoSocket (0) stands for none. */
+/** A socket handle; log texts print it with "%d". kNoSocket (0) means no socket. */
 using SocketHandle = std::int32_t;
 inline constexpr SocketHandle kNoSocket = 0;
 inline constexpr int kSocketError = -1;
@@ -47,31 +47,32 @@ constexpr std::uint32_t toNetworkOrder(std::uint32_t value) noexcept
     return value << 24 | (value & 0xff00) << 8 | (value >> 8 & 0xff00) | value >> 24;
 }
 
-/** "127.0.0.1" */
+/** The address as text: "127.0.0.1". */
 std::string dottedAddress(std::uint32_t networkOrderAddress);
 
-/** Asks for Winsock 2.0 (nothing to do elsewhere). A failure is only logged: the next socket call
- *  fails and is reported there. */
+/** Starts Winsock 2.0; does nothing on other systems. A failure is only logged, because the next socket call
+ * then fails and is reported. */
 void startUp();
 void cleanUp() noexcept;
 
-/** The calling thread's last socket error, as Winsock numbers it. */
+/** The calling thread's last socket error, with Winsock's number. */
 int lastError() noexcept;
 
-/** kNoSocket on failure. */
+/** Returns kNoSocket on failure. */
 SocketHandle createTcpSocket() noexcept;
-/** 0, or kSocketError. */
+/** Returns 0, or kSocketError. */
 int connect(SocketHandle socket, const Endpoint &endpoint) noexcept;
-/** The same, but a connect that has to wait gives up (kErrorInterrupted) soon after the flag is set, also
- * when it was before the call. The socket is good for closing only then. */
+/** The same, but gives up with kErrorInterrupted soon after the flag is set, or at once if it is set already.
+ * The socket can then only be closed. */
 int connect(SocketHandle socket, const Endpoint &endpoint, const std::atomic<bool> &stop) noexcept;
-/** Switches off the delay of small segments; a failure is ignored. */
+/** Sets TCP_NODELAY, so that small segments are sent without delay. A failure is ignored. */
 void setNoDelay(SocketHandle socket) noexcept;
-/** All of the bytes, at most INT_MAX, or kSocketError. Never raises SIGPIPE. */
+/** Sends all bytes, but at most INT_MAX. Returns how many, or kSocketError. Never raises SIGPIPE. */
 int send(SocketHandle socket, const void *data, std::size_t length) noexcept;
-/** Bytes received, 0 when the peer closed in order, or kSocketError. */
+/** Returns the number of bytes received, 0 when the peer closed the connection, or kSocketError. */
 int recv(SocketHandle socket, void *data, std::size_t length) noexcept;
-/** Wakes calls that are pending on the socket, also where the platform's own shutdown does not. */
+/** Also wakes other threads that are blocked in a call on the socket, even where the platform's own shutdown
+ * does not. */
 int shutdown(SocketHandle socket, ShutdownDirection direction) noexcept;
 int close(SocketHandle socket) noexcept;
 

@@ -26,7 +26,7 @@ struct ErrorPair {
 constexpr int kErrorInvalidArgument = 10022;
 constexpr int kStopCheckMilliseconds = 50;
 
-// A handle that is no open socket is "not a socket" to Winsock, be it closed or never valid.
+// Winsock reports "not a socket" for a handle that was closed as well as for one that never was a socket.
 constexpr std::array kErrors{
     ErrorPair{EINTR, kErrorInterrupted},
     ErrorPair{EACCES, 10013},
@@ -69,7 +69,8 @@ constexpr std::array kErrors{
     ErrorPair{EHOSTUNREACH, 10065},
 };
 
-/** Handle 0 stands for "no socket" but is a descriptor here, mostly somebody's standard input. */
+/** Handle 0 means "no socket". On POSIX systems 0 is a valid descriptor, usually standard input, so it must
+ * not be used. */
 bool refused(SocketHandle socket) noexcept
 {
     if (socket == kNoSocket)
@@ -88,7 +89,7 @@ auto repeatedWhenInterrupted(Call call) noexcept
 
 int connectOnce(SocketHandle socket, const sockaddr_in &address) noexcept
 {
-    // After an interruption the system goes on connecting; asking again waits for the outcome.
+    // After a signal interrupts connect(), the system goes on connecting. A second call waits for the result.
     return repeatedWhenInterrupted(
         [&] { return ::connect(socket, reinterpret_cast<const sockaddr *>(&address), sizeof address); });
 }
@@ -102,7 +103,8 @@ sockaddr_in addressOf(const Endpoint &endpoint) noexcept
     return address;
 }
 
-/** A socket whose last attempt was refused may owe that attempt's error first. */
+/** Connects. If the last attempt on this socket was refused, connect() may first report that old error; then
+ * tries again. */
 template <class Attempt>
 int connectInTwo(Attempt attempt) noexcept
 {
@@ -116,7 +118,7 @@ bool setBlocking(SocketHandle socket, bool blocking) noexcept
     return ::ioctl(socket, FIONBIO, &nonBlocking) == 0;
 }
 
-/** Whether a connect that is under way came to an end; asking again tells its outcome. */
+/** Whether a pending connect has finished. The caller calls connect() again to get its result. */
 bool awaitConnect(SocketHandle socket, const std::atomic<bool> &stop) noexcept
 {
     pollfd entry{socket, POLLOUT, 0};
@@ -128,7 +130,7 @@ bool awaitConnect(SocketHandle socket, const std::atomic<bool> &stop) noexcept
     return ended > 0;
 }
 
-/** EPIPE does not tell who ended the connection: here, by a shutdown, or the peer, by a reset. */
+/** EPIPE does not say who ended the connection: this side by a shutdown, or the peer by a reset. */
 int reasonOfBrokenPipe(SocketHandle socket) noexcept
 {
     tcp_info info{};
@@ -203,7 +205,7 @@ int send(SocketHandle socket, const void *data, std::size_t length) noexcept
     const auto *const bytes = static_cast<const char *>(data);
     const std::size_t count = std::min<std::size_t>(length, INT_MAX);
     std::size_t taken = 0;
-    // A signal that comes when a part has been taken ends the call early, in spite of SA_RESTART.
+    // A signal that arrives after a part was sent ends the call early, even with SA_RESTART.
     do {
         const auto sent = repeatedWhenInterrupted(
             [&] { return ::send(socket, bytes + taken, count - taken, MSG_NOSIGNAL); });
@@ -235,7 +237,7 @@ int close(SocketHandle socket) noexcept
 {
     if (refused(socket))
         return kSocketError;
-    // An interrupted close has closed the descriptor all the same.
+    // Even when close() is interrupted, the descriptor is closed.
     return ::close(socket) == 0 || errno == EINTR ? 0 : kSocketError;
 }
 

@@ -6,9 +6,9 @@
 
 namespace zel {
 
-/** A character stream in both directions over a connected socket that stays its owner's: destroying
- *  the stream does not close it. An IOException of the buffer passes through (exception mask: bad);
- *  end of file only sets the state. One thread at a time. */
+/** A std::iostream over a connected socket. The socket is borrowed: the destructor does not close it. An
+ * IOException of the buffer leaves the stream's operations (its exception mask is badbit); end of file only
+ * sets the stream's state. One thread at a time. */
 class SocketStream : public std::iostream
 {
 public:
@@ -16,7 +16,7 @@ public:
 
     explicit SocketStream(net::SocketHandle socket);
 
-    /** What a failed send leaves in the buffer, for whoever would see it there, is wiped. */
+    /** Wipes what a failed send left in the buffer: it may be a password. */
     void dropUnsent() noexcept { m_buffer.dropUnsent(); }
 
 private:

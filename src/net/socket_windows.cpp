@@ -13,7 +13,7 @@ namespace {
 
 constexpr long kStopCheckMicroseconds = 50000;
 
-/** Handles of the system fit into 32 bits. */
+/** Windows guarantees that kernel handles fit into 32 bits. */
 SOCKET native(SocketHandle socket) noexcept
 {
     return static_cast<SOCKET>(static_cast<std::uint32_t>(socket));
@@ -45,7 +45,8 @@ sockaddr_in addressOf(const Endpoint &endpoint) noexcept
     return address;
 }
 
-/** On top of other systems' sockets one whose last attempt was refused may owe that attempt's error first. */
+/** Connects. Under Wine, if the last attempt on this socket was refused, connect() may first report that old
+ * error; then tries again. */
 template <class Attempt>
 int connectInTwo(Attempt attempt) noexcept
 {
@@ -59,8 +60,8 @@ bool setBlocking(SOCKET socket, bool blocking) noexcept
     return ::ioctlsocket(socket, FIONBIO, &nonBlocking) == 0;
 }
 
-/** The outcome of a connect that is under way. The system's event for it is of no use: it tells only of a
- *  socket's first connect. */
+/** Waits for the result of a pending connect. The system's event for it (FD_CONNECT) cannot be used: it is
+ * set only for a socket's first connect. */
 int awaitConnect(SOCKET socket, const std::atomic<bool> &stop) noexcept
 {
     fd_set connected;
@@ -167,7 +168,7 @@ int shutdown(SocketHandle socket, ShutdownDirection direction) noexcept
         return ::shutdown(native(socket), SD_SEND);
     const int result = ::shutdown(native(socket), SD_BOTH);
     const int error = WSAGetLastError();
-    // A shutdown need not wake a receive that is already pending.
+    // On Windows a shutdown does not always wake a receive that is already waiting.
     CancelIoEx(reinterpret_cast<HANDLE>(native(socket)), nullptr);
     WSASetLastError(error);
     return result;

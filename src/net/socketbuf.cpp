@@ -50,7 +50,8 @@ socketbuf::int_type socketbuf::overflow(int_type character)
         sputc(traits_type::to_char_type(character));
         return character;
     }
-    // Only an explicit call comes here. The character is stored but not counted, on purpose.
+    // The stream never calls overflow() with room left; only a direct call gets here. The character is stored
+    // but deliberately not counted.
     *pptr() = traits_type::to_char_type(character);
     if (traits_type::to_char_type(character) == '\n')
         sync();
@@ -77,7 +78,7 @@ socketbuf::int_type socketbuf::underflow()
     if (received == 0)
         return traits_type::eof();
     setg(eback(), gptr(), gptr() + received);
-    // Not the character: callers only compare with eof().
+    // Returns 0, not the character: callers only compare with eof().
     return 0;
 }
 
@@ -118,7 +119,7 @@ int socketbuf::sync()
     const auto pending = static_cast<std::size_t>(pptr() - pbase());
     if (net::send(m_socket, pbase(), pending) != static_cast<int>(pending))
         throwFailure("send", m_socket);
-    // Requests carry passwords, and this block serves as long as the connection.
+    // Requests carry passwords, and this buffer lives as long as the connection.
     dropUnsent();
     return 0;
 }

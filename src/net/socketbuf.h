@@ -8,28 +8,28 @@
 
 namespace zel {
 
-/** A stream buffer over a connected socket that it does not own. Sends only when its put area is
- *  full or on sync(); receives once per refill. */
+/** The stream buffer of SocketStream. The socket is borrowed. It sends only when its put area is full or on
+ * sync(), and calls recv() once for each refill. */
 class socketbuf : public std::streambuf
 {
 public:
     socketbuf(net::SocketHandle socket, std::int32_t size);
     ~socketbuf() override;
 
-    /** Empties the put area, and wipes what was in it. */
+    /** Empties the put area and wipes what was in it. */
     void dropUnsent() noexcept;
 
 protected:
     int_type overflow(int_type character) override;
     int_type pbackfail(int_type character) override;
     int_type underflow() override;
-    /** What the buffer does not hold goes straight to its target, as long as a whole buffer's worth is
-     *  missing. What was received so cannot be put back. */
+    /** Copies what the buffer holds. While at least a whole buffer is missing after that, receives directly
+     * into the target; such bytes cannot be put back. */
     std::streamsize xsgetn(char *target, std::streamsize count) override;
     int sync() override;
 
 private:
-    /** Bytes received, 0 when the peer closed; throws IOException. */
+    /** Returns the number of bytes received, 0 when the peer closed the connection. Throws IOException. */
     std::size_t receive(char *target, std::size_t count);
 
     std::unique_ptr<char[]> m_receiveBuffer;

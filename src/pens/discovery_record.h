@@ -7,15 +7,15 @@
 
 namespace zel {
 
-/** What the host gets for one arrival or departure of a pen; it owns the record from the callback on
- *  and releases it with zelFreeDiscoveryHandle. The host sees the base's two fields at fixed
- *  offsets, the rest is the library's. */
+/** What a callback receives for one pen that arrived or left. The host owns it from the callback on and
+ * releases it with zelFreeDiscoveryHandle. The host sees only the two members of the base class, at fixed
+ * offsets. */
 struct DiscoveryRecord : ::DiscoveryHandle {
     std::string serial;
     std::string brand;
-    /** Compared as a signed number. */
+    /** The version of the pen's software. Compare it as a signed number. */
     std::uint16_t swVersion = 0;
-    /** In network byte order; 0 in a departure, as is the port. */
+    /** In network byte order. In the record of a departure, address and port are 0. */
     std::uint32_t serviceAddress = 0;
     std::uint16_t servicePort = 0;
     std::uint16_t vendorId = 0;

@@ -5,20 +5,20 @@
 
 namespace zel {
 
-/** The 64-bit identity of a pen. Without a number it is invalid (all ones). */
+/** The identity of a pen, a number of 64 bits. A default-constructed id is invalid (all bits set). */
 class PenId
 {
 public:
     static constexpr std::uint64_t kInvalid = 0xFFFFFFFFFFFFFFFF;
 
     PenId() = default;
-    /** Throws ZELException, its text the number, when a half of it is out of range. */
+    /** Throws ZELException with the number as text when the upper or lower half is out of range. */
     explicit PenId(std::uint64_t number);
 
     std::uint64_t number() const noexcept { return m_number; }
-    /** A raw id shows itself as plain hexadecimal. */
+    /** Makes serialText() show the number in plain hexadecimal. */
     void setRaw(bool raw) noexcept { m_raw = raw; }
-    /** The form in which people see it: XXX-XXX-XXX-XX. */
+    /** The id as people read it: XXX-XXX-XXX-XX. */
     std::string serialText() const;
 
 private:

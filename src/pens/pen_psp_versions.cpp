@@ -12,7 +12,7 @@ struct Version {
     std::string_view display;
 };
 
-// The index is the version's id.
+// A version's id is its index here.
 constexpr std::array<Version, 10> kVersions{{
     {"", "Unknown"},
     {"PSP10", "1.0"},

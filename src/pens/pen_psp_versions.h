@@ -7,7 +7,7 @@
 
 namespace zel {
 
-/** The protocol versions that a pen announces, each once, in the order first named. */
+/** The set of protocol versions that a pen announces, in the order in which they are first named. */
 class PenPspVersions
 {
 public:
@@ -19,16 +19,16 @@ public:
     PenPspVersions() = default;
     PenPspVersions(const PenPspVersions &) = default;
     PenPspVersions &operator=(const PenPspVersions &) = default;
-    PenPspVersions(PenPspVersions &&) = default; // lists of announced pens grow
+    PenPspVersions(PenPspVersions &&) = default; // std::vector moves events when it grows
     PenPspVersions &operator=(PenPspVersions &&) = default;
     virtual ~PenPspVersions();
 
-    /** A token as announced; spaces and letter case do not matter. One that is not known adds
-     *  kUnknown. */
+    /** Adds the version that the announced token names; spaces and letter case do not matter. An unknown
+     * token adds kUnknown. */
     virtual void addFromText(std::string_view token);
     virtual void add(std::uint32_t id);
     virtual bool contains(std::uint32_t id) const;
-    /** The display texts, joined with ", ". */
+    /** The versions' names, joined with ", ". */
     virtual std::string toText() const;
 
     const std::vector<std::uint32_t> &ids() const noexcept { return m_ids; }

@@ -10,7 +10,8 @@ constexpr std::int16_t kSoftwareOfR44Pen = 0x0502;
 constexpr std::int16_t kSoftwareOfR45Pen = 0x0503;
 constexpr std::int16_t kSoftwareOfR10DfuPen = 0x0100;
 
-/** The kinds of pen that speak version 4.0, by software; null for newer ones, which are not supported. */
+/** Which kind of pen speaks version 4.0 with this software version; null for newer software, which is not
+ * supported. */
 const char *kindOfPsp40Pen(std::int16_t software)
 {
     if (software < kSoftwareOfR44Pen)

@@ -4,8 +4,8 @@
 
 namespace zel {
 
-/** Whether a pen that announced these USB ids is accepted. (0, 0), from a pen that announced
- *  neither, is. */
+/** Whether the host may connect to a pen that announced these USB ids. A pen that announced none (0, 0) is
+ * accepted. */
 bool IsSupportedUsbDevice(std::uint16_t vendorId, std::uint16_t productId) noexcept;
 
 } // namespace zel

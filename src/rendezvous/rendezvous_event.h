@@ -13,14 +13,15 @@ enum class RendezvousCommand : std::int32_t {
     Disconnect = 1,
     Unknown = 2,
     ServerGone = 3,
-    SocketShutDown = 4, ///< understood, never produced
+    SocketShutDown = 4, ///< handled, but never produced
 };
 
-/** What one pen message says; what it leaves out has the value given here. */
+/** The contents of one message about a pen. A member that the message does not mention keeps the value below.
+ */
 struct RendezvousEvent {
     PenId penId{0};
     std::string penBrand;
-    /** The low 16 bits of the announced number. */
+    /** The low 16 bits of the number in the message. */
     std::uint16_t penSwVersion = 0;
     std::uint16_t servicePort = 0;
     PenPspVersions pspVersions;

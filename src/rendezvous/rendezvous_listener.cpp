@@ -16,7 +16,7 @@ namespace {
 
 enum class PenChange : std::uint32_t { Arrived = ZEL_PEN_ARRIVED, Departed = ZEL_PEN_DEPARTED };
 
-/** The record that the host owns from its callback on. */
+/** Makes the record for a callback. The host owns it from the callback on. */
 DiscoveryRecord *makeRecord(const RendezvousEvent &event, PenChange change, std::uint32_t address)
 {
     auto record = std::make_unique<DiscoveryRecord>();
@@ -33,7 +33,8 @@ DiscoveryRecord *makeRecord(const RendezvousEvent &event, PenChange change, std:
     return record.release();
 }
 
-/** In there a kill lets the thread run on where it cannot stop it: the listener may be gone by then. */
+/** A kill may fail to stop a thread that is inside a callback, and the listener may be gone when the callback
+ *  returns. Therefore this function must not be a member and must not touch the listener afterwards. */
 void callHost(PenArrivedCallback callback, DiscoveryHandle *record, void *context)
 {
     const ForeignCode call;
@@ -103,7 +104,7 @@ void RendezvousListener::serve()
 
 void RendezvousListener::connectWithWait()
 {
-    // A wait that succeeded is followed by a fresh connection and subscription all the same.
+    // Deliberately, the loop connects and subscribes once more after a successful wait, on a new socket.
     while (!m_pRVClient->connectToRendezvousServer())
         m_pRVClient->waitForRendezvousServer();
 }
@@ -111,13 +112,13 @@ void RendezvousListener::connectWithWait()
 void RendezvousListener::announcePresentPens()
 {
     for (const RendezvousEvent &event : presentPens()) {
-        // However many pens there are, a stop waits for one callback only.
+        // Test for a stop before every pen, so that a stop waits for one callback at most.
         if (isStopRequested())
             return;
         if (event.command != RendezvousCommand::Connect)
             continue;
         if (!IsSupportedPen(event.pspVersions, event.penSwVersion)) {
-            // Those behind it are not announced either: hosts rely on the order of the list.
+            // The pens after it in the list are not announced either. Hosts rely on this.
             LogInfo("Unsuported pen enumerated.");
             return;
         }
@@ -213,8 +214,8 @@ void RendezvousListener::announceArrival(const RendezvousEvent &event)
 
 void RendezvousListener::announceDeparture(const RendezvousEvent &event)
 {
-    // Asks for the one callback and calls the other: a host that takes no arrivals hears of no
-    // departure either.
+    // This tests the arrival callback but calls the departure callback: a host without an arrival callback is
+    // not told of departures either.
     if (m_arrived == nullptr)
         return;
     callHost(m_departed, makeRecord(event, PenChange::Departed, 0), m_callbackContext);

@@ -14,26 +14,32 @@ namespace zel {
 
 class LThread;
 
-/** What tells one mode's listener from the other's: the names in its log texts, and the mode of its
- *  client. What a thread does after a failure is the thread's own. */
+/** The difference between the ordinary listener and that of firmware-upgrade mode: the names in log texts,
+ * and the mode of the client. What happens after a failure is up to the thread class. */
 struct ListenerProfile {
     const char *listenerName;
     const char *threadName;
     bool dfuMode;
 };
 
-/** Turns what the rendezvous server announces into calls of the host's two callbacks.
+/** Calls the host's callbacks for the pens that the rendezvous server announces.
  *
- *  Host threads call setCallbacks(), StartRendezvous() and StopRendezvous(), one at a time. One
- *  thread of its own runs serve(), hence calls the callbacks, one at a time. A stop is never lost,
- *  whatever that thread is doing; only a callback that does not return has its thread killed. */
+ *  Threads of the host call setCallbacks(), StartRendezvous() and StopRendezvous(), one at a time. The
+ * listener's own thread runs serve(), which calls the callbacks, one at a time. StopRendezvous() reaches that
+ * thread whatever it is doing. The thread is killed only if a callback does not return.
+ *
+ *      listener.setCallbacks(arrived, departed, context);
+ *      listener.StartRendezvous();
+ *      ...
+ *      listener.StopRendezvous();
+ */
 class RendezvousListener
 {
 public:
     static constexpr std::uint16_t kRendezvousPort = 3715;
     static constexpr net::Endpoint kRendezvousServer{net::toNetworkOrder(std::uint32_t{0x7f000001}),
                                                      net::toNetworkOrder(kRendezvousPort)};
-    /** How long a stop waits for the thread before it is killed. */
+    /** How long a stop waits for the thread before it kills it. */
     static constexpr std::uint32_t kStopTimeoutMilliseconds = 5000;
     static constexpr std::uint32_t kPauseMilliseconds = 10;
 
@@ -42,20 +48,20 @@ public:
     RendezvousListener(const RendezvousListener &) = delete;
     RendezvousListener &operator=(const RendezvousListener &) = delete;
 
-    /** Before the start only: nothing guards them. */
+    /** Call it before the start only: no lock protects the callbacks. */
     void setCallbacks(PenArrivedCallback arrived, PenDepartedCallback departed,
                       void *callbackContext) noexcept;
 
-    /** Kills a thread that still runs. False when memory or descriptors for the thread object are lacking;
-     *  throws ZELException when the system gives no thread. */
+    /** First kills a thread that still runs. Returns false when there is no memory or no descriptor for the
+     * thread object. Throws ZELException when the system cannot create a thread. */
     bool StartRendezvous();
     bool StopRendezvous();
 
-    // For the thread.
+    // The next two are for the listener's thread.
 
     bool isStopRequested() const noexcept { return m_stopRequested; }
-    /** Connects, announces the pens present, then each change, until a stop is requested or the
-     *  connection fails. Only rendezvous failures end here; other exceptions pass. */
+    /** Connects, announces the pens that are present, then every change, until a stop is requested or the
+     * connection fails. Throws ZELRendezvousException when the connection fails. */
     void serve();
 
 protected:

@@ -4,14 +4,14 @@
 #include <optional>
 #include <string_view>
 
-/** Numbers read as the C library's scanf conversions read them: leading blanks, a sign, as many digits as
- *  there are. Written here because the conversions differ between C libraries and cannot be kept within
- *  a line. Empty when there is no digit. */
+/** Reads numbers as scanf() does: leading blanks, a sign, then as many digits as there are. Not scanf()
+ * itself: C libraries differ, and scanf() would read past the end of a line. The result is empty when there
+ * is no digit. */
 namespace zel {
 
-/** "%d" */
+/** As scanf("%d"). */
 std::optional<std::int32_t> scanDecimal(std::string_view text) noexcept;
-/** "%x" of 64 bits, with an optional 0x; what does not fit gives all ones. */
+/** As scanf("%x") with 64 bits: 0x is optional, and a number that does not fit gives all ones. */
 std::optional<std::uint64_t> scanHexadecimal(std::string_view text) noexcept;
 
 } // namespace zel

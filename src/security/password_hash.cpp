@@ -11,12 +11,12 @@ namespace {
 
 constexpr std::size_t kBlockSize = Rijndael256::kBlockSize;
 constexpr std::size_t kPenIdSize = 8;
-// Room for the longest input, its zero byte and pen id, and for the zeros that fill the last block.
+// Large enough for the longest password, a zero byte, the pen id, and zeros up to the end of the last block.
 constexpr std::size_t kMaxInputLength = kMaxPasswordLength + 1 + kPenIdSize;
 using HashInput = WipedBytes<(kMaxInputLength / kBlockSize + 1) * kBlockSize>;
 
-/** Fills the input (password, zero byte, pen id with its most significant byte first) and gives
- *  its length. */
+/** Writes password, zero byte and pen id (most significant byte first) into the input, and returns the
+ * length. */
 std::size_t buildInput(const char *password, std::uint64_t penId, HashInput &input)
 {
     std::size_t length = 0;
@@ -30,7 +30,7 @@ std::size_t buildInput(const char *password, std::uint64_t penId, HashInput &inp
     return length;
 }
 
-/** One step of the construction: the block is the key, the digest so far the text that it encrypts. */
+/** One step of the hash: encrypts the digest so far, with the block of input as the key. */
 void chain(PasswordDigest &digest, Rijndael256::ConstBlock block)
 {
     PasswordDigest encrypted;
@@ -39,15 +39,14 @@ void chain(PasswordDigest &digest, Rijndael256::ConstBlock block)
         digest[i] ^= encrypted[i];
 }
 
-/** Kept out of line, so that its caller can wipe the stack that it used. */
+/** Not inlined, so that the caller can wipe the stack that this function used. */
 [[gnu::noinline]] PasswordDigest hashInput(const char *password, std::uint64_t penId)
 {
     HashInput input;
     const std::size_t length = buildInput(password, penId, input);
 
     PasswordDigest digest = kHashChainingValue;
-    // The last block is always there, filled up with zeros: an input of whole blocks is followed by
-    // one of zeros alone.
+    // "<=" is intended: an input that fills its last block exactly is followed by one more block of zeros.
     for (std::size_t offset = 0; offset <= length; offset += kBlockSize)
         chain(digest, Rijndael256::ConstBlock(&input[offset], kBlockSize));
     return digest;

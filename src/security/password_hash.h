@@ -6,14 +6,14 @@
 
 namespace zel {
 
-/** What unlocks a pen in place of its password. It is bound to one pen, and goes over the wire. */
+/** Sent to a pen instead of its password. It is valid for one pen only. */
 using PasswordDigest = std::array<std::uint8_t, 32>;
 
-/** Bytes of a password beyond this count are not part of it. */
+/** Further bytes of a password are ignored. */
 inline constexpr std::size_t kMaxPasswordLength = 255;
 
-/** The digest of a password (NUL-terminated) for the pen with this id. Leaves no trace of the
- *  password, of the hash's input or of any key in memory. Any thread. */
+/** The digest of a password (NUL-terminated) for the pen with this id. Afterwards neither the password, nor
+ * the input of the hash, nor a key is left in memory. Any thread. */
 PasswordDigest hashPassword(const char *password, std::uint64_t penId);
 
 } // namespace zel

@@ -6,13 +6,13 @@ namespace zel {
 
 namespace {
 
-// A column is held in a word, its row 0 in the most significant byte.
+// A column is stored in a 32-bit word, with row 0 in the most significant byte.
 using ByteTable = std::array<std::uint8_t, 256>;
 using WordTable = std::array<std::uint32_t, 256>;
 
 constexpr std::size_t kKeyWords = Rijndael256::kKeySize / 4;
 
-/** Times x in GF(2^8) modulo x^8 + x^4 + x^3 + x + 1. */
+/** Multiplies by x in GF(2^8) modulo x^8 + x^4 + x^3 + x + 1. */
 constexpr std::uint8_t timesX(std::uint8_t a)
 {
     return static_cast<std::uint8_t>((a << 1) ^ ((a & 0x80) != 0 ? 0x1B : 0));
@@ -28,7 +28,7 @@ constexpr std::uint8_t multiply(std::uint8_t a, std::uint8_t b)
     return product;
 }
 
-/** a to the power 254, which is its inverse in a field of 256 elements (and maps 0 to 0). */
+/** a to the power of 254, which is the inverse of a in GF(2^8); 0 gives 0. */
 constexpr std::uint8_t invert(std::uint8_t a)
 {
     std::uint8_t inverse = 1;
@@ -52,7 +52,7 @@ constexpr std::uint32_t word(std::uint8_t row0, std::uint8_t row1, std::uint8_t 
     return std::uint32_t{row0} << 24 | std::uint32_t{row1} << 16 | std::uint32_t{row2} << 8 | row3;
 }
 
-/** The byte in a row of a column. */
+/** The byte of one row of a column. */
 constexpr std::uint8_t row(std::uint32_t column, int number)
 {
     return static_cast<std::uint8_t>(column >> (24 - 8 * number));
@@ -68,7 +68,7 @@ constexpr ByteTable makeSBox()
 
 constexpr ByteTable kSBox = makeSBox();
 
-/** Substitution and MixColumns of a byte in row 0; those of the other rows are its rotations. */
+/** SubBytes and MixColumns for a byte in row 0. For the other rows, rotate the result. */
 constexpr WordTable makeMixTable()
 {
     WordTable table{};
@@ -97,14 +97,14 @@ void store(std::uint32_t column, std::uint8_t *bytes)
         bytes[i] = row(column, i);
 }
 
-/** The cipher's working state. It is wiped with the scope: it begins as the block XOR the key. */
+/** The cipher's working state. It starts as block XOR key, so it is wiped at the end of its scope. */
 struct State {
     std::array<std::uint32_t, 8> columns;
 
     ~State() { secureWipe(columns.data(), sizeof columns); }
 
-    /** ShiftRows with the offsets of an eight-column block: the column that ends up in place i takes
-     *  its rows from the columns i, i + 1, i + 3 and i + 4. */
+    /** ShiftRows for a block of eight columns: column i takes its rows from the columns i, i + 1, i + 3 and i
+     * + 4. */
     std::uint32_t shifted(std::size_t i) const
     {
         return (columns[i] & 0xFF000000) | (columns[(i + 1) % 8] & 0x00FF0000) |

@@ -9,9 +9,8 @@
 
 namespace zel {
 
-/** The Rijndael cipher with a block of 256 bits and a key of 256 bits: 14 rounds. Encryption only;
- *  the password hash needs no more.
- *  The key schedule lives as long as the object and is wiped with it. One thread per object. */
+/** The Rijndael cipher with blocks and keys of 256 bits, 14 rounds. It can only encrypt, because the password
+ * hash needs no more. The destructor wipes the key schedule. One thread per object. */
 class Rijndael256
 {
 public:
@@ -25,7 +24,7 @@ public:
     Rijndael256(const Rijndael256 &) = delete;
     Rijndael256 &operator=(const Rijndael256 &) = delete;
 
-    /** The two blocks may be the same one. */
+    /** Both arguments may be the same block. */
     void encrypt(ConstBlock plain, Block cipher) const;
 
 private:

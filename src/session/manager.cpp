@@ -14,14 +14,15 @@ namespace {
 
 constexpr ListenerProfile kProfile{"RendezvousListener", "RendezvousThread", false};
 
-// No owner that a process's end destroys: without zelExit the listener runs until the last moment.
+// A raw pointer on purpose: nothing destroys the manager when the process exits. Without zelExit its listener
+// runs until the end.
 CZELManager *s_manager = nullptr;
 
-/** Serves again after every rendezvous failure until a stop is requested. */
+/** The listener's thread. After each rendezvous failure it starts over, until a stop is requested. */
 class RendezvousThread : public LThread
 {
 public:
-    /** The listener is borrowed and outlives the thread. */
+    /** The listener is borrowed and must outlive the thread. */
     explicit RendezvousThread(RendezvousListener &listener) : LThread(false), m_listener(&listener) {}
 
     void run() override

@@ -10,27 +10,28 @@ namespace zel {
 
 class PspClient2;
 
-/** The library's root object from zelInitialize to zelExit: the listener that announces pens to the
- *  host, and the way to a pen's service. It keeps no list of pens: the records and handles that the
- *  host holds are the only ones. */
+/** The library's root object, from zelInitialize to zelExit. It is the listener that announces pens to the
+ * host, and it connects to pens. It keeps no list of pens: the host's records and handles are the only ones.
+ */
 class CZELManager : public RendezvousListener
 {
 public:
     explicit CZELManager(const net::Endpoint &rendezvousServer = kRendezvousServer);
 
-    /** A client connected to a pen's service (address in network byte order). A failure passes as
-     *  the client's exception. */
+    /** Returns a client that is connected to a pen's service. The address is in network byte order. Throws as
+     *  PspClientBase::connect() does. */
     std::unique_ptr<PspClient2> connectPen(std::uint32_t address, std::uint16_t port);
-    /** Disconnects and destroys the handle's client; false when it has none. */
+    /** Disconnects and destroys the handle's client. Returns false when the handle has none. */
     bool disconnectPen(::PenHandle &pen);
 
 protected:
     std::unique_ptr<LThread> makeThread() override;
 };
 
-/** The one manager, or null. Any thread may ask; who uses it while zelExit destroys it is at fault. */
+/** The one manager, or null. Any thread may call it, but nobody may use the manager while zelExit destroys
+ * it. */
 CZELManager *manager() noexcept;
-/** Publishes a manager, or destroys the present one (null). */
+/** Sets the manager; null destroys the present one. */
 void setManager(std::unique_ptr<CZELManager> manager) noexcept;
 
 } // namespace zel
