@@ -2,7 +2,9 @@
 // allocation that fails, and a log observer that throws.
 #include "allocation_watch.h"
 
+#include "dfu/dfu_client.h"
 #include "dfu/dfu_listener.h"
+#include "psp/psp_client2.h"
 #include "session/pen_handle.h"
 #include "support/connected_pen.h"
 #include "sys/log.h"
@@ -14,6 +16,8 @@
 #include <ostream>
 #include <stdexcept>
 #include <string>
+#include <type_traits>
+#include <utility>
 #include <vector>
 
 namespace faults {
@@ -32,6 +36,15 @@ void onLog(zel::LogLevel level, std::string_view text)
 }
 
 void noAnnouncement(DiscoveryHandle *, void *) {}
+
+// zelDisconnectPen, zelDfuDisconnectPen and the zelFree... functions have no case: nothing that they call can
+// throw.
+template <class Client>
+constexpr bool kDisconnectsWithoutThrowing = noexcept(std::declval<Client &>().setPenConnected(
+                                                 false)) &&noexcept(std::declval<Client &>().disconnect()) &&
+                                             std::is_nothrow_destructible_v<Client>;
+static_assert(kDisconnectsWithoutThrowing<zel::PspClient2>);
+static_assert(kDisconnectsWithoutThrowing<zel::DfuClient>);
 
 enum class Cause { FailingAllocation, ThrowingObserver };
 

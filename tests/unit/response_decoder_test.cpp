@@ -33,15 +33,31 @@ ResponseDecoderV1_0 decoderOf(const Bytes &bytes)
     return ResponseDecoderV1_0(stream);
 }
 
-std::string ioTextOf(const Bytes &bytes)
+template <class Action>
+std::string ioTextOfAction(Action action)
 {
     try {
-        decoderOf(bytes);
+        action();
     } catch (const IOException &exception) {
         return exception.what();
     }
     return "nothing was thrown";
 }
+
+std::string ioTextOf(const Bytes &bytes)
+{
+    return ioTextOfAction([&] { decoderOf(bytes); });
+}
+
+/** A decoder whose steps can be taken once more. */
+class SteppedDecoder : public ResponseDecoderV1_0
+{
+public:
+    using ResponseDecoderV1_0::parseBody;
+    using ResponseDecoderV1_0::parseHeader;
+    using ResponseDecoderV1_0::parseInstructions;
+    using ResponseDecoderV1_0::ResponseDecoderV1_0;
+};
 
 } // namespace
 
@@ -169,12 +185,21 @@ TEST(ResponseDecoder, StreamThatIsBadAlreadyIsRefused)
 {
     std::istringstream stream = streamOf(kTwoInstructions);
     stream.setstate(std::ios::badbit);
-    try {
-        ResponseDecoderV1_0 decoder(stream);
-        FAIL() << "nothing was thrown";
-    } catch (const IOException &exception) {
-        EXPECT_STREQ(exception.what(), "ResponseDecoderV1_0::ctor - bad input stream");
-    }
+    EXPECT_EQ(ioTextOfAction([&] { ResponseDecoderV1_0 decoder(stream); }),
+              "ResponseDecoderV1_0::ctor - bad input stream");
+}
+
+TEST(ResponseDecoder, EachStepRefusesAStreamThatIsBad)
+{
+    std::istringstream stream = streamOf(kTwoInstructions);
+    SteppedDecoder decoder(stream);
+    stream.setstate(std::ios::badbit);
+    EXPECT_EQ(ioTextOfAction([&] { decoder.parseHeader(); }),
+              "ResponseDecoderV1_0::parseHeader - bad input stream");
+    EXPECT_EQ(ioTextOfAction([&] { decoder.parseBody(); }),
+              "ResponseDecoderV1_0::parseBody - bad input stream");
+    EXPECT_EQ(ioTextOfAction([&] { decoder.parseInstructions(); }),
+              "ResponseDecoderV1_0::parseInstructions - bad input stream");
 }
 
 TEST(ResponseDecoder, SkippingPastTheEndIsFoundBehindTheHeaderAndBehindTheInstructions)

@@ -33,6 +33,7 @@ void ResponseDecoderV1_0::requireGood(const char *operation) const
 
 void ResponseDecoderV1_0::parseHeader()
 {
+    requireGood("parseHeader");
     const std::uint16_t headerLength = m_in.readShort();
     m_instructionHeaderLength = m_in.readShort();
     m_argumentHeaderLength = m_in.readShort();
@@ -50,6 +51,7 @@ void ResponseDecoderV1_0::parseBody()
 
 void ResponseDecoderV1_0::parseInstructions()
 {
+    requireGood("parseInstructions");
     ByteSource source(m_in);
     ValueDecoder values(source, m_valueHeaderLength);
     for (int i = 0; i < m_instructionCount; ++i)

@@ -31,10 +31,14 @@ public:
 
     const InstructionList &getInstructions() const override { return m_instructions; }
 
-private:
+protected:
+    // Each step tells by its own name that the stream is bad already, in whatever order a class that derives
+    // from this one takes them.
     void parseHeader();
     void parseBody();
     void parseInstructions();
+
+private:
     std::unique_ptr<Instruction> parseInstruction(ByteSource &in, ValueDecoder &values) const;
     void requireGood(const char *operation) const;
 
