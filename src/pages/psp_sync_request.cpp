@@ -27,33 +27,29 @@ void PspSyncRequest::setPenId(std::uint64_t penId)
 
 void PspSyncRequest::addProperty(std::uint16_t id, std::unique_ptr<Value> value)
 {
-    if (m_encoder != nullptr)
-        m_encoder->addEntry(id, std::move(value));
+    m_encoder->addEntry(id, std::move(value));
 }
 
 void PspSyncRequest::addPage(PenPageStrokes page)
 {
-    if (m_encoder != nullptr)
-        m_encoder->setPageData(page.address(), page.takeStrokes());
+    m_encoder->setPageData(page.address(), page.takeStrokes());
 }
 
 void PspSyncRequest::addPages(StrokesList pages)
 {
-    if (m_encoder != nullptr)
-        m_encoder->expectPages(pages.size());
+    m_encoder->expectPages(pages.size());
     for (PenPageStrokes &page : pages)
         addPage(std::move(page));
 }
 
 std::size_t PspSyncRequest::encodedSize() const
 {
-    return m_encoder != nullptr ? m_encoder->encodedSize() : 0;
+    return m_encoder->encodedSize();
 }
 
 void PspSyncRequest::encodeTo(std::span<std::uint8_t> block)
 {
-    if (m_encoder != nullptr)
-        m_encoder->encodeTo(block);
+    m_encoder->encodeTo(block);
 }
 
 } // namespace zel

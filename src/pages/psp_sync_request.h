@@ -31,7 +31,6 @@ public:
     void encodeTo(std::span<std::uint8_t> block);
 
 private:
-    /** Null when the protocol driver has none: the request stays empty. */
     std::unique_ptr<RequestEncoder> m_encoder;
 };
 
