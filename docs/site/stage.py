@@ -45,6 +45,7 @@ PAGES = {
     "building": "docs/building.md",
     "architecture": "docs/architecture.md",
     "glossary": "docs/glossary.md",
+    "recipes": "docs/recipes.md",
     "testing": "docs/testing.md",
     "fuzzing": "docs/fuzzing.md",
     "benchmarks": "docs/benchmarks.md",

@@ -21,4 +21,25 @@ for document in $(git ls-files '*.md'); do
     expect "$document links to files that exist" links_exist "$document"
 done
 
+# listed DOCUMENT FORM NAME...: whether the document has each name, in a form where % stands for it
+listed() {
+    local document=$1 form=$2 name missing=0
+    shift 2
+    for name in "$@"; do
+        grep -qF -- "${form//%/$name}" "$document" || { printf 'not in %s: %s\n' "$document" "$name"; missing=1; }
+    done
+    return $missing
+}
+folders_of() { git ls-files "$1" | cut -d/ -f2 -s | sort | uniq -c | awk '{ print $2 }' | grep -v '\.'; }
+mapfile -t documents < <(cd docs && git ls-files '*.md' | grep -vE '^README|/')
+expect "docs/README.md lists every document" listed docs/README.md '](%)' "${documents[@]}"
+mapfile -t folders < <(folders_of tests)
+# shellcheck disable=SC2016 # the quotes are Markdown's
+expect "docs/testing.md lists every folder of tests" listed docs/testing.md '`tests/%`' "${folders[@]}"
+mapfile -t presets < <(sed -n 's/.*"configurePreset": "\([^"]*\)".*/\1/p' CMakePresets.json | sort -u)
+# shellcheck disable=SC2016
+expect "docs/building.md lists every preset" listed docs/building.md '| `%` |' "${presets[@]}"
+expect "there were documents, folders and presets to look for" \
+    [ $((${#documents[@]} > 5 && ${#folders[@]} > 10 && ${#presets[@]} > 5)) = 1 ]
+
 end_cases
