@@ -36,13 +36,18 @@ def title(text, line="="):
     return f"{text}\n{line * len(text)}\n\n"
 
 
+def own_cause(result):
+    """What the function says of the code, with its first words in full."""
+    return re.sub(r"^a null(?=$|,)", "a null pointer", result.cause)
+
+
 def cause(header, writer, function, result):
     """What brings a result code from a function."""
     common = header.common[result.code]
     # "... zelInitialize ...; for the zelDfu... functions ... zelDfuInit ..."
     ordinary, _, upgrade = common.partition("; for the zelDfu... functions ")
     common = upgrade if upgrade and function.name.startswith("zelDfu") else ordinary
-    own = result.cause
+    own = own_cause(result)
     if result.code == "ZEL_OK":
         return writer.sentence("the function did what it is for" + (f"; {own}" if own else ""))
     if result.code == "ZEL_ERR_NOT_INITIALIZED" and not own.startswith("also"):
@@ -143,7 +148,7 @@ def codes_page(header, writer):
                if result.code == code.name and result.cause and not re.fullmatch(r"a null|\w+ is null", result.cause)]
         page += f"{len(functions)} functions return it.\n\n"
         if own:
-            rows = "".join(f"   * - :c:func:`{function.name}`\n     - {writer.sentence(result.cause)}\n"
+            rows = "".join(f"   * - :c:func:`{function.name}`\n     - {writer.sentence(own_cause(result))}\n"
                            for function, result in own)
             page += (".. list-table::\n   :class: results\n   :header-rows: 1\n   :widths: 38 62\n\n"
                      f"   * - Function\n     - What it says of it\n{rows}\n")

@@ -187,6 +187,18 @@ def test_the_commands_within_sentences_exist():
     assert problems == []
 
 
+def test_the_commands_for_pensim_are_taken():
+    """Those with a number for a pen; the others are forms."""
+    commands = [(f"{file}:{line}", text) for file, line, text in code_spans()
+                if re.match(r"(set|fault|busy|lock|undock|dock|pages|drop|clear|password) \d|rendezvous \w+$", text)]
+    assert len(commands) > 8
+    told = subprocess.run([BUILD / "bin" / "pensim", "--port", "0", "--quit-at-end"], text=True, capture_output=True,
+                          input="".join(text + "\n" for _, text in commands), timeout=60).stdout
+    answers = [line for line in told.splitlines() if line == "ok" or line.startswith("error")]
+    assert len(answers) == len(commands)
+    assert [(where, text, answer) for (where, text), answer in zip(commands, answers) if answer != "ok"] == []
+
+
 def test_a_test_in_a_network_of_its_own_runs(tmp_path):
     lines = [line for block in blocks("sh", "") for line in block.text.split("\n") if line.startswith("unshare ")]
     assert lines
