@@ -22,7 +22,6 @@ def test_the_header_tells_it():
 
 
 def test_the_library_tells_it():
-    assert f'"{API}"' in read("src/api/frame_exports.cpp")
     assert run(BUILD / "bin" / "penctl", "--version").strip().endswith(API)
 
 
