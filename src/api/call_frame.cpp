@@ -81,7 +81,7 @@ std::uint32_t CallFrame::guard(const PenHandle *pen, CallBody body) const noexce
 }
 
 /** Turns exceptions into result codes as the member catches says. All other exceptions leave this function,
- * also those that the handlers throw. */
+ *  also those that the handlers throw. */
 std::uint32_t CallFrame::translate(const PenHandle *pen, CallBody body) const
 {
     try {

@@ -13,7 +13,7 @@ namespace zel {
 enum class Needs { Nothing, Manager, DfuManager, AnyManager };
 
 /** Which exceptions an export turns into their own result codes. Each value includes those before it. Every
- * other exception gives ZEL_ERR_UNEXPECTED. */
+ *  other exception gives ZEL_ERR_UNEXPECTED. */
 enum class Catches { Nothing, Connection, LockedPen, UnknownInstruction };
 
 // Tests for an export's pointer arguments. Each returns whether the pointer was given. preset() and cleared()
@@ -63,7 +63,7 @@ private:
 };
 
 /** A reference to the body of an export: any callable that returns a result code. CallFrame::run() takes this
- * class and is no template itself, so its code exists only once. */
+ *  class and is no template itself, so its code exists only once. */
 class CallBody
 {
 public:
@@ -82,11 +82,11 @@ private:
 };
 
 /** What all exports have in common. run() tests the arguments and the pen's version, logs the name, calls the
- * body, and turns exceptions into result codes; no exception leaves it. A cancellation of the thread (POSIX)
- * takes effect after the body. The members say how an export differs from the others. Texts that are not set
- * are composed of the log name;
+ *  body, and turns exceptions into result codes; no exception leaves it. A cancellation of the thread (POSIX)
+ *  takes effect after the body. The members say how an export differs from the others. Texts that are not set
+ *  are composed of the log name;
  *  "%s" in connectionText is replaced by the text of the exception. Make it a constexpr constant of its
- * export, so that its texts are composed at compile time:
+ *  export, so that its texts are composed at compile time:
  *
  *      uint32_t zelSetWakeUpTime(PenHandle *pen, uint32_t seconds)
  *      {

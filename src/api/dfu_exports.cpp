@@ -65,7 +65,7 @@ uint32_t readRecord(const CallFrame &frame, DfuPenHandle *pen, DfuRequest reques
 }
 
 /** The size of a firmware block. The host lays it out as block number (16 bits), count of data bytes (16
- * bits), data. */
+ *  bits), data. */
 std::uint32_t sizeOfBlock(const std::uint8_t *block)
 {
     std::uint16_t header[2];

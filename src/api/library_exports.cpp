@@ -16,7 +16,7 @@ constexpr char kApiVersion[] = "1.0.0.0_6";
 constexpr std::int16_t kUsbIdsVersion = 0x0503;
 
 /** The frame of exports that do not talk to a pen: they do not log their name and have no result codes for
- * single exceptions. */
+ *  single exceptions. */
 constexpr CallFrame quietFrame(const char *logName, Needs needs)
 {
     return {.logName = logName, .needs = needs, .entryMark = CallFrame::kNoMark, .catches = Catches::Nothing};

@@ -13,7 +13,7 @@ using namespace zel;
 namespace {
 
 /** Without addresses, fetches every page. A pen without a client gives ZEL_ERR_INVALID_ARGUMENT and no log
- * text. */
+ *  text. */
 uint32_t getPages(PenHandle *pen, std::optional<const char *> addresses, ProgressCallback progress,
                   uint8_t **data, uint32_t *length)
 {

@@ -16,7 +16,7 @@ using namespace zel;
 namespace {
 
 /** Does not ask a locked pen, which would not answer. A pen whose lock status cannot be read counts as
- * locked. */
+ *  locked. */
 uint32_t readSoftwareVersion(PenHandle *pen)
 {
     static constexpr CallFrame frame{

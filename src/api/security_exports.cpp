@@ -13,7 +13,7 @@ using namespace zel;
 namespace {
 
 /** The frame of these exports. Pens support the operations since one software version, but some newer pens
- * still answer that they do not know them. */
+ *  still answer that they do not know them. */
 constexpr CallFrame securityFrame(const char *name)
 {
     return {.logName = name, .minVersion = 0x0503, .catches = Catches::UnknownInstruction};

@@ -8,7 +8,7 @@
 namespace zel {
 
 /** The operations of a pen in firmware-upgrade mode. Each is one exchange. They correspond to the class
- * requests in the USB Device Firmware Upgrade specification. Results are never null pointers. */
+ *  requests in the USB Device Firmware Upgrade specification. Results are never null pointers. */
 class DfuClient : public PspClientBase
 {
 public:

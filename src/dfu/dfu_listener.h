@@ -8,7 +8,7 @@
 namespace zel {
 
 /** The listener for pens in firmware-upgrade mode, from zelDfuInit to zelDfuExit. It is independent of the
- * ordinary listener and ends with the first rendezvous failure. */
+ *  ordinary listener and ends with the first rendezvous failure. */
 class DfuRendezvousListener : public RendezvousListener
 {
 public:
@@ -32,7 +32,7 @@ private:
 };
 
 /** The one listener of this mode, or null. Any thread may call it, but nobody may use the listener while
- * zelDfuExit destroys it. */
+ *  zelDfuExit destroys it. */
 DfuRendezvousListener *dfuListener() noexcept;
 /** Sets the listener; null destroys the present one. */
 void setDfuListener(std::unique_ptr<DfuRendezvousListener> listener) noexcept;

@@ -7,8 +7,8 @@
 #include <string>
 
 /** TCP sockets, with the same functions on both platforms. Errors have Winsock's numbers on both. Every call
- * with kNoSocket fails with kErrorNotSocket. Any thread. Only shutdown() may be called while another thread
- * is in a call on the same socket. */
+ *  with kNoSocket fails with kErrorNotSocket. Any thread. Only shutdown() may be called while another thread
+ *  is in a call on the same socket. */
 namespace zel::net {
 
 /** A socket handle; log texts print it with "%d". kNoSocket (0) means no socket. */
@@ -51,7 +51,7 @@ constexpr std::uint32_t toNetworkOrder(std::uint32_t value) noexcept
 std::string dottedAddress(std::uint32_t networkOrderAddress);
 
 /** Starts Winsock 2.0; does nothing on other systems. A failure is only logged, because the next socket call
- * then fails and is reported. */
+ *  then fails and is reported. */
 void startUp();
 void cleanUp() noexcept;
 
@@ -63,7 +63,7 @@ SocketHandle createTcpSocket() noexcept;
 /** Returns 0, or kSocketError. */
 int connect(SocketHandle socket, const Endpoint &endpoint) noexcept;
 /** The same, but gives up with kErrorInterrupted soon after the flag is set, or at once if it is set already.
- * The socket can then only be closed. */
+ *  The socket can then only be closed. */
 int connect(SocketHandle socket, const Endpoint &endpoint, const std::atomic<bool> &stop) noexcept;
 /** Sets TCP_NODELAY, so that small segments are sent without delay. A failure is ignored. */
 void setNoDelay(SocketHandle socket) noexcept;
@@ -72,7 +72,7 @@ int send(SocketHandle socket, const void *data, std::size_t length) noexcept;
 /** Returns the number of bytes received, 0 when the peer closed the connection, or kSocketError. */
 int recv(SocketHandle socket, void *data, std::size_t length) noexcept;
 /** Also wakes other threads that are blocked in a call on the socket, even where the platform's own shutdown
- * does not. */
+ *  does not. */
 int shutdown(SocketHandle socket, ShutdownDirection direction) noexcept;
 int close(SocketHandle socket) noexcept;
 

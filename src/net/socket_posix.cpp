@@ -70,7 +70,7 @@ constexpr std::array kErrors{
 };
 
 /** Handle 0 means "no socket". On POSIX systems 0 is a valid descriptor, usually standard input, so it must
- * not be used. */
+ *  not be used. */
 bool refused(SocketHandle socket) noexcept
 {
     if (socket == kNoSocket)
@@ -104,7 +104,7 @@ sockaddr_in addressOf(const Endpoint &endpoint) noexcept
 }
 
 /** Connects. If the last attempt on this socket was refused, connect() may first report that old error; then
- * tries again. */
+ *  tries again. */
 template <class Attempt>
 int connectInTwo(Attempt attempt) noexcept
 {

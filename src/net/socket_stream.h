@@ -7,8 +7,8 @@
 namespace zel {
 
 /** A std::iostream over a connected socket. The socket is borrowed: the destructor does not close it. An
- * IOException of the buffer leaves the stream's operations (its exception mask is badbit); end of file only
- * sets the stream's state. One thread at a time. */
+ *  IOException of the buffer leaves the stream's operations (its exception mask is badbit); end of file only
+ *  sets the stream's state. One thread at a time. */
 class SocketStream : public std::iostream
 {
 public:

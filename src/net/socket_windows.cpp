@@ -46,7 +46,7 @@ sockaddr_in addressOf(const Endpoint &endpoint) noexcept
 }
 
 /** Connects. Under Wine, if the last attempt on this socket was refused, connect() may first report that old
- * error; then tries again. */
+ *  error; then tries again. */
 template <class Attempt>
 int connectInTwo(Attempt attempt) noexcept
 {
@@ -61,7 +61,7 @@ bool setBlocking(SOCKET socket, bool blocking) noexcept
 }
 
 /** Waits for the result of a pending connect. The system's event for it (FD_CONNECT) cannot be used: it is
- * set only for a socket's first connect. */
+ *  set only for a socket's first connect. */
 int awaitConnect(SOCKET socket, const std::atomic<bool> &stop) noexcept
 {
     fd_set connected;

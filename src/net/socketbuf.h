@@ -9,7 +9,7 @@
 namespace zel {
 
 /** The stream buffer of SocketStream. The socket is borrowed. It sends only when its put area is full or on
- * sync(), and calls recv() once for each refill. */
+ *  sync(), and calls recv() once for each refill. */
 class socketbuf : public std::streambuf
 {
 public:
@@ -24,7 +24,7 @@ protected:
     int_type pbackfail(int_type character) override;
     int_type underflow() override;
     /** Copies what the buffer holds. While at least a whole buffer is missing after that, receives directly
-     * into the target; such bytes cannot be put back. */
+     *  into the target; such bytes cannot be put back. */
     std::streamsize xsgetn(char *target, std::streamsize count) override;
     int sync() override;
 

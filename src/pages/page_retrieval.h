@@ -16,31 +16,35 @@
 
 namespace zel {
 
-/** The page data that a retrieval made; the block goes to the host. */
+/** The result of a retrieval. The host gets the block. */
 struct PageData {
     std::unique_ptr<std::uint8_t[]> block;
     std::uint32_t length = 0;
 };
 
-/** The pages that a pen holds, ascending by address. */
+/** The pages that the pen has strokes for, in ascending order of their addresses. */
 PageList listPagesSorted(PspClient2 &psp);
-/** Of the strokes that the pen says it holds, cut to 32 bits. */
+/** The sum of the pages' sizes as the pen tells them, cut to 32 bits. */
 std::uint32_t totalBytes(const PageList &pages) noexcept;
 
-/** One retrieval of a pen's pages: opens the pen's sync session, fetches strokes, stylo pages and
- *  identifying properties, ends the session and packs everything into one request. Every path that
- *  opened the session ends it. Runs, progress callbacks included, on the caller's thread. */
+/** Fetches a pen's pages: begins a sync session, fetches strokes, stylo pages and some properties, ends the
+ *  session, and packs everything into one request. A session that was begun is always ended. Everything runs
+ *  on the caller's thread, the progress callback too.
+ *
+ *      PageData data;
+ *      const std::uint32_t code = PageRetrieval(psp, penId, serial, progress).run(std::nullopt, data);
+ */
 class PageRetrieval
 {
 public:
-    /** The pen's text is what the progress callback (which may be null) is given. */
+    /** The text is passed to the progress callback, which may be null. */
     PageRetrieval(PspClient2 &psp, std::uint64_t penId, const char *penText, ProgressCallback progress)
         : m_psp(psp), m_penId(penId), m_penText(penText), m_progress(progress)
     {
     }
 
-    /** A result code; the data is untouched unless that is ZEL_OK. Without addresses every page is
-     *  fetched. Exceptions leave only from opening and from ending the session. */
+    /** Returns a result code. Writes the data only if that is ZEL_OK. Without addresses, fetches every page.
+     *  Only beginning and ending the session throw exceptions; every other failure becomes a result code. */
     std::uint32_t run(std::optional<std::string_view> addresses, PageData &data);
 
 private:

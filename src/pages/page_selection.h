@@ -9,14 +9,15 @@
 
 namespace zel {
 
-/** Addresses that a list asks for: one for each ";", and one more for a rest that holds a ".". */
+/** How many addresses the host's list contains: one for each ";", and one more if there is a "." after the
+ *  last ";". */
 std::size_t requestedPageCount(std::string_view list) noexcept;
 
-/** For each text whether it occurs anywhere in the list, as a plain search for it would tell: also
- *  inside a longer address. The texts hold no ";". Linear in the list and the texts. */
+/** Tells for each text whether it occurs in the list, even as a part of a longer address. The texts must not
+ *  contain ";". The time is proportional to the length of the list and the texts. */
 std::vector<bool> occurrences(std::string_view list, const std::vector<std::string> &texts);
 
-/** The pages whose address text occurs in the list, in their order. */
+/** The pages whose address occurs in the list, in the order of pages. */
 PageList selectPages(const PageList &pages, std::string_view list);
 
 } // namespace zel

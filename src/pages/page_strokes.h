@@ -10,7 +10,7 @@
 
 namespace zel {
 
-/** The strokes of one page. */
+/** A page's address and its strokes. */
 class PenPageStrokes
 {
 public:
@@ -23,10 +23,10 @@ public:
     void setAddress(const PageAddress &address) { m_address = address; }
     /** Takes a deep copy. */
     void setStrokes(const Value &strokes) { m_strokes = strokes.copy(); }
-    /** Takes the value over: strokes run to megabytes. */
+    /** Takes over the value, because strokes can be megabytes long. */
     void setStrokes(std::unique_ptr<Value> strokes) noexcept { m_strokes = std::move(strokes); }
     bool hasStrokes() const noexcept { return m_strokes != nullptr; }
-    /** Bytes of the strokes, 0 when there are none; throws ZELException when they are no run of bytes. */
+    /** The number of bytes; 0 without strokes. Throws ZELException when the value is not a binary. */
     std::uint32_t byteSize() const;
     const PageAddress &address() const noexcept { return m_address; }
     /** Null when there are none. */

@@ -7,15 +7,16 @@
 
 namespace zel {
 
-/** A page as the pen lists it: its address and the bytes of stroke data that the pen holds for it. */
+/** An item of the pen's list of pages: the page's address, and how many bytes of strokes the pen has for it.
+ */
 class PenPage
 {
 public:
-    /** Every field of the address missing, size 0. */
+    /** An address with all fields missing, and size 0. */
     PenPage() = default;
     PenPage(const PageAddress &address, std::uint32_t size) noexcept : m_address(address), m_size(size) {}
-    /** From a list of a long64 (raw address) and an int32 (size). A list of any other length leaves the
-     *  default; anything but a list, or items of other types, raise ZELException. */
+    /** From an array of two numbers: the raw address and the size. An array of another length gives the same
+     *  as the default constructor. Throws ZELException when the value is no array or an item is no number. */
     explicit PenPage(const Value &value);
     PenPage(const PenPage &) = default;
     virtual ~PenPage() = default;

@@ -11,9 +11,9 @@
 
 namespace zel {
 
-/** What a page retrieval hands to the host: one page-transaction request, addressed to pidget 549 of
- *  every page, that carries the pen's identity, its properties and the strokes of its pages. Values
- *  are taken over. One thread at a time. */
+/** The page data that a retrieval gives to the host. It is a page-transaction request to pidget 549 of every
+ *  page, with the pen's identity, its properties and the strokes of its pages. The request takes over the
+ *  values. One thread at a time. */
 class PspSyncRequest
 {
 public:
@@ -21,13 +21,14 @@ public:
 
     void setPenId(std::uint64_t penId);
     void addProperty(std::uint16_t id, std::unique_ptr<Value> value);
-    /** A page added again replaces the first one's strokes. */
+    /** When the same page is added again, its strokes replace the earlier ones. */
     void addPage(PenPageStrokes page);
     void addPages(StrokesList pages);
 
-    /** Both throw ZELException when the request has no wire form. */
+    /** Throws ZELException when the request cannot be encoded, as encodeTo() does. */
     std::size_t encodedSize() const;
-    /** Into a block of exactly encodedSize() bytes; each page is released as soon as it is written. */
+    /** Writes the request into a block of exactly encodedSize() bytes. Frees each page as soon as it is
+     *  written. */
     void encodeTo(std::span<std::uint8_t> block);
 
 private:

@@ -8,8 +8,8 @@
 namespace zel {
 
 /** What a callback receives for one pen that arrived or left. The host owns it from the callback on and
- * releases it with zelFreeDiscoveryHandle. The host sees only the two members of the base class, at fixed
- * offsets. */
+ *  releases it with zelFreeDiscoveryHandle. The host sees only the two members of the base class, at fixed
+ *  offsets. */
 struct DiscoveryRecord : ::DiscoveryHandle {
     std::string serial;
     std::string brand;

@@ -24,7 +24,7 @@ public:
     virtual ~PenPspVersions();
 
     /** Adds the version that the announced token names; spaces and letter case do not matter. An unknown
-     * token adds kUnknown. */
+     *  token adds kUnknown. */
     virtual void addFromText(std::string_view token);
     virtual void add(std::uint32_t id);
     virtual bool contains(std::uint32_t id) const;

@@ -11,7 +11,7 @@ constexpr std::int16_t kSoftwareOfR45Pen = 0x0503;
 constexpr std::int16_t kSoftwareOfR10DfuPen = 0x0100;
 
 /** Which kind of pen speaks version 4.0 with this software version; null for newer software, which is not
- * supported. */
+ *  supported. */
 const char *kindOfPsp40Pen(std::int16_t software)
 {
     if (software < kSoftwareOfR44Pen)

@@ -17,8 +17,8 @@ struct Name {
     const char *name;
 };
 
-// In the order in which the pens' vocabulary keeps them. The ids that the library uses are fixed by
-// the pens; the others continue the runs between those, as far as diagnostics need them.
+// In the order of the pens' own list. The ids that the library uses are fixed by the pens. The others are
+// numbered consecutively between those; only diagnostics use them.
 constexpr Name kNames[] = {
     {PEN_ID, "PEN_ID"},
     {PEN_SOFTWARE_VERSION, "PEN_SOFTWARE_VERSION"},
@@ -112,7 +112,7 @@ constexpr Name kNames[] = {
     {CERTIFICATE_AUTHENTICATOR, "CERTIFICATE_AUTHENTICATOR"},
 };
 
-/** One name for a range of ids: the member's index is filled into the pattern. */
+/** A range of ids with one pattern for their names, into which the index within the range is filled. */
 struct Family {
     std::uint16_t first;
     std::uint16_t last;

@@ -5,8 +5,7 @@
 
 namespace zel {
 
-/** The name of a pen property as diagnostics show it; "0x%04x" for an id that has none. No request
- *  carries a name and no operation depends on one. */
+/** The name of a property, for diagnostics only; "0x%04x" for an id without a name. */
 std::string propertyName(std::uint16_t id);
 
 } // namespace zel

@@ -9,8 +9,8 @@ namespace zel {
 
 class ValueEncoder;
 
-/** An argument of a request: a number, or a value that lives until the request is sent. An absent value is
- *  counted among a request's arguments and not sent. */
+/** An argument of a request: a number or a value. The value is borrowed until the request is sent. An absent
+ * value counts as an argument but is not sent. Numbers and values convert to it: execute(code, id, value). */
 class PspArgument
 {
 public:
@@ -22,11 +22,11 @@ public:
     PspArgument(const std::unique_ptr<Value> &value) noexcept : m_value(value.get()) {}
     // NOLINTEND(google-explicit-constructor)
 
-    /** Appends key and value, or nothing for an absent value. Throws ZELException as ValueEncoder does. */
+    /** Appends key and value; nothing for an absent value. Throws ZELException as ValueEncoder does. */
     void encode(ValueEncoder &out, std::uint8_t key) const;
 
 private:
-    ValueType m_type = ValueType::Null; // of the number
+    ValueType m_type = ValueType::Null; // the number's type
     std::uint64_t m_number = 0;
     const Value *m_value = nullptr;
 };

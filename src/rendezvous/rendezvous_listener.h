@@ -15,7 +15,7 @@ namespace zel {
 class LThread;
 
 /** The difference between the ordinary listener and that of firmware-upgrade mode: the names in log texts,
- * and the mode of the client. What happens after a failure is up to the thread class. */
+ *  and the mode of the client. What happens after a failure is up to the thread class. */
 struct ListenerProfile {
     const char *listenerName;
     const char *threadName;
@@ -26,7 +26,7 @@ struct ListenerProfile {
  *
  *  Threads of the host call setCallbacks(), StartRendezvous() and StopRendezvous(), one at a time. The
  * listener's own thread runs serve(), which calls the callbacks, one at a time. StopRendezvous() reaches that
- * thread whatever it is doing. The thread is killed only if a callback does not return.
+ *  thread whatever it is doing. The thread is killed only if a callback does not return.
  *
  *      listener.setCallbacks(arrived, departed, context);
  *      listener.StartRendezvous();
@@ -53,7 +53,7 @@ public:
                       void *callbackContext) noexcept;
 
     /** First kills a thread that still runs. Returns false when there is no memory or no descriptor for the
-     * thread object. Throws ZELException when the system cannot create a thread. */
+     *  thread object. Throws ZELException when the system cannot create a thread. */
     bool StartRendezvous();
     bool StopRendezvous();
 
@@ -61,7 +61,7 @@ public:
 
     bool isStopRequested() const noexcept { return m_stopRequested; }
     /** Connects, announces the pens that are present, then every change, until a stop is requested or the
-     * connection fails. Throws ZELRendezvousException when the connection fails. */
+     *  connection fails. Throws ZELRendezvousException when the connection fails. */
     void serve();
 
 protected:

@@ -5,8 +5,8 @@
 #include <string_view>
 
 /** Reads numbers as scanf() does: leading blanks, a sign, then as many digits as there are. Not scanf()
- * itself: C libraries differ, and scanf() would read past the end of a line. The result is empty when there
- * is no digit. */
+ *  itself: C libraries differ, and scanf() would read past the end of a line. The result is empty when there
+ *  is no digit. */
 namespace zel {
 
 /** As scanf("%d"). */

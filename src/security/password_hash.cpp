@@ -16,7 +16,7 @@ constexpr std::size_t kMaxInputLength = kMaxPasswordLength + 1 + kPenIdSize;
 using HashInput = WipedBytes<(kMaxInputLength / kBlockSize + 1) * kBlockSize>;
 
 /** Writes password, zero byte and pen id (most significant byte first) into the input, and returns the
- * length. */
+ *  length. */
 std::size_t buildInput(const char *password, std::uint64_t penId, HashInput &input)
 {
     std::size_t length = 0;

@@ -13,7 +13,7 @@ using PasswordDigest = std::array<std::uint8_t, 32>;
 inline constexpr std::size_t kMaxPasswordLength = 255;
 
 /** The digest of a password (NUL-terminated) for the pen with this id. Afterwards neither the password, nor
- * the input of the hash, nor a key is left in memory. Any thread. */
+ *  the input of the hash, nor a key is left in memory. Any thread. */
 PasswordDigest hashPassword(const char *password, std::uint64_t penId);
 
 } // namespace zel

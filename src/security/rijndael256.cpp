@@ -104,7 +104,7 @@ struct State {
     ~State() { secureWipe(columns.data(), sizeof columns); }
 
     /** ShiftRows for a block of eight columns: column i takes its rows from the columns i, i + 1, i + 3 and i
-     * + 4. */
+     *  + 4. */
     std::uint32_t shifted(std::size_t i) const
     {
         return (columns[i] & 0xFF000000) | (columns[(i + 1) % 8] & 0x00FF0000) |

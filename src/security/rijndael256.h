@@ -10,7 +10,7 @@
 namespace zel {
 
 /** The Rijndael cipher with blocks and keys of 256 bits, 14 rounds. It can only encrypt, because the password
- * hash needs no more. The destructor wipes the key schedule. One thread per object. */
+ *  hash needs no more. The destructor wipes the key schedule. One thread per object. */
 class Rijndael256
 {
 public:

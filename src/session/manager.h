@@ -11,7 +11,7 @@ namespace zel {
 class PspClient2;
 
 /** The library's root object, from zelInitialize to zelExit. It is the listener that announces pens to the
- * host, and it connects to pens. It keeps no list of pens: the host's records and handles are the only ones.
+ *  host, and it connects to pens. It keeps no list of pens: the host's records and handles are the only ones.
  */
 class CZELManager : public RendezvousListener
 {
@@ -29,7 +29,7 @@ protected:
 };
 
 /** The one manager, or null. Any thread may call it, but nobody may use the manager while zelExit destroys
- * it. */
+ *  it. */
 CZELManager *manager() noexcept;
 /** Sets the manager; null destroys the present one. */
 void setManager(std::unique_ptr<CZELManager> manager) noexcept;

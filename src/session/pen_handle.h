@@ -9,13 +9,13 @@
 #include <string>
 
 /** The host's handle for one pen, from zelConnectPen to zelDisconnectPen. It does not change when the pen
- * leaves. One thread at a time. */
+ *  leaves. One thread at a time. */
 struct PenHandle {
     /** Null after a failed connect. */
     std::unique_ptr<zel::PspClient2> client;
     std::uint64_t penId = 0;
     /** The announced version, or the version that the pen answered when none was announced. Compare it as a
-     * signed number. */
+     *  signed number. */
     std::uint16_t softwareVersion = 0;
     std::string serial;
 

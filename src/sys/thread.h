@@ -11,8 +11,8 @@ void sleepMilliseconds(std::uint32_t milliseconds);
 
 /** Marks a call of the host's code (a callback) on a thread of the library: construct one before the call, in
  *  the same scope. If the thread is killed during the call, it never returns from it: the destructor stops
- * the thread at the latest, also when the callback threw, and even if the callback blocked all signals. On
- * the host's own threads this class does nothing.
+ *  the thread at the latest, also when the callback threw, and even if the callback blocked all signals. On
+ *  the host's own threads this class does nothing.
  *
  *      const ForeignCode call;
  *      callback(record, context);
@@ -27,7 +27,7 @@ public:
 };
 
 /** While an object of this class lives, a cancellation of the calling thread (pthread_cancel) is delayed. For
- * a thread with asynchronous cancellation (PTHREAD_CANCEL_ASYNCHRONOUS) it takes effect in the destructor,
+ *  a thread with asynchronous cancellation (PTHREAD_CANCEL_ASYNCHRONOUS) it takes effect in the destructor,
  *  which the C library then leaves by unwinding the stack; therefore the destructor is noexcept(false). */
 class HeldCancellation
 {
@@ -69,10 +69,10 @@ public:
      *  Windows ends all other threads before it tells the DLLs that the process exits. */
     bool waitUntilEnded(std::uint32_t milliseconds);
     /** Stops the thread where it is: nothing is unwound, no lock that it holds is released, and its stack
-     * stays allocated. Returns false when there is no thread to stop. Afterwards the thread does not touch
-     * the library's memory any more, and the object may be deleted. A thread in the host's code that has
-     * blocked the signal keeps running there, and stops when it leaves that code (ForeignCode). Does not
-     * return when a thread calls it for itself. */
+     *  stays allocated. Returns false when there is no thread to stop. Afterwards the thread does not touch
+     *  the library's memory any more, and the object may be deleted. A thread in the host's code that has
+     *  blocked the signal keeps running there, and stops when it leaves that code (ForeignCode). Does not
+     *  return when a thread calls it for itself. */
     bool kill();
     /** Signalled when run() has returned. */
     LEvent &finished() noexcept { return m_finished; }

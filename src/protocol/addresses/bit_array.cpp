@@ -8,7 +8,7 @@ namespace {
 
 constexpr std::uint64_t kAllOnes = ~std::uint64_t{0};
 
-// As the processor shifts: only the low six bits of the count matter.
+// Shifts as the processor does: only the low six bits of the count matter.
 std::uint64_t shiftLeft(std::uint64_t value, std::int64_t count) noexcept
 {
     return value << (count & 63);
@@ -43,7 +43,7 @@ void BitArray::setBits(std::int32_t from, std::int32_t to, std::uint64_t value)
     if (value != kAllOnes && value != (value & widthMask(from, to)))
         throw ZELException("BitArray - bit value overflow");
     const std::uint64_t mask = fieldMask(from, to);
-    // Only the full field has an empty mask; writing it clears the word.
+    // Only the field 0..63 has an empty mask. Writing it clears the word.
     m_word = mask == 0 ? 0 : (m_word & ~mask) | (shiftLeft(value, from) & mask);
 }
 

@@ -4,9 +4,15 @@
 
 namespace zel {
 
-/** A 64-bit word read and written as numbered bit fields; bit 0 is the least significant, ranges are
- *  inclusive. Shift counts are taken modulo 64, so the field 0..63 has an empty mask: it reads as 0,
- *  and writing it clears the word. Callers use narrower fields. */
+/** Reads and writes bit fields of a 64-bit word. Bit 0 is the least significant; a field from..to includes
+ *  both bits.
+ *
+ *      BitArray word;
+ *      word.setBits(12, 23, 5);
+ *      word.getBits(12, 23);     // 5
+ *
+ *  Shift counts are taken modulo 64. The field 0..63 therefore has an empty mask: it reads as 0, and writing
+ *  it clears the word. Use narrower fields. */
 class BitArray
 {
 public:
@@ -16,10 +22,10 @@ public:
     BitArray &operator=(const BitArray &) = default;
     virtual ~BitArray() = default;
 
-    /** Throws ZELException on a field that ends before it starts or beyond bit 63. */
+    /** Throws ZELException when the field ends before it starts, or beyond bit 63. */
     std::uint64_t getBits(std::int32_t from, std::int32_t to) const;
-    /** Throws ZELException on a value wider than the field, then as getBits. The value of all ones
-     *  fills a field of any width. */
+    /** Throws ZELException when the value does not fit the field, or as getBits. A value of all ones fits
+     *  every field and sets all its bits. */
     void setBits(std::int32_t from, std::int32_t to, std::uint64_t value);
 
     std::uint64_t word() const noexcept { return m_word; }

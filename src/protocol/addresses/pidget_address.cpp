@@ -6,8 +6,7 @@ namespace zel {
 
 namespace {
 
-// 64 bits wide on every platform, then cut: the C library's int conversion differs between platforms
-// beyond its range.
+// Converts to 64 bits, then cuts. atoi() gives different results on different platforms for large numbers.
 std::uint16_t toPidgetNumber(std::string_view text)
 {
     return static_cast<std::uint16_t>(std::strtoll(std::string(text).c_str(), nullptr, 10));

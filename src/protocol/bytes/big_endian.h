@@ -5,8 +5,8 @@
 #include <cstdint>
 #include <cstring>
 
-/** Network byte order, independent of the host's. One load or store and a swap of it: a loop over bytes is
- * what compilers make of a loop over bytes. */
+/** Reads and writes numbers in network byte order, on any processor. Each takes one load or store and a byte
+ *  swap; compilers do not always turn a loop over single bytes into that. */
 namespace zel {
 
 template <std::unsigned_integral UInt>
@@ -30,7 +30,7 @@ UInt loadBigEndian(const std::uint8_t *bytes) noexcept
     return swappedUnlessBigEndian(value);
 }
 
-/** Returns the position behind what was written. */
+/** Returns the position after the bytes written. */
 template <std::unsigned_integral UInt>
 std::uint8_t *storeBigEndian(std::uint8_t *at, UInt value) noexcept
 {

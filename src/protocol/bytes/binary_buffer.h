@@ -6,8 +6,8 @@
 
 namespace zel {
 
-/** An owned copy of a binary's bytes with a zero byte behind them, and pieces (borrowed) that belong
- *  behind the bytes until size or data is asked for. One thread at a time. */
+/** Owns a copy of a binary's bytes, with a zero byte after them. Pieces can be added; they are borrowed, and
+ *  appended when size() or data() is called. One thread at a time. */
 class BinaryBuffer
 {
 public:
@@ -15,7 +15,7 @@ public:
     BinaryBuffer(const BinaryBuffer &) = delete;
     BinaryBuffer &operator=(const BinaryBuffer &) = delete;
 
-    /** The piece must live until the next call of size or data. */
+    /** The piece must live until the next call of size() or data(). */
     void addPiece(BinaryBuffer &piece);
     std::uint32_t size();
     const std::uint8_t *data();

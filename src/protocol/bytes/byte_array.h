@@ -6,21 +6,21 @@
 
 namespace zel {
 
-/** An owned run of bytes that the stream reader fills and the codec hands on without copying.
- *  One thread at a time. */
+/** Owns bytes and knows how many. ProtocolInputStream fills it, and release() passes the memory on without a
+ *  copy. One thread at a time. */
 class ByteArray
 {
 public:
     ByteArray() = default;
 
-    /** Drops what is held; the new bytes are all zero. */
+    /** Discards the contents. The new bytes are all zero. */
     void resize(std::uint32_t size);
-    /** As resize, for a caller that overwrites every byte: contents undefined. */
+    /** As resize(), but the new bytes are undefined: for a caller that overwrites every one. */
     void resizeForOverwrite(std::uint32_t size);
     void assign(const std::uint8_t *bytes, std::uint32_t size);
-    /** Takes the block over without copying. */
+    /** Takes over the block without a copy. */
     void adopt(ByteBlock block, std::uint32_t size) noexcept;
-    /** Hands the block out and leaves the array empty. */
+    /** Gives the block to the caller and leaves the array empty. */
     ByteBlock release() noexcept;
 
     std::uint32_t size() const noexcept { return m_size; }

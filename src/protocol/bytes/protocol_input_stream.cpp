@@ -89,7 +89,7 @@ void ProtocolInputStream::skipBytes(std::int32_t count)
 {
     if (count < 0)
         throwSkipFailure(count);
-    // Not istream::ignore: it looks at the byte behind those it skips, and on a socket waits for it.
+    // Not istream::ignore(): after skipping it looks at the next byte, and a socket would wait for that.
     char skipped[256];
     while (count > 0) {
         const std::int32_t part = std::min(count, static_cast<std::int32_t>(sizeof skipped));
@@ -104,7 +104,7 @@ bool ProtocolInputStream::isAtEnd()
     try {
         if (m_stream->get() == std::istream::traits_type::eof())
             return true;
-    } catch (const IOException &) { // of a socket that was reset
+    } catch (const IOException &) { // the connection was reset
         return true;
     }
     m_stream->unget();

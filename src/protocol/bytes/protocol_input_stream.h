@@ -7,9 +7,9 @@
 
 namespace zel {
 
-/** Typed big-endian reads on a borrowed stream. Takes exactly the bytes asked for: what lies behind
- *  them may not have been sent yet. Short input raises IOException. Belongs to one connection, whose
- *  lock serialises its use. */
+/** Reads big-endian numbers and bytes from a borrowed stream. It reads exactly the bytes asked for: the next
+ *  ones may not have been sent yet, and waiting for them could take for ever. Throws IOException when the
+ *  stream has too few. One thread at a time. */
 class ProtocolInputStream
 {
 public:
@@ -18,17 +18,18 @@ public:
     ProtocolInputStream(const ProtocolInputStream &) = delete;
     ProtocolInputStream &operator=(const ProtocolInputStream &) = delete;
 
-    /** Fetches count bytes in chunks of 64 KiB, 128 KiB, ..., so that memory grows only as data
-     *  arrives: the count is the peer's word. A count below 1 leaves the target alone. */
+    /** Reads in chunks of 64 KiB, 128 KiB, and so on. The peer chooses the count, so memory must grow only as
+     *  data arrives. With a count below 1 the target stays unchanged. */
     virtual void read(ByteArray &target, std::int32_t count);
     virtual void read(std::uint8_t *target, std::uint32_t count);
-    /** A count below 1 reads nothing. */
+    /** With a count below 1, reads nothing. */
     virtual void readFully(std::uint8_t *target, std::int32_t count);
     virtual std::uint8_t readByte();
     virtual std::uint16_t readShort();
     virtual std::uint32_t readInt();
     virtual std::uint64_t readLong();
-    /** Skipping past the end sets the stream's failure state and does not throw; a negative count does. */
+    /** Skipping beyond the end sets the stream's failbit and does not throw. A negative count throws
+     *  IOException. */
     virtual void skipBytes(std::int32_t count);
     virtual bool isAtEnd();
 

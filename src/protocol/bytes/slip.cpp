@@ -19,7 +19,7 @@ constexpr std::uint64_t zeroBytes(std::uint64_t word) noexcept
     return (word - kOnes) & ~word & (kOnes << 7);
 }
 
-// Eight bytes at a time: strokes run to megabytes.
+// Tests eight bytes at a time, because strokes can be megabytes long.
 bool hasSpecial(const std::uint8_t *eightBytes) noexcept
 {
     std::uint64_t word = 0;

@@ -4,7 +4,8 @@
 #include <cstdint>
 #include <span>
 
-/** The byte stuffing of escaped binaries (RFC 1055). */
+/** The escapes of escaped binaries (RFC 1055). An end byte marks the end; an end byte or an escape byte among
+ *  the contents is replaced by two bytes. */
 namespace zel::slip {
 
 inline constexpr std::uint8_t kEnd = 0xC0;
@@ -12,16 +13,16 @@ inline constexpr std::uint8_t kEscape = 0xDB;
 inline constexpr std::uint8_t kEscapedEnd = 0xDC;
 inline constexpr std::uint8_t kEscapedEscape = 0xDD;
 
-/** How many bytes at the front stand for themselves. */
+/** How many bytes there are before the first that must be escaped. */
 std::size_t plainPrefix(std::span<const std::uint8_t> bytes) noexcept;
 
-/** Size of the stuffed form, without the closing byte. */
+/** The size with all escapes, without the end byte. */
 std::size_t stuffedSize(std::span<const std::uint8_t> bytes) noexcept;
 
-/** Writes the stuffed form, without the closing byte; returns the position behind it. */
+/** Writes the bytes with all escapes, without the end byte. Returns the position after them. */
 std::uint8_t *writeStuffed(std::uint8_t *at, std::span<const std::uint8_t> bytes) noexcept;
 
-/** What the byte behind an escape stands for, or -1 when it is none that may follow. */
+/** The byte that an escape and this byte stand for; -1 when this byte may not follow an escape. */
 constexpr int unescape(std::uint8_t byte) noexcept
 {
     return byte == kEscapedEscape ? kEscape : byte == kEscapedEnd ? kEnd : -1;

@@ -6,7 +6,8 @@ namespace zel {
 
 namespace {
 
-// A constant: a host's threads may still retrieve pages while the process ends.
+// A constant, so that it has no destructor: threads of the host may still retrieve pages while the process
+// exits.
 constexpr ProtocolDriverFinder kFinder;
 
 } // namespace
@@ -26,10 +27,10 @@ const ClientProtocolDriver &ProtocolDriverFinder::find(const ProtocolVersion &ve
 {
     if (version.major() >= kMajors)
         throw ZELException();
-    // Whatever the minor version, the search starts at its row's first column.
+    // The search starts in the first column of the row; the minor version is ignored.
     std::size_t place = version.major() * kMinors;
     while (m_drivers[place] == nullptr)
-        ++place; // ends at the latest on 1.0, in the last place
+        ++place; // the last entry, 1.0, is never null
     return *m_drivers[place];
 }
 

@@ -34,8 +34,8 @@ public:
     ProtocolVersion getVersion() const override { return kProtocolVersion1_0; }
 };
 
-/** The drivers by protocol version: a flat table with one row per major version, one column per minor.
- *  Any thread. */
+/** Finds the driver for a protocol version: a table with a row for each major version and a column for each
+ *  minor. Any thread. */
 class ProtocolDriverFinder
 {
 public:
@@ -43,8 +43,8 @@ public:
     ProtocolDriverFinder(const ProtocolDriverFinder &) = delete;
     ProtocolDriverFinder &operator=(const ProtocolDriverFinder &) = delete;
 
-    /** A version without a driver of its own gets the next one in the table, so major 0 is served by
-     *  1.0. Throws ZELException (without text) on a major of 2 or more. */
+    /** A version without a driver of its own gets the next driver in the table: versions 0.x get that of 1.0.
+     *  Throws ZELException (without text) when the major version is 2 or more. */
     const ClientProtocolDriver &find(const ProtocolVersion &version) const;
 
 private:
@@ -55,7 +55,7 @@ private:
     std::array<const ClientProtocolDriver *, kMajors * kMinors> m_drivers{nullptr, &m_driver1_0};
 };
 
-/** The process's own table, which outlives every thread. */
+/** The table of the process. It is never destroyed. */
 const ProtocolDriverFinder &protocolDriverFinder() noexcept;
 
 } // namespace zel

@@ -41,7 +41,7 @@ std::size_t entriesSize(const EntryMap &entries)
     return size;
 }
 
-// Not std::copy, of which the compiler makes a loop over single bytes.
+// Not std::copy(): GCC 12 compiles it to a loop over single bytes.
 std::uint8_t *writeBytes(std::uint8_t *at, std::span<const std::uint8_t> bytes) noexcept
 {
     if (!bytes.empty())
@@ -115,7 +115,8 @@ void RequestEncoderV1_0::addPageEntry(const PidgetAddress &address, std::unique_
 ProtocolPage &RequestEncoderV1_0::pageFor(const PageAddress &address)
 {
     if (m_pages.size() == m_pages.capacity())
-        m_pages.reserve(2 * m_pages.size() + 1); // what the index knows must then not fail to be added
+        m_pages.reserve(2 * m_pages.size() +
+                        1); // first, so that push_back() cannot fail once the index has the page
     const std::size_t place = m_index.findOrAdd(address, m_pages);
     if (place == m_pages.size())
         m_pages.push_back({address, nullptr, nullptr});
@@ -124,7 +125,7 @@ ProtocolPage &RequestEncoderV1_0::pageFor(const PageAddress &address)
 
 void RequestEncoderV1_0::encode(std::ostream &out)
 {
-    encodedSize(); // refuses what has no wire form before the first byte leaves
+    encodedSize(); // throws before the first byte is written if the request cannot be encoded
     ProtocolOutputStream stream(out);
     std::uint8_t header[kVersionLength + kHeaderLength];
     writeHeader(header);

@@ -14,7 +14,7 @@
 
 namespace zel {
 
-/** Collects pages and keyed values and writes them as one page-transaction request. One thread at a time. */
+/** Collects pages and values, and writes them as one page-transaction request. One thread at a time. */
 class RequestEncoder
 {
 public:
@@ -22,19 +22,20 @@ public:
 
     /** The first value put under a key stays. */
     virtual void addEntry(std::uint16_t key, std::unique_ptr<Value> value) = 0;
-    /** Replaces the data of the address's page, which is appended when it is new. */
+    /** Sets the data of the page with this address, or appends a page. */
     virtual void setPageData(const PageAddress &address, std::unique_ptr<Value> data) = 0;
-    /** Adds to the entries of the pidget's page under the pidget's number. */
+    /** Adds an entry to the pidget's page; its key is the pidget's number. */
     virtual void addPageEntry(const PidgetAddress &address, std::unique_ptr<Value> value) = 0;
-    /** Raises IOException when the stream fails, ZELException when the request has no wire form: more
-     *  than 65,535 pages or entries, page data that is no run of bytes, an absent entry. */
+    /** Throws IOException when the stream fails, and ZELException when the request cannot be encoded: more
+     *  than 65,535 pages or entries, page data that is not a binary, or an absent entry. */
     virtual void encode(std::ostream &out) = 0;
-    /** Length of the encoded request; raises ZELException as encode does. */
+    /** The length of the encoded request. Throws ZELException as encode() does. */
     virtual std::size_t encodedSize() const = 0;
     /** Writes the request into a block of exactly encodedSize() bytes. Each page's data is released as
      *  soon as it is written, so that the request and the block are never both whole in memory. */
     virtual void encodeTo(std::span<std::uint8_t> block) = 0;
-    /** Makes room for so many more pages at once: lists that grow hold their pages twice for a while. */
+    /** Reserves room for so many more pages. Without this the list reallocates, and then holds its pages
+     *  twice. */
     virtual void expectPages(std::size_t count) = 0;
 };
 

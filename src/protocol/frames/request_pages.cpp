@@ -6,7 +6,8 @@ namespace {
 
 constexpr std::size_t kFewestSlots = 16;
 
-/** Neighbouring addresses differ in few bits: the multiplication spreads them over the upper half. */
+/** Addresses of neighbouring pages differ in a few bits only. The multiplication spreads them over the upper
+ *  half. */
 std::size_t hashOf(const PageAddress &address) noexcept
 {
     return static_cast<std::size_t>((address.raw() * 0x9E3779B97F4A7C15) >> 32);
@@ -24,7 +25,7 @@ std::size_t PageIndex::findOrAdd(const PageAddress &address, std::span<const Pro
     return slot - 1;
 }
 
-/** The address's slot, or the free one where it belongs. */
+/** The slot of the address, or the free slot where it belongs. */
 std::size_t PageIndex::slotOf(const PageAddress &address, std::span<const ProtocolPage> pages) const noexcept
 {
     const std::size_t mask = m_slots.size() - 1;

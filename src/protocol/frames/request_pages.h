@@ -22,12 +22,13 @@ struct ProtocolPage {
     std::unique_ptr<Value> data;       // binary or escaped binary; empty when the page has none
 };
 
-/** Finds a page of a list by its address: walking the list would make a large request quadratic. A few bytes
- *  for each page, in one block. One thread at a time. */
+/** A hash table that finds a page of a request by its address. Searching the list would take quadratic time
+ *  for a large request. It needs a few bytes for each page. One thread at a time. */
 class PageIndex
 {
 public:
-    /** The place of the address's page; for a new address pages.size(), where the caller then appends it. */
+    /** The index of the page with this address. For a new address it is pages.size(), and the caller must
+     *  append the page there. */
     std::size_t findOrAdd(const PageAddress &address, std::span<const ProtocolPage> pages);
 
 private:

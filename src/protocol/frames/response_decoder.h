@@ -23,7 +23,8 @@ public:
     virtual const InstructionList &getInstructions() const = 0;
 };
 
-/** Reads a whole page-transaction response when it is constructed; IOException on short or broken input. */
+/** The constructor reads a whole page-transaction response. It throws IOException when the input is too short
+ *  or broken. */
 class ResponseDecoderV1_0 : public ResponseDecoder
 {
 public:
