@@ -12,10 +12,10 @@ from markdown import ROOT, blocks, code_spans
 
 
 def pattern(text):
-    """Expected output as a pattern: "*" alone on a line stands for any lines, within one for any text."""
+    """Expected output as a pattern: "..." alone on a line stands for any lines, within one for any text."""
     lines = []
     for line in text.split("\n"):
-        lines.append(r"(?:.*\n)*?" if line == "*" else r".*".join(re.escape(part) for part in line.split("*")) + r"\n")
+        lines.append(r"(?:.*\n)*?" if line == "..." else r".*".join(re.escape(part) for part in line.split("...")) + r"\n")
     return "".join(lines)
 
 
