@@ -63,6 +63,7 @@ LANGUAGES = {".h": "c", ".c": "c", ".hpp": "cpp", ".cpp": "cpp", ".py": "python"
              ".md": "markdown", ".lua": "lua", ".1": "none", ".3": "none", ".txt": "none"}
 
 LINK = re.compile(r"(?<!!)\[((?:[^\[\]]|\[[^\]]*\])*)\]\(([^()\s]+)\)")
+IMAGE = re.compile(r"!\[([^\]]*)\]\(([^():\s]+)\)")
 FENCE = re.compile(r"^(```|~~~)")
 CODE_SPAN = re.compile(r"(?<!`)`(zel[A-Z]\w*)(?:\(\))?`(?!`)")
 
@@ -117,6 +118,16 @@ class Stage:
                              f"The file `{path}` of the source tree.\n\n{fence}{language}\n{text}\n{fence}\n")
         return self.shown[path]
 
+    def image(self, page, file, link):
+        """Where a picture of a document lies on the site."""
+        path = posixpath.normpath(posixpath.join(posixpath.dirname(file), link))
+        if not (ROOT / path).is_file():
+            raise StageError(f"{file}: there is no picture \"{link}\"")
+        copy = "images/" + path.removeprefix("docs/").removeprefix("images/").replace("/", "_")
+        (self.folder / "images").mkdir(parents=True, exist_ok=True)
+        shutil.copyfile(ROOT / path, self.folder / copy)
+        return posixpath.relpath(copy, posixpath.dirname(page) or ".")
+
     def document(self, page, file):
         """One document as a page."""
         lines, fenced = [], False
@@ -129,6 +140,7 @@ class Stage:
         text = "\n".join(lines)
         parts = re.split(r"(^```.*?^```$)", text, flags=re.S | re.M)  # links may go over line ends
         for index in range(0, len(parts), 2):
+            parts[index] = IMAGE.sub(lambda m: f"![{m[1]}]({self.image(page, file, m[2])})", parts[index])
             parts[index] = LINK.sub(lambda m: f"[{m[1]}]({self.target(page, file, m[2])})", parts[index])
         return "".join(parts)
 
