@@ -11,7 +11,8 @@ namespace zel {
 
 namespace {
 
-// Items come for as little as a byte each, pages do not: room is made for this many, then as they come.
+// An item can be a single byte, a page is larger. So reserve room for this many only; after that the list
+// grows.
 constexpr std::size_t kPagesOnTrust = 0xFFFF;
 
 } // namespace

@@ -10,17 +10,17 @@
 
 namespace zel {
 
-/** An ordered sequence of pages. */
+/** A list of pages, in the pen's order until sort() is called. */
 class PageList
 {
 public:
     PageList() = default;
-    /** From the pen's answer, in its order; the null value gives an empty list. Throws ZELException on
-     *  anything else that is no list of pages. */
+    /** From the pen's answer, in its order. The null value gives an empty list; any other answer that is no
+     *  list of pages throws ZELException. */
     explicit PageList(const Value &answer);
 
     void append(PenPage page) { m_pages.push_back(std::move(page)); }
-    /** Ascending by address; pages of equal address keep their order. */
+    /** Sorts by address, ascending. Pages with the same address keep their order. */
     void sort();
 
     std::size_t size() const noexcept { return m_pages.size(); }
@@ -29,7 +29,7 @@ public:
     auto begin() const noexcept { return m_pages.begin(); }
     auto end() const noexcept { return m_pages.end(); }
 
-    /** Each address followed by ";". */
+    /** All addresses, each followed by ";". */
     std::string toString() const;
 
 private:

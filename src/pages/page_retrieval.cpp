@@ -14,8 +14,8 @@ namespace zel {
 
 namespace {
 
-// Writing to new memory costs more than copying the strokes there. From this size on the one large page
-// that the hint may cost is a small part of the block.
+// Large pages make writing to new memory faster. The process may then hold one large page more than it needs;
+// from this size on that is a small part of the block.
 constexpr std::size_t kLargeBlock = 32 << 20;
 
 constexpr std::uint16_t kMmiRetrieving = 1;
@@ -35,7 +35,7 @@ constexpr std::uint16_t kIdentifyingProperties[] = {
     property::DAS_DIFF,
 };
 
-/** Every address of a list must select one page of the pen, and no page may be selected beside. */
+/** Every address in the list must select exactly one page of the pen. */
 bool selectionMatches(std::size_t requested, std::size_t selected)
 {
     if (requested == 0)
@@ -47,7 +47,7 @@ bool selectionMatches(std::size_t requested, std::size_t selected)
     return requested != 0 && requested == selected;
 }
 
-/** Each item of the pen's answer that is a list of a raw page address and strokes. */
+/** Takes the page out of an item of the pen's answer: an array of a raw page address and strokes. */
 PenPageStrokes takeStyloPage(ValueList &item)
 {
     if (item.size() < 2)
@@ -82,7 +82,7 @@ std::uint32_t PageRetrieval::run(std::optional<std::string_view> addresses, Page
     try {
         return retrieve(addresses, data);
     } catch (...) {
-        // Whatever it was, also an exception of the host's callback: the pen must not stay in its session.
+        // The session must be ended after every exception, also after one of the host's callback.
         endInFailure();
         return ZEL_ERR_INVALID_ARGUMENT;
     }
@@ -129,7 +129,8 @@ void PageRetrieval::fetchPhysicalPages(const PageList &pages)
     m_physicalPages.reserve(pages.size());
     for (const PenPage &page : pages) {
         fetchStrokes(page.address());
-        bytesSoFar += page.getSize(); // as listed, whatever the strokes turned out to be
+        bytesSoFar +=
+            page.getSize(); // the size in the list, not the real one, so that the sum ends at the total
         reportProgress(bytesSoFar, total);
     }
 }

@@ -22,10 +22,10 @@ void forEachToken(std::string_view list, Action action)
     }
 }
 
-/** Moves those of the texts that occur inside a longer token from wanted to found. */
+/** Moves the texts that occur inside a longer token from wanted to found. */
 void findInside(const TextSet &tokens, TextSet &wanted, TextSet &found)
 {
-    std::set<std::size_t> lengths; // few: an address has at most 25 characters
+    std::set<std::size_t> lengths; // only a few: an address has at most 25 characters
     for (const std::string_view text : wanted)
         lengths.insert(text.size());
     for (const std::string_view token : tokens) {

@@ -7,7 +7,7 @@ namespace zel {
 
 namespace {
 
-/** A pen may send a number in any width; what is no number makes the whole list unusable. */
+/** A pen may send a number in any width. Throws ZELException when the item is no number. */
 template <class UInt>
 UInt numberOf(const std::unique_ptr<Value> &item)
 {

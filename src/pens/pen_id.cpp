@@ -9,15 +9,15 @@ namespace zel {
 
 namespace {
 
-// No symbol that people take for another: no I, L, O, V, 0 or 1.
+// Without I, L, O, V, 0 and 1, which people confuse with other characters.
 constexpr std::string_view kAlphabet = "ABCDEFGHJKMNPQRSTUWXYZ23456789";
 constexpr std::uint64_t kRadix = kAlphabet.size();
 constexpr std::int32_t kHighestGroup = 30 * 30 * 30 - 1;
 constexpr std::int32_t kHighestSerial = 30 * 30 * 30 * 30 * 30 * 30 - 1;
 constexpr std::uint64_t kCheckModulus = 877;
 
-// Both halves are signed on purpose: one whose top bit is set passes the range test and is
-// encoded widened. Hosts have printed such serial texts ever since.
+// Both halves are signed, although that looks wrong: a half with its top bit set passes the range test, and
+// is sign-extended before it is encoded. Serial texts are fixed; do not change it.
 std::int32_t groupNumber(std::uint64_t number)
 {
     return static_cast<std::int32_t>(static_cast<std::uint32_t>(number >> 32));

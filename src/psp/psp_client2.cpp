@@ -7,7 +7,7 @@ namespace zel {
 
 namespace {
 
-/** An instruction code from its four characters, the first in the highest byte. */
+/** Makes an instruction code of four characters, the first in the most significant byte. */
 consteval std::uint32_t instruction(const char (&characters)[5])
 {
     std::uint32_t code = 0;
@@ -20,7 +20,7 @@ consteval std::uint32_t instruction(const char (&characters)[5])
 
 std::unique_ptr<Value> PspClient2::getValueProperty(std::uint16_t id)
 {
-    // The log shows the id as a signed number; the request carries it unsigned.
+    // The log text shows the id as a signed number. The request has it unsigned.
     LogDebug("[PspClient2::getValueProperty] ", static_cast<std::int16_t>(id));
     return execute(instruction("R1GP"), id);
 }
@@ -28,7 +28,7 @@ std::unique_ptr<Value> PspClient2::getValueProperty(std::uint16_t id)
 std::unique_ptr<Value> PspClient2::setValueProperty(std::uint16_t id, const Value &value)
 {
     LogDebug("[PspClient2::setValueProperty] ", static_cast<std::int16_t>(id));
-    // A copy, which has null values where the original has elements without any.
+    // Sends a copy, because copying replaces absent elements by null values.
     return execute(instruction("R1SP"), id, *value.copy());
 }
 
@@ -71,7 +71,7 @@ std::unique_ptr<Value> PspClient2::setMmiState(std::uint16_t state)
 std::unique_ptr<Value> PspClient2::removePage(const PageAddress &page, std::uint64_t format,
                                               std::uint64_t limit)
 {
-    LogDebug(page.text().view()); // the address alone, unlike the other operations
+    LogDebug(page.text().view()); // only the address; the text is fixed
     return execute(instruction("U0PR"), page.raw(), format, limit);
 }
 
@@ -113,7 +113,7 @@ std::unique_ptr<Value> PspClient2::setPasswordHint(const std::string &hint)
     return execute(instruction("R1ST"), Value::createString(hint));
 }
 
-// The trailing blanks of the three texts below are theirs.
+// The next three texts end with a blank. They are fixed.
 
 std::unique_ptr<Value> PspClient2::hasEncryptedData()
 {

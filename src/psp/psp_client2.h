@@ -11,19 +11,22 @@ namespace zel {
 
 class PageAddress;
 
-/** The operations of a pen, each one exchange. Nothing is caught here: the exceptions of the
- *  exchange pass to the export. Results are never null pointers. */
+/** The operations of a pen. Each is one exchange, and throws the exceptions of the exchange. Results are
+ *  never null pointers.
+ *
+ *      const auto brand = client.getValueProperty(property::PEN_BRAND);
+ */
 class PspClient2 : public PspClientBase
 {
 public:
     using PspClientBase::PspClientBase;
 
-    /** No limit on what one request for a page's strokes may return. */
+    /** The limit to pass when a page's strokes may have any size. */
     static constexpr std::uint64_t kNoLimit = 0x7fffffffffffffff;
     static constexpr std::uint64_t kStrokeFormat = 2;
 
     std::unique_ptr<Value> getValueProperty(std::uint16_t id);
-    /** The value stays the caller's. */
+    /** The value is borrowed. */
     std::unique_ptr<Value> setValueProperty(std::uint16_t id, const Value &value);
 
     std::unique_ptr<Value> listPages();
@@ -31,7 +34,7 @@ public:
     std::unique_ptr<Value> getPageStf(const PageAddress &page, std::uint64_t format, std::uint64_t limit);
     std::unique_ptr<Value> getStyloStf();
     void endSyncSession();
-    /** What the pen shows its user: 1 while pages are fetched, then 2 (done) or 3 (failed). */
+    /** Sets what the pen shows its user: 1 while pages are fetched, then 2 (done) or 3 (failed). */
     std::unique_ptr<Value> setMmiState(std::uint16_t state);
     std::unique_ptr<Value> removePage(const PageAddress &page, std::uint64_t format, std::uint64_t limit);
     std::unique_ptr<Value> clearStrokes(std::uint32_t mode);

@@ -142,7 +142,7 @@ void PspClientBase::createSocketAndStream()
         return;
     net::OwnedSocket socket(net::createTcpSocket());
     if (!socket)
-        return; // connecting without one fails, and says so
+        return; // connecting then fails and logs it
     net::setNoDelay(socket.get());
     m_stream = std::make_unique<SocketStream>(socket.get());
     m_socket = std::move(socket);
@@ -226,7 +226,7 @@ void PspClientBase::failStream() noexcept
 {
     if (!m_stream->fail())
         m_stream->setstate(std::ios::failbit);
-    m_stream->dropUnsent(); // there may be a password in it
+    m_stream->dropUnsent(); // it may contain a password
 }
 
 } // namespace zel

@@ -13,16 +13,16 @@
 
 namespace zel {
 
-/** The library's end of the rendezvous protocol: NUL-terminated text messages over one TCP
- *  connection, which announce the pens present, their arrivals and departures.
+/** The client of the rendezvous server, which announces the pens that are present, arrive and leave. Messages
+ *  are texts that end with NUL, over one TCP connection.
  *
- *  One thread uses a client. Any other thread may call disconnectFromRendezvousServer(), at any
- *  moment: whatever the first thread does then, it gives up, and goes on doing so until rearm(). */
+ *  One thread uses a client. Other threads may call disconnectFromRendezvousServer() at any time. The first
+ *  thread then gives up whatever it is doing, and all further calls fail until rearm(). */
 class RendezvousClient
 {
 public:
     static constexpr std::uint32_t kRetryMilliseconds = 3000;
-    /** What is kept of a message; the rest, up to its NUL, is dropped. */
+    /** Longer messages are cut: the rest up to the NUL is dropped. */
     static constexpr std::size_t kLongestMessage = 1023;
 
     /** The address is borrowed and must outlive the client. */
@@ -31,26 +31,28 @@ public:
     RendezvousClient(const RendezvousClient &) = delete;
     RendezvousClient &operator=(const RendezvousClient &) = delete;
 
-    /** One attempt on a fresh socket. */
+    /** Tries once to connect, with a new socket. */
     bool connect();
     /** Throws ZELRendezvousException. */
     void subscribe();
-    /** Tries every 3000 ms, on one fresh socket, until the server is there; while the system gives no
-     *  socket, each try asks for one. Throws ZELRendezvousShutDownException when told to disconnect. */
+    /** Tries to connect every 3000 ms until the server is there. Makes one new socket for all tries; if the
+     *  system gives none, each try asks for one again. Throws ZELRendezvousShutDownException when another
+     *  thread disconnects. */
     void wait();
     void waitForRendezvousServer();
     bool connectToRendezvousServer();
-    /** The pens present, in the server's order, all with the command Connect. Throws
-     *  ZELRendezvousException, and ZELException for a pen id that is none. */
+    /** The pens that are present, in the server's order, each with the command Connect. Throws
+     *  ZELRendezvousException, and ZELException for an invalid pen id. */
     std::vector<RendezvousEvent> enumerate();
-    /** One notification, or ServerGone. Throws ZELException for a pen id that is none. */
+    /** Waits for one notification. Its command is ServerGone when the server closed the connection. Throws
+     *  ZELException for an invalid pen id. */
     RendezvousEvent waitForRendezvousEvent();
     void disconnectFromRendezvousServer();
-    /** Throws ZELRendezvousException; the socket is closed all the same. */
+    /** Throws ZELRendezvousException on failure, but the socket is closed in any case. */
     void closeSocket();
 
-    /** Makes connections possible again after disconnectFromRendezvousServer(). Not while another
-     *  thread uses the client. */
+    /** Allows connections again after disconnectFromRendezvousServer(). No other thread may use the client
+     *  meanwhile. */
     void rearm();
 
 private:
@@ -63,14 +65,14 @@ private:
     Received receiveMessage();
     void closeLostSocket();
 
-    std::mutex m_socketLock; ///< held to change or shut down the socket, never while blocked
+    std::mutex m_socketLock; ///< held to change or shut down the socket, never during a blocking call
     net::OwnedSocket m_socket;
     const net::Endpoint *m_serverAddress;
     LEvent m_shutdownEvent{false, false};
     bool m_dfuMode;
     std::atomic<bool> m_disconnecting{false};
     bool m_wasConnected = false;
-    /** The connection that wait() made stays open beside the one that replaces it. */
+    /** The connection that wait() made stays open together with the one that replaces it. */
     bool m_socketIsOfWait = false;
     net::OwnedSocket m_socketOfWait;
     std::string m_message;

@@ -39,7 +39,7 @@ void TextWindow::flush()
     if (m_kept == nullptr)
         return;
     if (m_longest < held || m_kept->size() > m_longest - held)
-        throw ZELException(); // too long for the bytes it was made of
+        throw ZELException();
     m_kept->append(m_window, held);
 }
 

@@ -10,20 +10,25 @@
 
 namespace zel {
 
-/** A number that a text can show; characters and bools are none. */
+/** A type that operator<< shows as a number: every integer, but neither char nor bool. */
 template <class T>
 concept ShownNumber = std::integral<T> && !std::same_as<T, char> && !std::same_as<T, bool>;
 
-/** A text that is composed piece by piece through a window of fixed size. A full window goes to the text
- *  that is kept or, where none is, nowhere: then composing takes no memory, however long the text becomes.
- *  One thread at a time. */
+/** Composes a text piece by piece in a buffer of fixed size, the window. When the window is full, its
+ *  contents are appended to a string. Without a string they are dropped, so that composing takes no memory,
+ *  however long the text becomes. One thread at a time.
+ *
+ *      TextWindow window(&text);          // or nullptr: nobody reads the text
+ *      window << "page " << number;
+ *      window.flush();                    // now text is complete
+ */
 class TextWindow
 {
 public:
     static constexpr std::size_t kUnlimited = std::numeric_limits<std::size_t>::max();
 
-    /** kept: what is composed is appended to it, the last of it by flush(); may be null. A kept text that
-     *  becomes longer than longest raises ZELException. */
+    /** kept     receives the text, the last part of it by flush(); may be null
+     *  longest  when the kept text becomes longer than this, the window throws ZELException */
     // cppcheck-suppress uninitMemberVar ; m_window is written before it is read
     explicit TextWindow(std::string *kept, std::size_t longest = kUnlimited) noexcept
         : m_kept(kept), m_longest(longest)
@@ -60,13 +65,14 @@ public:
         return *this;
     }
 
-    /** The first length characters of an array, all of which may be read: for the short texts of tables. */
+    /** Appends the first length characters of the array. Made for tables of short texts: it always copies the
+     *  whole array, whose size the compiler knows, so that copying takes no function call. */
     template <std::size_t Size>
     TextWindow &append(const char (&text)[Size], std::size_t length)
     {
         if (room() < Size)
             flush();
-        std::memcpy(m_at, text, Size); // of a size that the compiler knows: no call
+        std::memcpy(m_at, text, Size);
         m_at += length;
         return *this;
     }
@@ -81,11 +87,11 @@ public:
         }
     }
 
-    /** Whether anybody will see the text. Where nobody does, a peer could make the work of repeating the same
-     *  outgrow its bytes by far: then the same needs to be composed but once. */
+    /** Whether the text is kept. If not, callers should compose a repeated part only once: otherwise a
+     *  hostile peer could cause much work with few bytes. */
     bool isKept() const noexcept { return m_kept != nullptr; }
 
-    /** Empties the window. */
+    /** Appends the window's contents to the kept text, or drops them, and empties the window. */
     void flush();
 
 private:

@@ -31,7 +31,7 @@ const FieldBits &fieldAt(int position)
     return kFields.at(static_cast<std::size_t>(position - 1));
 }
 
-/** Of at most five digits. */
+/** Appends a number of at most five digits. */
 char *writeDecimal(char *at, unsigned number) noexcept
 {
     const auto writeDigit = [&](unsigned power) {
@@ -58,8 +58,8 @@ std::vector<std::string_view> splitAtDots(std::string_view text)
     }
 }
 
-// Only the form in which the number itself would be printed counts: no leading zeros, plus signs,
-// blanks or trailing characters. The number is a 32-bit int on every platform.
+// Accepts only the text that printing the number would give: no leading zeros, plus signs, blanks or further
+// characters. The number is a 32-bit int on every platform.
 std::optional<std::int32_t> toPlainNumber(std::string_view part)
 {
     std::int32_t number = 0;
@@ -92,7 +92,7 @@ PageAddress::PageAddress(std::string_view text) : PageAddress()
         const std::optional<std::int32_t> number = toPlainNumber(part);
         if (wildcardSeen || !number)
             throw ZELException(std::string(text));
-        // The text "-1" is the number of a missing field, and makes one.
+        // The text "-1" gives a missing field, too.
         setField(position, static_cast<std::uint64_t>(std::int64_t{*number}));
     }
 }
@@ -110,8 +110,8 @@ void PageAddress::setField(int position, std::uint64_t value)
     m_bits.setBits(field.from, field.to, value);
 }
 
-// One more than each field, modulo its width: a missing field becomes 0. The fields stand in the order
-// in which they are compared.
+// Adds 1 to each field, modulo its width, so that a missing field becomes 0 and sorts first. The fields are
+// in the order in which they are compared.
 std::uint64_t PageAddress::sortKey() const noexcept
 {
     std::uint64_t key = 0;

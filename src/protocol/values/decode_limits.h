@@ -5,20 +5,20 @@
 #include <cstddef>
 #include <cstdint>
 
-/** What a peer may make the decoder build. The decoder and the scan for encoded values keep the same
- *  rules, so that they accept the same bytes. */
+/** The limits on what a peer can make the decoder build. The decoder and the scan for encoded values use the
+ *  same limits, so that they accept the same bytes. */
 namespace zel {
 
-/** Elements of these types have no bytes of their own in a data array. */
+/** Elements of these types take no bytes in a data array. */
 constexpr bool isBodiless(ValueType type) noexcept
 {
     return type == ValueType::Null || type == ValueType::Terminator || type == ValueType::AnyType;
 }
 
-/** Arrays within arrays; deeper input is refused. */
+/** How deep arrays may be nested. Deeper input is refused. */
 inline constexpr int kDeepestNesting = 256;
 
-/** Counts one level of nesting while it lives. */
+/** Adds one to the depth in its constructor and subtracts it in its destructor. */
 class NestingLevel
 {
 public:
@@ -33,25 +33,26 @@ private:
     int &m_depth;
 };
 
-/** What is held for the bytes of one answer: the decoded tree, and the texts that are made of it for the
- * host. Together they stay within 64 bytes per byte received plus 16 MiB. Every value that has a body pays
- * for itself with the bytes it came in. The elements of a data array whose type has no body come free, and so
- * does the indentation of elements that lie deep: those are admitted only while they fit. */
+/** Counts the memory that one answer takes: the decoded values, and the texts made of them for the host.
+ *  Together they must not exceed 64 bytes for each byte received plus 16 MiB. A value with a body cannot
+ *  exceed this, because its own bytes were received. Two things cost the peer no bytes: elements of a data
+ *  array whose type has no body, and the indentation of deeply nested elements. These are admitted only as
+ *  long as the budget lasts. */
 class TreeBudget
 {
 public:
     void addValues(std::uint64_t count) noexcept { m_held += count * kBytesPerValue; }
     void addBytes(std::uint64_t count) noexcept { m_held += count; }
 
-    /** Whether count values without a body may be added now. An absent element counts as one: it becomes a
-     *  null value when the answer is handed on. */
+    /** Adds count values without a body. Returns whether they are still within the budget. An absent element
+     *  counts as a value, because it becomes a null value later. */
     [[nodiscard]] bool admit(std::uint64_t count, std::uint64_t received) noexcept
     {
         addValues(count);
         return m_held <= limit(received);
     }
 
-    /** How long texts made of the tree may become together. */
+    /** How long all texts made of the values may become together. */
     std::size_t longestText(std::uint64_t received) const noexcept
     {
         const std::uint64_t most = limit(received);
@@ -66,9 +67,9 @@ private:
 
     static constexpr std::uint64_t kHeldBytesPerByte = 64;
     static constexpr std::uint64_t kAllowance = std::uint64_t{16} * 1024 * 1024;
-    /** Two words of the heap's for each block, and the element that points there. */
+    /** A value, two words of the heap's own for its block, and the array's pointer to it. */
     static constexpr std::uint64_t kBytesPerValue = sizeof(Value) + 16 + sizeof(ValueList::value_type);
-    /** A text that grows is copied into a block of twice its size, and once more for the host. */
+    /** A growing text is copied to a block of twice its size, and copied once more for the host. */
     static constexpr std::uint64_t kHeldPerTextByte = 3;
 
     std::uint64_t m_held = 0;

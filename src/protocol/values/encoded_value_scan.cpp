@@ -12,7 +12,8 @@ namespace zel {
 
 namespace {
 
-/** Steps over wire forms by the decoder's rules. Each operation tells whether the decoder would succeed. */
+/** Steps over encoded values by the same rules as the decoder. Each function returns whether the decoder
+ *  would succeed. */
 class Scan
 {
 public:
@@ -23,7 +24,7 @@ public:
 
     bool isAtEnd() const noexcept { return m_rest.empty(); }
 
-    /** The type code of the value passed, or none. */
+    /** The type code of the value that was skipped, or none. */
     std::optional<ValueType> passValue()
     {
         const auto type = take<std::uint8_t>();

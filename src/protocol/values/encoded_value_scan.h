@@ -7,16 +7,16 @@
 
 namespace zel {
 
-/** Counts of elements, in memory that whoever counts provides. */
+/** Counts of elements. The caller provides the memory. */
 using EncodedCounts = std::pmr::vector<std::uint32_t>;
 
-/** Whether the bytes decode to exactly one value with nothing left over. Every binary that is shown asks,
- *  mostly about megabytes of strokes that are no value: the answer builds nothing, takes time in proportion
- *  to the headers passed (the contents of binaries are stepped over) and never throws. */
+/** Whether the bytes decode to exactly one value, with no byte left. This is asked for every binary that is
+ *  shown in a text, and most of those are megabytes of strokes. Therefore it builds no values, skips the
+ *  contents of binaries, and never throws. */
 bool isOneEncodedValue(std::span<const std::uint8_t> bytes) noexcept;
 
-/** As isOneEncodedValue; of an encoded value it appends the element count of each terminated array (their
- *  wire form has none), those of arrays that start later before those that start earlier. */
+/** As isOneEncodedValue(). If so, it also appends the number of elements of each terminated array, because
+ *  their wire form does not tell it. The array that starts last comes first. */
 bool scanEncodedValue(std::span<const std::uint8_t> bytes, EncodedCounts &terminatedCounts);
 
 } // namespace zel

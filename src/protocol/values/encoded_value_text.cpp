@@ -24,9 +24,9 @@ bool isOneBinary(std::span<const std::uint8_t> bytes) noexcept
            loadBigEndian<std::uint32_t>(&bytes[1]) == bytes.size() - kBinaryHeader;
 }
 
-/** Shows encoded values where they lie. Binaries and arrays may sit in each other as deep as the peer likes:
- *  no trees, no recursion, time in proportion to the bytes, and memory of its own only for what is nested
- *  deeper than any pen's answer. */
+/** Composes the text of encoded values directly from their bytes. The peer may nest binaries and arrays as
+ *  deep as it likes; therefore this class builds no values and does not recurse, its time is proportional to
+ *  the bytes, and it allocates memory only for nesting that is deeper than in any real answer. */
 class EncodedValueText
 {
 public:
@@ -44,7 +44,7 @@ public:
     }
 
 private:
-    /** An array whose elements are being shown, or encoded values whose brackets are open. */
+    /** An array whose elements are being composed, or encoded values whose brackets are open. */
     struct Open {
         enum class Kind : std::uint8_t { Brackets, Array, TypedArray, TerminatedArray };
         Kind kind;
@@ -53,8 +53,8 @@ private:
         std::uint32_t levels;    // brackets, or the indentation of the elements
     };
 
-    /** Opens the brackets of a binary, and of the binaries that are all that it holds, and shows what is
-     *  inside. */
+    /** Opens the brackets of a binary that holds an encoded value, and of binaries directly inside it, then
+     *  composes the value. */
     void open(std::span<const std::uint8_t> bytes)
     {
         std::uint32_t brackets = 1;
@@ -107,7 +107,7 @@ private:
         m_text.appendBytes(bytes, bytes.size());
     }
 
-    /** Of every type but binary. */
+    /** For every type except binary. */
     void appendContents(ValueType type, std::uint32_t indent)
     {
         m_text.appendTypeName(type);
@@ -159,7 +159,7 @@ private:
             array.elementType = takeType();
         }
         m_text.window() << array.remaining;
-        // Their lines are all the same, and cost the peer nothing.
+        // All their lines are the same, and the peer had to send no bytes for them.
         if (type == ValueType::DataArray && isBodiless(array.elementType) && !m_text.window().isKept())
             array.remaining = std::min(array.remaining, 1u);
         m_open.push_back(array);
@@ -179,7 +179,7 @@ private:
         m_text.appendBytes({front, std::min(size, sizeof front)}, size);
     }
 
-    // In what has been scanned no end is tested.
+    // The scan has checked all lengths, so nothing here tests for the end.
     template <class UInt>
     UInt take()
     {

@@ -7,7 +7,7 @@
 
 namespace zel {
 
-/** When the bytes are exactly one encoded value, shows it in brackets and answers true. */
+/** If the bytes are exactly one encoded value, appends it in brackets and returns true. */
 bool appendIfEncodedValue(ValueText &text, std::span<const std::uint8_t> bytes);
 
 } // namespace zel

@@ -223,7 +223,7 @@ void Value::swap(Value &other) noexcept
     other.takeFrom(held);
 }
 
-// Leaves the other a null value.
+// The other becomes a null value.
 void Value::takeFrom(Value &other) noexcept
 {
     release();

@@ -9,7 +9,8 @@ namespace zel {
 
 namespace {
 
-/** Of the bytes that a value came in at least so many; what it takes in memory goes into the budget. */
+/** The least number of bytes in which the value can have been received. Adds the value's memory to the
+ *  budget. */
 std::uint64_t wireSize(const Value *value, TreeBudget &budget)
 {
     constexpr std::uint64_t kType = 1;

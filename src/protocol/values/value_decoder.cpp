@@ -17,7 +17,8 @@ namespace zel {
 
 namespace {
 
-// A count is the peer's word: room is made for this many elements, then as they arrive.
+// The peer chooses the count. So reserve room for this many elements only; after that the list grows as they
+// arrive.
 constexpr std::uint32_t kElementsOnTrust = 1024;
 
 constexpr std::uint32_t kBinaryLimit = 0x80000000;
@@ -29,7 +30,8 @@ void makeRoom(ValueList &elements, std::uint32_t count)
             std::min<std::size_t>(count, std::max<std::size_t>(kElementsOnTrust, elements.size() * 2)));
 }
 
-// Grows by half: a terminated array of bodiless elements stays within the bounds of the tree.
+// Grows by half and not to twice the size, so that a terminated array of elements without a body stays within
+// the budget.
 void makeRoomForOneMore(ValueList &elements)
 {
     if (elements.size() == elements.capacity())
@@ -44,7 +46,7 @@ void requireShallow(const NestingLevel &level)
     throw ZELException();
 }
 
-// Bytes whose number is not known before they end.
+// Collects bytes whose number is not known in advance.
 class GrowingBytes
 {
 public:
@@ -163,7 +165,7 @@ std::unique_ptr<Value> ValueDecoder::decodeBinary()
     return Value::createBinaryOwned(m_source.takeBlock(size), size);
 }
 
-// A binary that is cut short tells how long it is, not what the stream has to say about it.
+// When a binary is cut short, the exception tells the binary's length instead of the stream's error.
 std::unique_ptr<Value> ValueDecoder::decodeShortBinary(std::uint32_t size)
 {
     std::uint8_t bytes[Value::kInlineSize];

@@ -12,10 +12,14 @@
 
 namespace zel {
 
-/** Builds values from their wire form. Input may be hostile: nesting and what a tree holds are bounded,
- *  and nothing is allocated on the strength of a count alone. Unknown types, bad escapes and broken
- *  bounds raise ZELException, short input IOException. One decoder for all that belongs to one answer: the
- * bounds are the answer's. One thread at a time. */
+/** Decodes values. The input may be hostile: nesting and memory are limited (see decode_limits.h), and a
+ *  count alone never causes an allocation. Throws ZELException for unknown types, bad escapes and exceeded
+ *  limits, and IOException when bytes are missing. Use one decoder for a whole answer, because the limits
+ *  apply to the answer. One thread at a time.
+ *
+ *      ByteSource source(in);
+ *      const std::unique_ptr<Value> value = ValueDecoder(source, VALUE_HEADER_LENGTH).decode();
+ */
 class ValueDecoder
 {
 public:
@@ -24,9 +28,9 @@ public:
     {
     }
 
-    /** Empty for the "any type" code, as from each operation below that is given it. */
+    /** Null for the "any type" code, here and in all functions below. */
     std::unique_ptr<Value> decode();
-    /** The type code alone, behind which the header is skipped. */
+    /** Reads the type code and skips the rest of the header. */
     std::uint8_t takeHeader();
     std::unique_ptr<Value> decodeBody(std::uint8_t type);
     /** The elements of an array of that type. */
@@ -53,10 +57,10 @@ private:
     std::uint16_t m_headerLength;
 };
 
-/** One value from the front of the bytes; what follows it is ignored. */
+/** Decodes the first value. Further bytes are ignored. */
 std::unique_ptr<Value> decodeValue(std::span<const std::uint8_t> bytes);
 
-/** The text of a string's body: everything before the first zero byte, or all of it. Borrowed. */
+/** The text of a string's body: the bytes before the first zero byte, or all of them. Borrowed. */
 std::string_view textUpToZero(std::span<const std::uint8_t> bytes) noexcept;
 
 } // namespace zel

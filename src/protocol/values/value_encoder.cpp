@@ -68,7 +68,7 @@ std::size_t encodedBodySize(const Value &value)
     refuse(value.getType());
 }
 
-// Counts beyond 16 bits are cut: the wire form has no room for them.
+// A count of more than 16 bits is cut, because the wire form has 16 bits for it.
 std::uint8_t *writeCount(std::uint8_t *at, std::size_t count) noexcept
 {
     return storeBigEndian(at, static_cast<std::uint16_t>(count));
@@ -112,7 +112,7 @@ inline std::uint8_t *ValueEncoder::write(std::uint8_t *at, const Value &value)
     return writeBody(writeType(at, value.getType()), value);
 }
 
-// There is room for the body of a number.
+// The caller has made room for the body of a number.
 inline std::uint8_t *ValueEncoder::writeBody(std::uint8_t *at, const Value &value)
 {
     switch (value.getType()) {
@@ -199,7 +199,8 @@ std::uint8_t *ValueEncoder::writeElementBodies(std::uint8_t *at, const ValueList
     return at;
 }
 
-// The first element's type goes for all; an element of another type keeps its own body.
+// Writes the type of the first element for all. An element of another type is still written with the body of
+// its own type.
 std::uint8_t *ValueEncoder::writeDataArray(std::uint8_t *at, const ValueList &elements)
 {
     const bool absent = elements.empty() || !elements.front();

@@ -12,15 +12,15 @@
 #include <span>
 #include <string_view>
 
-/** The wire form of values, written straight into memory. */
+/** Encodes values into memory. */
 namespace zel {
 
-/** Size of the wire form with its type code. Raises ZELException when the value has none: an unknown type
- *  or an absent element anywhere in it. */
+/** The size of the encoded value with its type code. Throws ZELException when the value cannot be encoded,
+ *  because it, or a value in it, has an unknown type or is absent. */
 std::size_t encodedSize(const Value &value);
 
 /** Writes values, and the numbers of frames, one behind the other. Raises ZELException on a value that has no
- * wire form; what was written before it is then of no use. Short encodings, such as those of most requests,
+ *  wire form; what was written before it is then of no use. Short encodings, such as those of most requests,
  * cost no allocation; requests also carry passwords and keys, so all of them are wiped. One thread at a time.
  */
 class ValueEncoder
@@ -38,18 +38,19 @@ public:
     {
         m_at = storeBigEndian(room(m_at, sizeof number), number);
     }
-    /** Without the type code. */
+    /** As encode(), without the type code. */
     void encodeBody(const Value &value);
 
     std::span<const std::uint8_t> bytes() const noexcept { return {m_begin, m_at}; }
-    /** In one write. Raises ZELException on more than any frame can hold, and as the stream does. */
+    /** Writes all bytes to the stream at once. Throws ZELException when they are more than a frame can have,
+     *  and as the stream does. */
     void writeTo(ProtocolOutputStream &out) const;
 
 private:
     static constexpr std::size_t kShortEncoding = 512;
     static constexpr std::size_t kBodyOfNumber = sizeof(std::uint64_t);
 
-    // All of these are given the position to write at and return the one behind what they wrote.
+    // Each of these takes the position to write to, and returns the position after what it wrote.
     std::uint8_t *room(std::uint8_t *at, std::size_t count)
     {
         return static_cast<std::size_t>(m_end - at) < count ? grow(at, count) : at;

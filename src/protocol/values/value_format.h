@@ -9,35 +9,35 @@
 
 namespace zel {
 
-/** Bytes that open every encoded value: the type code alone. */
+/** The length of the header of an encoded value: it is the type code alone. */
 inline constexpr std::uint16_t VALUE_HEADER_LENGTH = 1;
 
-/** The count that tells that no value was decoded. */
+/** This byte count means that no value was decoded. */
 inline constexpr std::uint32_t kNoByteCount = 0xFFFFFFFF;
 
-/** The wire form of values. Decoding gives an empty pointer for the "any type" code. */
+/** Decodes and encodes values. Decoding gives a null pointer for the "any type" code. */
 class ValueFormat
 {
 public:
     virtual ~ValueFormat() = default;
 
-    /** Whether a value can be decoded from the front of the bytes; never throws. */
+    /** Whether the bytes start with a value that can be decoded. Never throws. */
     virtual bool isValidEncoding(const std::uint8_t *data, std::int32_t length) = 0;
     virtual std::unique_ptr<Value> decode(ProtocolInputStream &in) = 0;
     virtual void encode(ProtocolOutputStream &out, const Value &value) = 0;
-    /** Never throws; the count is kNoByteCount when the answer is false. */
+    /** Never throws. When the result is false, the count is kNoByteCount. */
     virtual bool decodeAndCountBytes(const std::uint8_t *data, std::int32_t length,
                                      std::uint32_t *byteCount) = 0;
-    /** Counts null, numbers, strings and binaries; other types throw ZELException. */
+    /** Works for null, numbers, strings and binaries; other types throw ZELException. */
     virtual std::unique_ptr<Value> decodeAndCountBytes(ProtocolInputStream &in, std::uint32_t *byteCount) = 0;
 };
 
-/** Protocol version 1.0. Holds no state besides the header length: one object may serve any thread
- *  whose stream it is given. */
+/** The format of protocol version 1.0. It has no state except the header length, so several threads may use
+ *  one object, each with a stream of its own. */
 class ValueFormatV1_0 : public ValueFormat
 {
 public:
-    /** A header longer than 1 means bytes behind the type code that decoding skips unread. */
+    /** When the header is longer than 1, decoding skips the bytes after the type code. */
     explicit ValueFormatV1_0(std::uint16_t headerLength = VALUE_HEADER_LENGTH) noexcept
         : m_headerLength(headerLength)
     {

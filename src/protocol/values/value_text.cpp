@@ -11,7 +11,7 @@ namespace zel {
 
 namespace {
 
-/** A type's name as the text form shows it. */
+/** The name of a type in the text form. */
 struct ShownName {
     char text[23] = {};
     std::size_t length = 0;
