@@ -8,9 +8,9 @@ set(ZEL_HOST_INCLUDE_DIR /usr/include CACHE PATH "Where the header-only librarie
 
 set(ZEL_HOST_HEADER_LINKS ${CMAKE_BINARY_DIR}/host_headers)
 file(MAKE_DIRECTORY ${ZEL_HOST_HEADER_LINKS})
-foreach(ZEL_HEADER asio asio.hpp nlohmann CLI fmt)
+foreach(ZEL_HEADER asio asio.hpp boost nlohmann CLI fmt)
     if(NOT EXISTS ${ZEL_HOST_INCLUDE_DIR}/${ZEL_HEADER})
-        message(FATAL_ERROR "${ZEL_HOST_INCLUDE_DIR}/${ZEL_HEADER} is missing: install libasio-dev, "
+        message(FATAL_ERROR "${ZEL_HOST_INCLUDE_DIR}/${ZEL_HEADER} is missing: install libasio-dev, libboost-dev, "
             "nlohmann-json3-dev, libcli11-dev and libfmt-dev")
     endif()
     file(CREATE_LINK ${ZEL_HOST_INCLUDE_DIR}/${ZEL_HEADER} ${ZEL_HOST_HEADER_LINKS}/${ZEL_HEADER} SYMBOLIC)

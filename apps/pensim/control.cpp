@@ -42,6 +42,7 @@ struct Command {
     const char *purpose;
     std::vector<Parameter> parameters;
     ControlAnswer (*carryOut)(Service &, const Arguments &); // null for what the control does itself
+    bool changes = true;                                     // the pens or the service
 };
 
 ControlAnswer told(ordered_json data = nullptr, std::string text = {})
@@ -317,13 +318,14 @@ constexpr auto kWait = "wait";
 const std::vector<Command> &commands()
 {
     static const std::vector<Command> table = {
-        {"help", "", "tells the commands", {}, help},
-        {"list", "", "tells the pens, docked or not", {}, listPens},
+        {"help", "", "tells the commands", {}, help, false},
+        {"list", "", "tells the pens, docked or not", {}, listPens, false},
         {"state",
          "[PEN]",
          "tells everything about a pen, or about the service",
          {{"pen", Kind::word, kOptional}},
-         state},
+         state,
+         false},
         {"dock",
          "PEN | {..}",
          "docks a known pen again, or new ones given as in a scenario",
@@ -366,7 +368,8 @@ const std::vector<Command> &commands()
          "PEN INSTRUCTION [N] [--timeout S]",
          "waits until the pen has answered so many of them",
          {{"pen"}, {"instruction"}, {"count", Kind::word, kOptional}, {"timeout", Kind::option, kOptional}},
-         nullptr},
+         nullptr,
+         false},
         {"rendezvous",
          "down|up|close|reset",
          "stops or starts the discovery server, or ends its connections",
@@ -376,10 +379,16 @@ const std::vector<Command> &commands()
          "PEN FILE",
          "writes the firmware image that a pen was given",
          {{"pen"}, {"file", Kind::rest}},
-         image},
+         image,
+         false},
         {"load", "FILE", "has the pens of a scenario in place of these", {{"file", Kind::rest}}, load},
-        {"save", "FILE", "writes the pens as they are now as a scenario", {{"file", Kind::rest}}, save},
-        {"quit", "", "ends the service", {}, quit},
+        {"save",
+         "FILE",
+         "writes the pens as they are now as a scenario",
+         {{"file", Kind::rest}},
+         save,
+         false},
+        {"quit", "", "ends the service", {}, quit, false},
     };
     return table;
 }
@@ -436,6 +445,12 @@ json valueIn(const std::string &text)
     return value.is_discarded() ? json(text) : value;
 }
 
+bool valueIsText(const std::string &text)
+{
+    return !text.empty() && text.find_first_of("{[\"") != 0 && text.find('\n') == text.npos &&
+           json::parse(text, nullptr, false).is_discarded();
+}
+
 // Takes "--name VALUE" out of the line.
 void takeOption(const Parameter &parameter, std::string &line, json &command)
 {
@@ -475,6 +490,17 @@ json commandOfWords(const std::string &line)
     if (!words.empty())
         throw std::runtime_error(fmt::format("{} takes no \"{}\"", known.name, words.rest()));
     return command;
+}
+
+// The text that is read as this value.
+std::string wordOf(const json &value, Kind kind)
+{
+    if (value.is_string()) {
+        const std::string text = value.get<std::string>();
+        if (kind != Kind::value || (valueIsText(text) && Words(text).rest() == text))
+            return text;
+    }
+    return value.dump(-1, ' ', false, json::error_handler_t::replace);
 }
 
 json commandOf(const std::string &line)
@@ -540,6 +566,17 @@ std::string ControlAnswer::toText() const
     return data.dump(2, ' ', false, ordered_json::error_handler_t::replace) + "\nok\n";
 }
 
+std::string wordsOf(const json &command)
+{
+    const Command &known = commandNamed(command.at("command"));
+    std::string line = known.name;
+    for (const Parameter &parameter : known.parameters)
+        if (command.contains(parameter.name))
+            line += (parameter.kind == Kind::option ? fmt::format(" --{} ", parameter.name) : " ") +
+                    wordOf(command[parameter.name], parameter.kind);
+    return line;
+}
+
 Control::Control(Service &service) : m_service(service)
 {
     m_service.onExchange([this] { checkWaits(); });
@@ -582,16 +619,25 @@ ControlAnswer Control::runLineAndWait(const std::string &line)
     return future.get();
 }
 
+void Control::onChange(std::function<void(const json &)> observer)
+{
+    m_service.io().run([&] { m_observer = std::move(observer); });
+}
+
 void Control::carryOut(const json &command, const Done &done)
 {
     if (!command.is_object() || !command.contains("command") || !command["command"].is_string())
         throw std::runtime_error("a command is an object with the text \"command\"");
     const Command &known = commandNamed(command["command"]);
     checkParameters(known, command);
-    if (known.carryOut == nullptr)
+    if (known.carryOut == nullptr) {
         beginWait(command, done);
-    else
-        done(known.carryOut(m_service, command));
+    } else {
+        const ControlAnswer answer = known.carryOut(m_service, command);
+        if (known.changes && m_observer)
+            m_observer(command);
+        done(answer);
+    }
     checkWaits();
 }
 

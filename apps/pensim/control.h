@@ -43,6 +43,9 @@ public:
     /** The same, and waits for the answer. Not on the service's thread. */
     ControlAnswer runLineAndWait(const std::string &line);
 
+    /** Called on the service's thread with every command that changed something, whoever gave it. */
+    void onChange(std::function<void(const nlohmann::json &)> observer);
+
 private:
     struct Wait;
     void carryOut(const nlohmann::json &command, const Done &done);
@@ -54,6 +57,10 @@ private:
     // Touched on the service's thread:
     std::map<std::uint64_t, Wait> m_waits;
     std::uint64_t m_lastWait = 0;
+    std::function<void(const nlohmann::json &)> m_observer;
 };
+
+/** A command as the line of words that stands for it. */
+std::string wordsOf(const nlohmann::json &command);
 
 } // namespace pensim

@@ -57,6 +57,7 @@ Answer beginSyncSession(PenState &pen, const Request &, ConnectionNumber connect
     if (pen.syncBusy || pen.sessionOwner)
         return yesOrNo(false);
     pen.sessionOwner = connection;
+    pen.sessionPages = 0;
     return yesOrNo(true);
 }
 
@@ -83,6 +84,7 @@ Answer getPage(PenState &pen, const Request &request, ConnectionNumber connectio
     const PageSpec *page = pen.pages.find(request.argument(0).number());
     if (page == nullptr)
         return refused(status::noSuchPage);
+    ++pen.sessionPages;
     return result(limited(page->strokes, request.argument(2).number()));
 }
 

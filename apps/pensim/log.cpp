@@ -45,12 +45,6 @@ std::string nameOf(const Request &request)
     return instruction == nullptr ? "unknown" : instruction->name;
 }
 
-// Texts of a client may hold anything.
-std::string dumped(const ordered_json &object)
-{
-    return object.dump(-1, ' ', false, ordered_json::error_handler_t::replace);
-}
-
 // One line, whatever a client wrote.
 std::string oneLine(const std::string &message)
 {
@@ -82,6 +76,8 @@ LogEntry exchangeEntry(const std::string &who, std::uint64_t connection, const R
                            {"connection", connection}, {"instruction", codeText(request.code)},
                            {"name", nameOf(request)},  {"arguments", std::move(list)},
                            {"status", answer.status}};
+    if (request.code == instruction::getPage || request.code == instruction::removePage)
+        object["page"] = pageAddressText(request.argument(0).number());
     if (answer.result)
         object["value"] = shortValueJson(*answer.result, kLongestLogged);
     if (const std::string bent = replyText(reply); !bent.empty())

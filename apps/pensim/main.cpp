@@ -1,6 +1,7 @@
 // pensim: a pen service without pens, for trying and testing hosts.
 
 #include "control_port.h"
+#include "desk.h"
 #include "io_thread.h"
 #include "platform.h"
 #include "state_json.h"
@@ -24,6 +25,7 @@ struct Arguments {
     std::string scenario;
     std::uint16_t port = 3715;
     std::optional<std::uint16_t> controlPort;
+    std::optional<std::uint16_t> webPort;
     bool log = false;
     bool logJson = false;
     std::string logFile;
@@ -39,6 +41,11 @@ void describe(CLI::App &app, Arguments &arguments)
         ->capture_default_str();
     app.add_option("-c,--control", arguments.controlPort,
                    "take commands as JSON lines on this port, 0 for any free one");
+    app.add_option_function<std::uint16_t>(
+           "-w,--web", [&](std::uint16_t port) { arguments.webPort = port; },
+           "show the pens on a page for browsers, on this port or on any free one")
+        ->expected(0, 1)
+        ->option_text("[PORT]");
     app.add_flag("-l,--log", arguments.log, "log every exchange to standard error");
     app.add_flag("--log-json", arguments.logJson, "log JSON objects, one a line");
     app.add_option("--log-file", arguments.logFile, "log every exchange to this file");
@@ -137,6 +144,7 @@ struct House {
     pensim::Service service;
     pensim::Control control{service};
     std::unique_ptr<pensim::ControlPort> controlPort;
+    std::unique_ptr<pensim::Desk> desk;
     asio::io_context main; // runs on the first thread until the service is to end
 };
 
@@ -167,14 +175,18 @@ void runUntilStopped(const std::shared_ptr<House> &house, const Arguments &argum
     signals.async_wait([&](asio::error_code, int) { house->main.stop(); });
     const std::uint16_t controlPort = house->controlPort ? house->controlPort->port() : 0;
     std::cout << house->control.runLineAndWait("list").text;
+    const std::string desk = house->desk ? house->desk->address() : "";
     ReadyFile readyFile;
     if (!arguments.readyFile.empty())
-        readyFile.write(arguments.readyFile, pensim::readyReport(house->service, controlPort));
+        readyFile.write(arguments.readyFile, pensim::readyReport(house->service, controlPort, desk));
     if (controlPort != 0)
         std::cout << "control on port " << controlPort << '\n';
+    if (!desk.empty())
+        std::cout << "desk: " << desk << '\n';
     std::cout << "ready on port " << house->service.rendezvousPort() << std::endl;
     readCommands(house, arguments.quitAtEnd);
     house->main.run();
+    house->desk.reset();
     house->controlPort.reset();
     house->service.stop();
 }
@@ -191,14 +203,22 @@ int serve(const Arguments &arguments)
     }
     LogWriter log(arguments);
     pensim::Options options{.rendezvousPort = arguments.port, .record = false, .log = {}};
-    if (log.wanted())
-        options.log = [&log](const pensim::LogEntry &entry) { log.write(entry); };
+    pensim::Journal journal;
+    if (log.wanted() || arguments.webPort)
+        options.log = [&](const pensim::LogEntry &entry) {
+            log.write(entry);
+            if (arguments.webPort)
+                journal.add(entry);
+        };
     const auto house = std::make_shared<House>(options, scenario);
     try {
         house->service.start();
         if (arguments.controlPort)
             house->controlPort = std::make_unique<pensim::ControlPort>(
                 house->service, house->control, *arguments.controlPort, [&] { house->main.stop(); });
+        if (arguments.webPort)
+            house->desk = std::make_unique<pensim::Desk>(house->service, house->control, journal,
+                                                         *arguments.webPort, arguments.scenario);
     } catch (const std::system_error &error) {
         std::cerr << "pensim: " << error.what()
                   << "\nIs another pen service running? Stop it, or choose other ports (--port, \"port\").\n";

@@ -191,11 +191,16 @@ PenStatus Pen::status() const
         const std::lock_guard guard(m_mutex);
         status.announced = m_announced;
         status.session = m_state.sessionOwner;
+        status.sessionPages = m_state.sessionPages;
         status.busy = m_state.syncBusy;
         status.mmiState = m_state.mmiState;
         status.exchanges = m_requestCounts;
         status.memory = m_state.properties.memorySize();
         status.freeMemory = m_state.readProperty(property::freeMemory).number();
+        status.pages = m_state.pages.pages().size();
+        status.styloPages = m_state.styloPages.size();
+        status.rules = m_rules.specs();
+        status.connectionRules = m_connectionRules.specs();
         status.dfuState = m_state.dfu.state();
         status.imageSize = m_state.dfu.image().size();
         status.imageInstalled = m_state.dfu.installed();

@@ -14,11 +14,16 @@ struct PenStatus {
     Announcement announced; // as of its last docking
     std::vector<std::uint64_t> connections;
     std::optional<std::uint64_t> session; // the connection that began it
+    std::size_t sessionPages = 0;         // how many that connection has read, or the last one had
     bool busy = false;
     std::uint16_t mmiState = 0;
     std::map<std::uint32_t, std::size_t> exchanges; // by instruction
     std::uint64_t memory = 0;
     std::uint64_t freeMemory = 0;
+    std::size_t pages = 0;
+    std::size_t styloPages = 0;
+    std::vector<RuleSpec> rules;
+    std::vector<RuleSpec> connectionRules;
     DfuState dfuState = DfuState::appIdle;
     std::size_t imageSize = 0;
     bool imageInstalled = false;

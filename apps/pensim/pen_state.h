@@ -64,6 +64,7 @@ struct PenState {
     std::string hint;
     std::optional<Bytes> encryptedData;
     std::optional<std::uint64_t> sessionOwner; // connection
+    std::size_t sessionPages = 0;              // read since the last session began
     bool syncBusy = false;
     std::uint16_t mmiState = 0;
     DfuMachine dfu;

@@ -43,13 +43,6 @@ ordered_json exchangeCounts(const PenStatus &status)
     return object;
 }
 
-ordered_json faultList(const std::vector<RuleSpec> &rules, const char *trigger, ordered_json list)
-{
-    for (const RuleSpec &rule : rules)
-        list.push_back(faultJson(rule, trigger));
-    return list;
-}
-
 ordered_json identity(const Pen &pen, const PenStatus &status)
 {
     const bool dfu = pen.dfuMode();
@@ -66,6 +59,18 @@ ordered_json identity(const Pen &pen, const PenStatus &status)
 }
 
 } // namespace
+
+const char *dfuStateName(DfuState state)
+{
+    return kDfuStateNames[static_cast<std::size_t>(state)];
+}
+
+ordered_json faultList(const std::vector<RuleSpec> &rules, const char *trigger, ordered_json list)
+{
+    for (const RuleSpec &rule : rules)
+        list.push_back(faultJson(rule, trigger));
+    return list;
+}
 
 ordered_json penStateJson(const Pen &pen)
 {
@@ -88,7 +93,7 @@ ordered_json penStateJson(const Pen &pen)
     object["faults"] = faultList(present.connectionRules, "connection",
                                  faultList(present.rules, "instruction", ordered_json::array()));
     object["exchanges"] = exchangeCounts(status);
-    object["firmware_upgrade"] = {{"state", kDfuStateNames[static_cast<std::size_t>(status.dfuState)]},
+    object["firmware_upgrade"] = {{"state", dfuStateName(status.dfuState)},
                                   {"image_size", status.imageSize},
                                   {"installed", status.imageInstalled}};
     return object;
@@ -113,12 +118,14 @@ ordered_json stateJson(Service &service)
             {"pens", std::move(pens)}};
 }
 
-std::string readyReport(Service &service, std::uint16_t controlPort)
+std::string readyReport(Service &service, std::uint16_t controlPort, const std::string &desk)
 {
     ordered_json report;
     report["rendezvous_port"] = service.rendezvousPort();
     if (controlPort != 0)
         report["control_port"] = controlPort;
+    if (!desk.empty())
+        report["desk"] = desk;
     report["pens"] = ordered_json::array();
     for (const Pen *pen : service.pens())
         report["pens"].push_back({{"serial", serialText(pen->id())},

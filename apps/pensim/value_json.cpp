@@ -51,7 +51,7 @@ Type typeNamed(const std::string &name)
 // Clients choose the bytes of a text; JSON takes UTF-8 only.
 std::string printable(const std::string &text)
 {
-    return ordered_json(text).dump(-1, ' ', false, ordered_json::error_handler_t::replace);
+    return dumped(ordered_json(text));
 }
 
 ordered_json textJson(const std::string &text)
@@ -150,6 +150,11 @@ ordered_json shortValueJson(const Value &value, std::size_t longest)
     if (size > longest)
         object["size"] = size;
     return object;
+}
+
+std::string dumped(const ordered_json &object)
+{
+    return object.dump(-1, ' ', false, ordered_json::error_handler_t::replace);
 }
 
 Value valueOf(const json &value, const std::string &place)

@@ -14,6 +14,9 @@ nlohmann::ordered_json valueJson(const Value &value);
  * its whole size. */
 nlohmann::ordered_json shortValueJson(const Value &value, std::size_t longest);
 
+/** The object in one line. Texts of clients may hold what is no UTF-8. */
+std::string dumped(const nlohmann::ordered_json &object);
+
 /** Reads a value that the schema accepted. Throws std::runtime_error, which names the place, for what a
  * schema cannot tell: a number out of its type's range, an item that is not of the array's type. */
 Value valueOf(const nlohmann::json &json, const std::string &place);
