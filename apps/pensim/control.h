@@ -7,12 +7,12 @@
 
 namespace pensim {
 
-/** What comes back for a command. */
+/** The answer to a command. */
 struct ControlAnswer {
     std::string error;           // empty when all is well
     nlohmann::ordered_json data; // null when there is nothing to tell
-    std::string text;            // the same for people, whole lines
-    bool quit = false;           // whoever asked ends the service once the answer is delivered
+    std::string text;            // the same for people, in whole lines
+    bool quit = false;           // the caller must end the service after delivering the answer
 
     /** {"ok": true, "data": ..} or {"ok": false, "error": ".."}, in one line. */
     std::string toJsonLine() const;
@@ -20,23 +20,23 @@ struct ControlAnswer {
     std::string toText() const;
 };
 
-/** Steers a running service: the one interface behind standard input, the control port and whatever else
- *  there may be. A command is an object such as {"command": "set", "pen": 1, "key": "locked", "value": true};
- *  people write the same as words, `set 1 locked true`. A pen is named by its serial text, its id (0x...) or
- *  its number in the list. Any thread may call. */
+/** Controls a running service. Standard input and the control port both use this class. A command is an
+ *  object such as {"command": "set", "pen": 1, "key": "locked", "value": true}; people write the same as
+ *  words, `set 1 locked true`. A pen is named by its serial text, its id (0x...) or its number in the list.
+ *  Any thread may call. */
 class Control
 {
 public:
     /** Called once, on the service's thread. */
     using Done = std::function<void(const ControlAnswer &)>;
 
-    /** The service outlives the control. */
+    /** The service must outlive the control. */
     explicit Control(Service &service);
-    ~Control(); // what still waits is never answered
+    ~Control(); // commands that still wait are never answered
     Control(const Control &) = delete;
     Control &operator=(const Control &) = delete;
 
-    /** Carries a command out. All but `wait` are done when this returns. */
+    /** Carries out a command. When this returns, every command except `wait` is done. */
     void run(const nlohmann::json &command, Done done);
     /** The same for a line, of words or of JSON, that may be no command at all. */
     void runLine(const std::string &line, Done done);

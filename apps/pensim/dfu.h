@@ -17,7 +17,7 @@ enum class DfuState : std::uint8_t {
     manifestSync = 6,
     manifest = 7,
     manifestWaitReset = 8,
-    uploadIdle = 9, // never entered: pens cannot be read
+    uploadIdle = 9, // never entered, because a pen's firmware cannot be read
     error = 10,
 };
 
@@ -30,7 +30,7 @@ enum class DfuStatus : std::uint8_t {
     stalledPacket = 0x0f,
 };
 
-/** Larger firmware does not fit a pen. */
+/** The largest firmware that a pen accepts. */
 inline constexpr std::size_t kLargestImage = 64 << 20;
 
 /** The state machine of the USB device class for firmware upgrades (version 1.1), without upload. A request

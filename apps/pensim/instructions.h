@@ -12,7 +12,7 @@ struct Instruction {
     std::vector<Type> arguments; // in order of index; `any` takes every type
     bool whenLocked = false;
     std::uint16_t minVersion = 0; // of the pen's software
-    bool inDfuMode = false;       // asked of pens in firmware-upgrade mode too
+    bool inDfuMode = false;       // pens in firmware-upgrade mode know it too
 
     bool isKnownTo(const PenState &pen) const;
     bool accepts(const Request &request) const;
@@ -23,7 +23,7 @@ const Instruction *findInstruction(std::uint32_t code);
 
 std::size_t instructionCount();
 
-/** The four characters of a code, those that are no letters or digits as question marks. */
+/** The four characters of a code. Characters other than letters and digits are replaced by question marks. */
 std::string codeText(std::uint32_t code);
 
 } // namespace pensim

@@ -11,7 +11,8 @@ namespace pensim {
 
 namespace {
 
-// Connections deal with what their handlers throw. If one cannot, the thread still serves the others.
+// Connections handle the exceptions of their handlers. Should one fail to, the thread still serves the
+// others.
 void runUntilStopped(asio::io_context &context)
 {
     for (;;) {

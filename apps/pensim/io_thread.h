@@ -9,7 +9,7 @@
 
 namespace pensim {
 
-/** The one thread on which everything that touches the network runs. */
+/** The thread that does all network operations. */
 class IoThread
 {
 public:
@@ -22,8 +22,8 @@ public:
     void start();
     void stop();
 
-    /** Runs the operation on the thread and waits for it; its exceptions come back to the caller. While the
-     *  thread does not run, and on the thread itself, the operation runs where it is called. */
+    /** Runs the operation on the thread, waits for it, and rethrows its exceptions. When the thread does not
+     *  run, or when called on that thread, runs the operation directly. */
     void run(const std::function<void()> &operation);
 
 private:

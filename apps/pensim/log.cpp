@@ -11,7 +11,7 @@ namespace {
 
 using nlohmann::ordered_json;
 
-// Of longer binaries and arrays the log shows the beginning.
+// The log shows only the beginning of longer binaries and arrays.
 constexpr std::size_t kLongestLogged = 64;
 
 std::string replyText(const Reply &reply)
@@ -28,7 +28,7 @@ std::string replyText(const Reply &reply)
     return text;
 }
 
-// A digest of a password is as good as the password: whoever knows it can unlock the pen.
+// A digest is not logged either: whoever knows it can unlock the pen, as with the password.
 bool isSecret(const Request &request, const Argument &argument)
 {
     if (request.code == instruction::unlock || request.code == instruction::setPassword)

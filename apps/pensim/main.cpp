@@ -101,8 +101,8 @@ private:
     const std::chrono::steady_clock::time_point m_start = std::chrono::steady_clock::now();
 };
 
-// A reader never sees half a file: it appears under its name when it is whole. It is gone when the service
-// is.
+// The file gets its name only when it is complete, so that nobody reads half a file. It is removed when the
+// service ends.
 class ReadyFile
 {
 public:
@@ -148,8 +148,8 @@ struct House {
     asio::io_context main; // runs on the first thread until the service is to end
 };
 
-// Standard input has its own thread, which nothing can wake while it waits for a line. It is left behind at
-// the end, with a share in what it uses.
+// Standard input has a thread of its own. Nothing can wake that thread while it waits for a line, so it is
+// not joined at the end, and it shares the ownership of what it uses.
 void readCommands(const std::shared_ptr<House> &house, bool quitAtEnd)
 {
     std::thread([house, quitAtEnd] {
@@ -255,5 +255,5 @@ int main(int count, char **texts)
     const int code = run(pensim::programArguments(count, texts));
     std::cout.flush();
     pensim::leaveConsole();
-    std::_Exit(code); // past the thread that waits for a line of standard input
+    std::_Exit(code); // does not wait for the thread that reads standard input
 }

@@ -66,7 +66,7 @@ void Pen::cannotAccept(const std::string &reason)
     tell(0, "refused", "cannot accept a connection: " + reason);
 }
 
-// The responder runs without the lock: it may call the pen.
+// The responder runs without the lock, because it may call the pen.
 Outgoing Pen::exchange(Request request, std::uint64_t connection)
 {
     std::unique_lock lock(m_mutex);

@@ -39,10 +39,10 @@ public:
     Pen(const Pen &) = delete;
     Pen &operator=(const Pen &) = delete;
 
-    /** As it was first docked. */
+    /** The description with which it was first docked. */
     const PenSpec &spec() const;
-    /** As it is now: docked as it stands, this pen would behave as it does. Without what was asked of it, and
-     *  without what a responder decides. */
+    /** A description of its present state: a pen docked with it behaves in the same way. Leaves out the
+     *  record of requests, and what responders decide. */
     PenSpec present() const;
     PenStatus status() const;
     std::uint64_t id() const;
@@ -50,19 +50,19 @@ public:
     bool docked() const;
     bool dfuMode() const;
 
-    /** Properties as a request would read them. Setting one here checks nothing and stops what the pen
-     *  computes by itself (clock, free memory). */
+    /** Properties as a request reads them. Setting one here checks nothing. The pen then no longer computes
+     *  it (clock, free memory). */
     Value property(std::uint16_t id) const;
     void setProperty(std::uint16_t id, Value value);
 
     /** Every property that the pen has, as it would be read. */
     std::map<std::uint16_t, Value> properties() const;
-    /** How many bytes of strokes it can hold. What it holds already it keeps. */
+    /** How many bytes of strokes it can hold. It keeps the pages that it has already. */
     void setMemory(std::uint32_t bytes);
 
     std::vector<PageSpec> pages() const;
-    void addPage(PageSpec page); // whether the memory is full or not
-    /** Removes every page that the address stands for; returns how many. */
+    void addPage(PageSpec page); // also when the memory is full
+    /** Removes every page that the address matches, and returns how many. */
     std::size_t removePages(std::uint64_t pattern);
     void clearPages();
     void setStyloPages(std::vector<PageSpec> pages);
@@ -112,8 +112,8 @@ private:
     std::optional<Outgoing> connected(std::uint64_t connection);
     void cannotAccept(const std::string &reason);
     Outgoing exchange(Request request, std::uint64_t connection);
-    void exchanged(); // the answer is on its way
-    void answered();  // it has left
+    void exchanged(); // the answer is being sent
+    void answered();  // the answer was sent
     void disconnected(std::uint64_t connection);
     void gaveUp(std::uint64_t connection, const std::string &reason);
     void open(); // gets a service port and settles what is announced

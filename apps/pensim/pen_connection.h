@@ -7,7 +7,7 @@ namespace pensim {
 
 class Pen;
 
-/** What may pile up behind a request that is not answered yet. */
+/** How many bytes are kept while a request is not answered yet. */
 inline constexpr std::size_t kLongestBacklog = 1 << 20;
 
 /** One host's connection to a pen: answers requests one after the other. */

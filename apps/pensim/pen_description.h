@@ -19,9 +19,9 @@ constexpr std::uint64_t pageAddress(std::uint64_t field1, std::uint64_t field2, 
 /** "1.2.3.4" or "1.2.3.4.5"; throws std::invalid_argument. */
 std::uint64_t parsePageAddress(const std::string &text);
 std::string pageAddressText(std::uint64_t address);
-/** The address behind this one that has no missing field; nothing behind the last. */
+/** The next address without a missing field; nothing after the last. */
 std::optional<std::uint64_t> nextPageAddress(std::uint64_t address);
-/** Whether the address is the pattern's, whose missing fields stand for any. */
+/** Whether the address matches the pattern. A missing field of the pattern matches every number. */
 bool pageAddressMatches(std::uint64_t address, std::uint64_t pattern);
 
 /** File names are UTF-8 in scenarios and commands, on every platform. */
@@ -49,7 +49,7 @@ struct PageSpec {
     std::uint32_t size() const;
 };
 
-/** `size` bytes that follow from the seed alone: x(0) = seed, x(n+1) = 6364136223846793005 x(n) +
+/** `size` bytes that depend on the seed only: x(0) = seed, x(n+1) = 6364136223846793005 x(n) +
  *  1442695040888963407 modulo 2^64, byte n the high 8 bits of x(n+1). */
 Bytes generatedStrokes(std::size_t size, std::uint64_t seed);
 

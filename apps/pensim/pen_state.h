@@ -9,20 +9,20 @@
 
 namespace pensim {
 
-/** What a pen answers: a status and, unless the status says it all, a result. */
+/** What a pen answers: a status and perhaps a result. */
 struct Answer {
     std::int32_t status = 0;
     std::optional<Value> result;
 };
 
-/** The pages that hold strokes, in the order in which they were written. Finding one by its address does not
- *  walk the others, so that fetching many stays linear. */
+/** The pages that have strokes, in the order in which they were written. An index finds a page by its
+ *  address, so that fetching many pages takes linear time. */
 class PageStore
 {
 public:
     void add(PageSpec page);
     const PageSpec *find(std::uint64_t address) const;
-    /** Removes every page that the address stands for; answers how many. */
+    /** Removes every page that the address matches, and returns how many. */
     std::size_t remove(std::uint64_t pattern);
     void clear();
 
@@ -37,8 +37,8 @@ private:
     std::uint64_t m_bytes = 0;
 };
 
-/** Everything that a pen remembers, apart from any network: one thread at a time. The instruction handlers
- *  change it. */
+/** Everything that a pen remembers. It does not know the network. The instruction handlers change it. One
+ *  thread at a time. */
 struct PenState {
     explicit PenState(const PenSpec &spec);
 
@@ -46,7 +46,7 @@ struct PenState {
      */
     Answer handle(const Request &request, std::uint64_t connection);
     void connectionClosed(std::uint64_t connection);
-    /** As the pen is set on its dock: it forgets sessions and locks again if it has a password. */
+    /** Call it when the pen is docked: it forgets sessions, and locks if it has a password. */
     void dock();
 
     Value readProperty(std::uint16_t id) const { return properties.read(id, pages.bytes()); }

@@ -5,12 +5,13 @@
 
 namespace pensim {
 
-// What Linux and Windows do differently: platform_posix.cpp and platform_windows.cpp.
+// Functions that differ between Linux and Windows, implemented in platform_posix.cpp and
+// platform_windows.cpp.
 
 /** The arguments of the program in UTF-8, its name first. */
 std::vector<std::string> programArguments(int count, char **texts);
 
-/** Tells the console that what it shows and reads is UTF-8; leaveConsole() gives it back as it was. */
+/** Switches the console to UTF-8. leaveConsole() switches it back. */
 void prepareConsole();
 void leaveConsole();
 

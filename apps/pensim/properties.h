@@ -56,9 +56,9 @@ public:
     std::uint32_t memorySize() const;
     /** Every property that the pen has, as it is read. */
     std::map<std::uint16_t, Value> all(std::uint64_t usedBytes) const;
-    /** Those that are read otherwise than on a new pen of this description. */
+    /** The properties whose values differ from those of a new pen with this description. */
     std::map<std::uint16_t, Value> changed(PenSpec spec) const;
-    /** Notes the host's clock, as the pen does when a host finds it. */
+    /** Stores the host's time, as a pen does when a host finds it. */
     void seeHost();
 
 private:

@@ -9,14 +9,14 @@
 
 namespace pensim {
 
-/** Which pens a rendezvous client hears of. */
+/** Which pens are announced to a rendezvous client. */
 enum class Subscription {
     none,     // connected, not subscribed yet
     ordinary, // RVA1
     dfu,      // DVA1
 };
 
-/** What the rendezvous server tells of a docked pen. */
+/** What the rendezvous server says about a docked pen. */
 struct Announcement {
     std::uint64_t penId = 0;
     std::string brand;
@@ -31,7 +31,7 @@ struct Announcement {
     Subscription audience() const { return dfuMode ? Subscription::dfu : Subscription::ordinary; }
 };
 
-/** How the rendezvous server departs from its ways. */
+/** How the rendezvous server deviates from its usual behaviour. */
 struct RendezvousSpec {
     std::vector<RuleSpec> listRules;
     std::vector<RuleSpec> connectionRules;
@@ -69,17 +69,17 @@ public:
     void shutDown(Ending ending = Ending::close);
     void listen();
 
-    /** Ends the connections there are; new ones are welcome. */
+    /** Closes all connections; still accepts new ones. */
     void closeConnections(Ending ending);
 
-    /** Sends these bytes as they are to every subscriber of the kind. */
+    /** Sends the bytes unchanged to every subscriber of this kind. */
     void send(std::string_view bytes, Subscription to = Subscription::ordinary);
 
     /** Rules: what a LIST gets (the bytes replace the whole answer), and what a new connection gets. */
     void onList(Reply reply, std::size_t occurrence = 0);
     void onConnection(Reply reply, std::size_t occurrence = 0);
     void clearRules();
-    /** Everything leaves in pieces of so many bytes with a pause between them; 0 sends as usual. */
+    /** Sends everything in pieces of so many bytes, with a pause between them; 0 sends as usual. */
     void setFragments(std::size_t size, std::chrono::milliseconds pause);
     /** Replaces the rules and the fragments. */
     void configure(const RendezvousSpec &spec);

@@ -34,7 +34,7 @@ void Connection::fail(const char *reason)
     try {
         failed(reason);
     } catch (const std::exception &) {
-        // There is no memory for the log. The connection closes all the same.
+        // There is no memory for the log entry. The connection is still closed.
     }
     close(Ending::close);
 }
@@ -51,8 +51,8 @@ void Connection::close(Ending ending)
     finish(ending);
 }
 
-// A socket that is closed under a pending read may end in order where a reset is wanted. So the read is
-// called off, and its handler closes the socket.
+// If a socket is closed during a pending read, the peer may see end of file instead of the reset that is
+// wanted. So the read is cancelled first, and its handler closes the socket.
 void Connection::finish(Ending ending)
 {
     m_ending = ending;
@@ -86,8 +86,7 @@ void Connection::readDone(const asio::error_code &error, std::size_t count)
     }
 }
 
-// What is on its way still leaves, with what is queued behind it: a peer may have closed its own direction
-// only.
+// Messages in the queue are still sent, because the peer may have closed only its own direction.
 void Connection::peerGone()
 {
     if (!m_sending)

@@ -8,7 +8,7 @@
 
 namespace pensim {
 
-/** What may wait for a peer that does not read, behind the message that is on its way. */
+/** How many bytes may wait while a peer does not read, not counting the message that is being sent. */
 inline constexpr std::size_t kLongestQueue = 16 << 20;
 
 /** One peer's connection, whatever is spoken on it. It reads all the time, so that it sees at once that the
@@ -31,11 +31,11 @@ public:
 
 protected:
     virtual void received(std::span<const std::uint8_t> bytes) = 0;
-    /** A message has left. */
+    /** A message was sent. */
     virtual void left() {}
-    /** Every message has left, and the connection goes on. */
+    /** All messages were sent, and the connection stays open. */
     virtual void idle() {}
-    /** The connection closes; the peer cannot know it yet. */
+    /** Called before the connection is closed. */
     virtual void ended() {}
     virtual void failed(const std::string &) {}
     /** Whether everything leaves in pieces, and the pause between them. */
@@ -51,7 +51,7 @@ protected:
 
     /** Runs the step; if it throws, the connection closes. */
     void guarded(const std::function<void()> &step);
-    /** Tells the reason and closes. */
+    /** Logs the reason and closes. */
     void fail(const char *reason);
 
 private:
@@ -82,7 +82,7 @@ private:
 /** A listener on the loopback interface, and the connections that it accepted. Lives on the service's thread.
  *
  *  `Session` is a Connection that is made from a socket, a number and its owner. The owner, which outlives
- * the server, has
+ *  the server, has
  *
  *      std::optional<Outgoing> connected(std::uint64_t connection);  what one gets that is not to be served
  *      void cannotAccept(const std::string &reason); */

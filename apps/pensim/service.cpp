@@ -103,8 +103,8 @@ void Service::attach(Pen &pen)
     m_rendezvous.announce(pen.m_announced, "CONNECT");
 }
 
-// The departure tells what the arrival told, so a pen that has changed its mode meanwhile is still known by
-// the old.
+// The departure is announced with the data of the arrival, so that clients recognise a pen that has changed
+// its mode meanwhile.
 void Service::detach(Pen &pen)
 {
     m_rendezvous.announce(pen.m_announced, "DISCONNECT");

@@ -35,7 +35,7 @@ public:
     Rendezvous &rendezvous() { return m_rendezvous; }
 
     /** Docks a new pen and tells the subscribers. Throws std::invalid_argument when there is a pen of the
-     * same id, and std::system_error when its port is taken; there is no such pen then. */
+     *  same id, and std::system_error when its port is taken; there is no such pen then. */
     Pen &dock(PenSpec spec);
     /** Docks a known pen again; one with a password comes back locked. */
     Pen &redock(std::uint64_t id);
@@ -52,7 +52,7 @@ public:
     Pen &pen(std::uint64_t id); // throws std::out_of_range
     std::vector<Pen *> pens();  // in the order in which the rendezvous server lists them
 
-    /** The thread that everything on the network runs on. */
+    /** The thread that does all network operations. */
     IoThread &io() { return *m_io; }
     /** Called on that thread after every exchange with a pen. One at a time; an empty one ends it. */
     void onExchange(std::function<void()> observer);

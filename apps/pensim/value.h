@@ -9,7 +9,7 @@ namespace pensim {
 
 using Bytes = std::vector<std::uint8_t>;
 
-/** Strokes of several MiB are shared between a pen's pages and the answers that carry them. */
+/** Shared, because strokes can have several MiB: a pen's pages and its answers use the same bytes. */
 using SharedBytes = std::shared_ptr<const Bytes>;
 
 /** Type codes as they stand on the wire. */
@@ -30,15 +30,15 @@ enum class Type : std::uint8_t {
     any = 15,
 };
 
-/** The service's own typed datum: a plain copyable value. It shares no code with the client library, so
- *  every exchange between the two checks one implementation of the protocol against another. */
+/** A value of the protocol. It can be copied. It shares no code with the client library, so that every
+ *  exchange tests two independent implementations against each other. */
 class Value
 {
 public:
     Value() = default; // null
 
     static Value null();
-    /** Of a type that has a number or nothing behind it. */
+    /** For types that have a number, or no contents. */
     static Value ofNumber(Type type, std::uint64_t number);
     static Value boolean(bool value);
     static Value byte(std::uint8_t value);
@@ -59,7 +59,7 @@ public:
     bool isNumber() const { return m_type >= Type::boolean && m_type <= Type::long64; }
     bool isArray() const { return m_type >= Type::array && m_type <= Type::terminatedArray; }
 
-    /** Each returns its own kind, and zero or nothing for any other. */
+    /** Each returns 0 or nothing when the value has another type. */
     std::uint64_t number() const { return m_number; }
     const std::string &text() const { return m_text; }
     const Bytes &bytes() const;

@@ -291,8 +291,8 @@ void RequestDecoder::finish(Value value)
     m_value = std::move(value);
 }
 
-// A value is delivered by the loop of take(), never by the value before it: elements without a body would
-// otherwise nest calls as deep as there are elements.
+// The loop in take() delivers values. If each value delivered the next, an array of elements without a body
+// would nest calls as deep as it has elements.
 void RequestDecoder::deliver()
 {
     Value value = std::move(*m_value);

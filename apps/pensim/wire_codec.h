@@ -8,13 +8,13 @@
 
 namespace pensim {
 
-/** Bytes that no peer of the protocol sends, or more of them than the service takes. */
+/** The input does not follow the protocol, or is larger than the service accepts. */
 class MalformedInput : public std::runtime_error
 {
     using std::runtime_error::runtime_error;
 };
 
-/** What one request may grow to. The largest that hosts send is a firmware block of 64 KiB. */
+/** The limits on one request. The largest that hosts send is a firmware block of 64 KiB. */
 inline constexpr std::size_t kLongestRequest = 16 << 20; // bytes
 inline constexpr std::size_t kMostValues = 100000;       // each takes some 100 bytes of memory
 inline constexpr std::size_t kDeepestValue = 64;         // arrays within arrays
@@ -64,11 +64,11 @@ private:
 
     Step m_step = Step::header;
     std::size_t m_tokenSize = 5;
-    Bytes m_token; // the piece that the step waits for, as far as it has arrived
+    Bytes m_token; // the bytes so far of the piece that the step needs
     std::size_t m_bytes = 0;
     std::size_t m_values = 0;
     Type m_type = Type::null;     // of the value that is being read
-    std::optional<Value> m_value; // that is whole and has not found its place yet
+    std::optional<Value> m_value; // complete, but not delivered yet
     Bytes m_escaped;
     std::vector<Level> m_levels;
     std::size_t m_argumentsLeft = 0;
