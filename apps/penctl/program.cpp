@@ -9,8 +9,6 @@
 #include <CLI/CLI.hpp>
 #include <zel/zel.hpp>
 
-#include "commands/commands.h"
-#include "exit_code.h"
 #include "failure.h"
 #include "ui/interrupt.h"
 #include "ui/output.h"
@@ -40,11 +38,8 @@ void addCommands(CLI::App &program)
     addFetch(program);
     addRm(program);
     addShow(program);
-    addGet(program);
-    addSet(program);
+    addSettings(program);
     addLock(program);
-    addUnlock(program);
-    addPassword(program);
     addHoldings(program);
     addUserData(program);
     addDfu(program);

@@ -479,7 +479,7 @@ private:
         const auto sent = static_cast<std::size_t>(m_progress.bytesSent);
         const Bytes data = m_image.subrun(sent, m_blockSize);
         DfuStatus status;
-        if (!done(m_pen.trySendBlock(m_number++, data)) || !settle(status))
+        if (!send(data) || !settle(status))
             return false;
         if (status.state != DfuState::downloadIdle)
             return failWith(status);
@@ -488,10 +488,19 @@ private:
         return tell();
     }
 
+    bool send(Bytes data)
+    {
+        const Result<void> sent = m_pen.trySendBlock(m_number++, data);
+        if (sent || sent.error().reason() == Errc::communication)
+            return done(sent);
+        return fail(Error(Errc::downloadFailed, "download",
+                          std::string("the pen did not take a block; ") + disturbed()));
+    }
+
     bool manifest()
     {
         DfuStatus status;
-        if (!done(m_pen.trySendBlock(m_number, {})))
+        if (!send({}))
             return false;
         m_progress.isComplete = true;
         if (!tell() || !settle(status))
@@ -577,10 +586,19 @@ private:
 
     bool failWith(const DfuStatus &status)
     {
-        return fail(Error(Errc::downloadFailed, "download",
-                          "the pen stopped after " + std::to_string(m_progress.bytesSent) +
-                              " bytes: " + dfuStatusText(status.status) + "; status " +
-                              std::to_string(status.status) + ", " + dfuStateName(status.state)));
+        constexpr std::uint8_t unexpectedRequest = 15;
+        std::string what = "the pen stopped after " + std::to_string(m_progress.bytesSent) +
+                           " bytes: " + dfuStatusText(status.status) + "; status " +
+                           std::to_string(status.status) + ", " + dfuStateName(status.state);
+        if (!status.failed() || status.status == unexpectedRequest)
+            what += std::string("; ") + disturbed();
+        return fail(Error(Errc::downloadFailed, "download", what));
+    }
+
+    /** A download alone does not bring a pen into such a state, but every question to the pen changes it. */
+    static const char *disturbed() noexcept
+    {
+        return "did another program ask the pen meanwhile?";
     }
 
     DfuPen &m_pen;

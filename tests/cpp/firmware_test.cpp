@@ -126,6 +126,57 @@ TEST_F(CppFirmware, PenThatCannotWriteABlockTellsWhy)
                  "status 3, dfuERROR): The pen did not take the firmware.");
 }
 
+TEST_F(CppFirmware, PenThatAnotherProgramDisturbedIsSuspectedToBe)
+{
+    pensim::Pen &pen = dock();
+    zelpp::DfuPen connected = connect();
+    pen.onInstruction(instruction::dfuGetStatus,
+                      Reply::withValue(pensim::Value::binary({0x00,             // no error
+                                                              0x00, 0x00, 0x00, // no pause
+                                                              0x02,             // dfuIDLE
+                                                              0x00})),          // string index
+                      3);                                                       // the first after a block
+    EXPECT_EQ(connected.tryDownload(Bytes(kBlock, 0xaa)).error().detail(),
+              "the pen stopped after 0 bytes: no error; status 0, dfuIDLE; "
+              "did another program ask the pen meanwhile?");
+}
+
+TEST_F(CppFirmware, PenThatNamesNoBlockSizeGetsBlocksOf1024Bytes)
+{
+    pensim::PenSpec spec = firmwarePen();
+    spec.dfu.transferSize = 4096;
+    pensim::Pen &pen = dock(spec);
+    pen.onInstruction(instruction::dfuFunctionalDescriptor,
+                      Reply::withValue(pensim::Value::binary({0x05,           // takes images, tolerant
+                                                              0xe8, 0x03,     // detach timeout 1000 ms
+                                                              0x00, 0x00,     // transfer size: none
+                                                              0x10, 0x01}))); // version 1.1
+    const Bytes image(2 * 1024 + 1, 0xaa);
+    connect().download(image, [](const zelpp::DownloadProgress &progress) {
+        EXPECT_EQ(progress.blocks, 3u);
+        EXPECT_EQ(progress.bytesSent, std::min<std::uint64_t>(progress.blocksSent * 1024, 2049));
+    });
+    EXPECT_EQ(pen.firmwareImage(), image);
+}
+
+TEST_F(CppFirmware, PenThatDoesNotInstallACompleteImageHasFailed)
+{
+    pensim::Pen &pen = dock();
+    const zelpp::Result<void> result =
+        connect().tryDownload(Bytes(kBlock, 0xaa), [&](const zelpp::DownloadProgress &progress) {
+            if (progress.isComplete)
+                pen.onInstruction(instruction::dfuGetStatus,
+                                  Reply::withValue(pensim::Value::binary({0x00, 0x00, 0x00, 0x00,
+                                                                          0x05, // dfuDNLOAD-IDLE
+                                                                          0x00})));
+        });
+    ASSERT_FALSE(result);
+    EXPECT_EQ(result.error().code(), Errc::downloadFailed);
+    EXPECT_EQ(result.error().detail().rfind(
+                  "the pen stopped after 64 bytes: no error; status 0, dfuDNLOAD-IDLE", 0),
+              0u);
+}
+
 TEST_F(CppFirmware, CallbackThatSaysNoGivesTheDownloadUp)
 {
     pensim::Pen &pen = dock();

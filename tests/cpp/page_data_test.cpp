@@ -135,6 +135,9 @@ TEST_F(CppPageDataFile, FileThatCannotBeReadOrWrittenIsTold)
     ASSERT_FALSE(folder);
     EXPECT_EQ(folder.error().reason(), zelpp::Errc::fileAccess);
     EXPECT_FALSE(zelpp::PageData::view(kData).trySave(m_folder / "missing" / "file"));
+    std::filesystem::create_directories(m_folder / "taken" / "by a folder");
+    EXPECT_FALSE(zelpp::PageData::view(kData).trySave(m_folder / "taken"));
+    EXPECT_FALSE(std::filesystem::exists(m_folder / "taken.part")) << "nothing unfinished is left";
 }
 
 TEST(CppPageAddress, TextsAreReadAndWritten)

@@ -1,4 +1,4 @@
-#include "pen/clock.h"
+#include "ui/units.h"
 
 #include <gtest/gtest.h>
 

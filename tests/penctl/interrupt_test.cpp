@@ -6,7 +6,7 @@
 
 #include <gtest/gtest.h>
 
-#include "files/atomic_file.h"
+#include "files/whole_file.h"
 
 namespace penctl {
 namespace {

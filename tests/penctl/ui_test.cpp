@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "ui/printable.h"
-#include "ui/progress_line.h"
+#include "ui/progress.h"
 #include "ui/table.h"
 #include "ui/units.h"
 

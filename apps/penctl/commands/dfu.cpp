@@ -1,21 +1,24 @@
-#include "commands/commands.h"
+#include "program.h"
 
+#include <atomic>
+#include <chrono>
+#include <future>
 #include <memory>
+#include <thread>
+#include <utility>
 
 #include <fmt/format.h>
+#include <zel/firmware.hpp>
 
-#include "commands/dfu_download.h"
 #include "commands/options.h"
-#include "exit_code.h"
 #include "failure.h"
-#include "files/input_file.h"
-#include "pen/result.h"
-#include "ui/confirm.h"
-#include "ui/json.h"
-#include "ui/output.h"
+#include "files/file_system.h"
+#include "files/whole_file.h"
+#include "pen/answer.h"
+#include "pen/pens.h"
+#include "ui/interrupt.h"
 #include "ui/printable.h"
-#include "ui/progress_display.h"
-#include "ui/style.h"
+#include "ui/progress.h"
 #include "ui/table.h"
 #include "ui/units.h"
 
@@ -35,42 +38,63 @@ struct DfuOptions {
 
 using SharedDfuOptions = std::shared_ptr<DfuOptions>;
 
+zelpp::DfuLibrary startLibrary()
+{
+    return check(zelpp::DfuLibrary::tryStart(), "cannot start the library's firmware-upgrade mode");
+}
+
 Json dfuPenJson(const zelpp::PenInfo &pen)
 {
     return {{"serial", pen.serial}, {"penId", penIdText(pen.penId)}};
 }
 
-Json dfuPensJson(const std::vector<zelpp::PenInfo> &pens)
-{
-    Json list = Json::array();
-    for (const zelpp::PenInfo &pen : pens) {
-        Json json = dfuPenJson(pen);
-        json["firmwareUpgrade"] = pen.firmwareUpgrade;
-        list.push_back(json);
-    }
-    return {{"pens", list}};
-}
-
-void printDfuPens(const std::vector<zelpp::PenInfo> &pens)
-{
-    Table table({{"SERIAL"}, {"PEN ID"}, {"MODE"}});
-    for (const zelpp::PenInfo &pen : pens)
-        table.addRow({printable(pen.serial), penIdText(pen.penId),
-                      pen.firmwareUpgrade ? "firmware upgrade" : "ordinary"});
-    print(table.text(coloursOn(Stream::Output)));
-}
-
 void listDfuPens(const DfuOptions &options)
 {
-    const zelpp::DfuLibrary library = startDfuLibrary();
+    const zelpp::DfuLibrary library = startLibrary();
     const std::vector<zelpp::PenInfo> pens = findPens(library, options.choice);
+    Json list = Json::array();
+    Table table({{"SERIAL"}, {"PEN ID"}, {"MODE"}});
+    for (const zelpp::PenInfo &pen : pens) {
+        list.push_back(dfuPenJson(pen));
+        list.back()["firmwareUpgrade"] = pen.firmwareUpgrade;
+        table.addRow({printable(pen.serial), penIdText(pen.penId),
+                      pen.firmwareUpgrade ? "firmware upgrade" : "ordinary"});
+    }
     if (options.json)
-        printJson(dfuPensJson(pens));
+        printJson({{"pens", list}});
     if (pens.empty())
         failWithoutPens(options.choice);
     if (!options.json)
-        printDfuPens(pens);
+        print(table.text(coloursOn(Stream::Output)));
 }
+
+/** The chosen pen, connected. Every question to a pen in this mode changes its state, so a second penctl that
+ * asks would break off what the first one sends: one penctl at a time has a pen, the others fail (75). */
+struct DfuSession {
+    explicit DfuSession(const PenChoice &choice)
+        : library(startLibrary()),
+          info(findPen(library, choice)),
+          claim(fmt::format("zel-firmware-upgrade-{:016x}", info.penId)),
+          pen(connect())
+    {
+    }
+
+    zelpp::DfuPen connect() const
+    {
+        if (claim.isTaken())
+            throw Failure(
+                kPenTaken,
+                fmt::format("another penctl works on pen {}; asking the pen now could break an upgrade off",
+                            serial()));
+        return check(library.tryConnect(info), "cannot connect to the pen");
+    }
+    std::string serial() const { return printable(info.serial); }
+
+    zelpp::DfuLibrary library;
+    zelpp::PenInfo info;
+    NameClaim claim;
+    zelpp::DfuPen pen;
+};
 
 void showStatus(const DfuOptions &options)
 {
@@ -89,16 +113,12 @@ void showStatus(const DfuOptions &options)
     printJson(json);
 }
 
-const char *yesNo(bool flag)
-{
-    return flag ? "yes" : "no";
-}
-
 void showDescriptor(const DfuOptions &options)
 {
     const DfuSession session(options.choice);
     const zelpp::DfuDescriptor descriptor = check(session.pen.tryDescriptor(), "cannot read the descriptor",
                                                   "the pen gave no functional descriptor");
+    const auto yesNo = [](bool flag) { return flag ? "yes" : "no"; };
     if (!options.json)
         return print(fmt::format("takes images              {}\ngives images              {}\n"
                                  "answers after manifesting {}\ndetach timeout            {} ms\n"
@@ -115,11 +135,86 @@ void showDescriptor(const DfuOptions &options)
     printJson(json);
 }
 
-void sendImage(DfuSession &session, const std::vector<uint8_t> &image, const std::string &serial)
+/** One download, which an interruption gives up. */
+class Sending
 {
-    DfuDownload download(session, image);
-    ProgressDisplay display(serial, "blocks", download.blocks());
-    download.run([&](uint64_t bytes, uint64_t blocks) { display.update(bytes, image.size(), blocks); });
+public:
+    Sending(DfuSession &session, zelpp::Bytes image) : m_session(session), m_image(image) {}
+
+    zelpp::Result<void> run()
+    {
+        ProgressDisplay display(m_session.serial(), "blocks");
+        const OnInterrupt onInterrupt([this] { return giveUp(); });
+        const zelpp::Result<void> result =
+            m_session.pen.tryDownload(m_image, m_stop, [&](const zelpp::DownloadProgress &progress) {
+                m_sent = progress.bytesSent;
+                m_complete = progress.isComplete;
+                display.update(
+                    {progress.bytesSent, progress.bytesTotal, progress.blocksSent, progress.blocks});
+            });
+        m_result.set_value(result);
+        return result;
+    }
+
+private:
+    /** For the end after an interruption, which must come within a second. */
+    static constexpr std::chrono::milliseconds kLongestStop{200};
+    static constexpr std::chrono::milliseconds kLongestAbort{600};
+
+    /** Runs beside the download, which may be waiting for an answer that never comes. */
+    std::string giveUp()
+    {
+        if (m_complete)
+            return "the pen has the whole image already";
+        m_stop.request();
+        std::future<zelpp::Result<void>> stopped = m_result.get_future();
+        const std::string sent =
+            fmt::format("{} of {} were sent", grouped(m_sent), counted(m_image.size(), "byte", "bytes"));
+        if (stopped.wait_for(kLongestStop) == std::future_status::ready) {
+            const zelpp::Result<void> result = stopped.get();
+            return result ? "the pen has the whole image" : sent + ", and " + reasonOf(result.error());
+        }
+        return sent + ", and " + abortElsewhere();
+    }
+
+    static std::string reasonOf(const zelpp::Error &error)
+    {
+        return error.detail().empty() ? error.sentence() : error.detail();
+    }
+
+    /** Over a connection of its own, on a thread that is not waited for long. A pen that is busy takes an
+     * abort for an error, which has to be cleared. */
+    std::string abortElsewhere()
+    {
+        std::packaged_task<bool()> task([this] {
+            zelpp::Result<zelpp::DfuPen> other = m_session.library.tryConnect(m_session.info);
+            return other && (other->tryAbort() || other->tryClearStatus());
+        });
+        std::future<bool> aborted = task.get_future();
+        std::thread(std::move(task)).detach();
+        if (aborted.wait_for(kLongestAbort) == std::future_status::ready && aborted.get())
+            return "the pen was told to give up the image";
+        return "the pen does not answer; `penctl dfu abort` tells it to give up the image";
+    }
+
+    DfuSession &m_session;
+    zelpp::Bytes m_image;
+    zelpp::DownloadStop m_stop;
+    std::promise<zelpp::Result<void>> m_result;
+    std::atomic<uint64_t> m_sent = 0;
+    std::atomic<bool> m_complete = false;
+};
+
+/** The header's own reasons are about the pen; they leave with 11 where the library has no code. */
+void checkDownload(const zelpp::Result<void> &result)
+{
+    if (result)
+        return;
+    const zelpp::Error &error = result.error();
+    if (error.detail().empty())
+        failOn(error, "cannot send the image", "the pen did not answer");
+    const uint32_t code = error.reason() == zelpp::Errc::downloadFailed ? ZEL_ERR_UNEXPECTED : error.number();
+    throw Failure(static_cast<int>(code), fmt::format("{} ({})", error.detail(), code));
 }
 
 void downloadImage(const DfuOptions &options)
@@ -128,42 +223,38 @@ void downloadImage(const DfuOptions &options)
     if (image.empty())
         throw Failure(kNoInput, fmt::format("{} is empty", printable(options.image)));
     DfuSession session(options.choice);
-    const std::string serial = printable(session.info.serial);
     const std::string size = counted(image.size(), "byte", "bytes");
-    note(fmt::format("pen {} ({}) is about to be given {} ({}); nothing else may ask it meanwhile", serial,
-                     penIdText(session.info.penId), printable(options.image), size));
-    requireConsent(options.yes, fmt::format("Replace the firmware of pen {}?", serial));
-    sendImage(session, image, serial);
-    print(fmt::format("sent {} to pen {}: {}\n", printable(options.image), serial, size));
+    note(fmt::format("pen {} ({}) is about to be given {} ({}); nothing else may ask it meanwhile",
+                     session.serial(), penIdText(session.info.penId), printable(options.image), size));
+    requireConsent(options.yes, fmt::format("Replace the firmware of pen {}?", session.serial()));
+    checkDownload(Sending(session, image).run());
+    print(fmt::format("sent {} to pen {}: {}\n", printable(options.image), session.serial(), size));
 }
 
 /** A request without an answer of its own. */
 struct Request {
+    const char *command;
+    const char *help;
     zelpp::Result<void> (zelpp::DfuPen::*send)();
-    const char *what;
+    const char *failure;
     const char *done;
 };
 
-constexpr Request kReset = {&zelpp::DfuPen::tryResetPort, "cannot reset the port", "port reset"};
-constexpr Request kAbort = {&zelpp::DfuPen::tryAbort, "cannot abort", "aborted"};
-constexpr Request kClear = {&zelpp::DfuPen::tryClearStatus, "cannot clear the status", "error cleared"};
-constexpr Request kDetach = {&zelpp::DfuPen::tryDetach, "cannot detach", "detached"};
-constexpr Request kDetachBoot = {&zelpp::DfuPen::tryDetachToBootLoader, "cannot detach to the boot loader",
-                                 "detached"};
+constexpr Request kRequests[] = {
+    {"reset", "Reset the pen's port", &zelpp::DfuPen::tryResetPort, "cannot reset the port", "port reset"},
+    {"abort", "Give up an image that is being sent", &zelpp::DfuPen::tryAbort, "cannot abort", "aborted"},
+    {"clear", "Clear an error", &zelpp::DfuPen::tryClearStatus, "cannot clear the status", "error cleared"},
+};
+constexpr Request kDetach = {"detach", "Let the pen change between its firmware and this mode",
+                             &zelpp::DfuPen::tryDetach, "cannot detach", "detached"};
+constexpr Request kDetachBoot = {"detach", "", &zelpp::DfuPen::tryDetachToBootLoader,
+                                 "cannot detach to the boot loader", "detached"};
 
 void tell(const DfuOptions &options, const Request &request)
 {
     DfuSession session(options.choice);
-    check((session.pen.*request.send)(), request.what, "the pen did not answer");
-    print(fmt::format("pen {}: {}\n", printable(session.info.serial), request.done));
-}
-
-void addListing(CLI::App &dfu, const SharedDfuOptions &options)
-{
-    CLI::App &command =
-        addCommand(dfu, "list", "List the pens announced in this mode", [options] { listDfuPens(*options); });
-    addWaiting(command, options->choice);
-    addJson(command, options->json);
+    check((session.pen.*request.send)(), request.failure, "the pen did not answer");
+    print(fmt::format("pen {}: {}\n", session.serial(), request.done));
 }
 
 void addQuestion(CLI::App &dfu, const char *name, const char *help, const SharedDfuOptions &options,
@@ -183,15 +274,9 @@ void addDownload(CLI::App &dfu, const SharedDfuOptions &options)
     addYes(command, options->yes);
 }
 
-void addRequest(CLI::App &dfu, const char *name, const char *help, const SharedDfuOptions &options,
-                const Request &request)
-{
-    addPen(addCommand(dfu, name, help, [options, &request] { tell(*options, request); }), options->choice);
-}
-
 void addDetach(CLI::App &dfu, const SharedDfuOptions &options)
 {
-    CLI::App &command = addCommand(dfu, "detach", "Let the pen change between its firmware and this mode",
+    CLI::App &command = addCommand(dfu, kDetach.command, kDetach.help,
                                    [options] { tell(*options, options->boot ? kDetachBoot : kDetach); });
     addPen(command, options->choice);
     addFlag(command, "--boot", options->boot, "Detach to the boot loader");
@@ -203,14 +288,18 @@ void addDfu(CLI::App &program)
 {
     CLI::App &dfu = addFamily(program, "dfu", "Firmware-upgrade mode");
     const auto options = std::make_shared<DfuOptions>();
-    addListing(dfu, options);
+    CLI::App &list =
+        addCommand(dfu, "list", "List the pens announced in this mode", [options] { listDfuPens(*options); });
+    addWaiting(list, options->choice);
+    addJson(list, options->json);
     addQuestion(dfu, "status", "Show a pen's upgrade status", options, showStatus);
     addQuestion(dfu, "descriptor", "Show what a pen's upgrade mode can do", options, showDescriptor);
     addDownload(dfu, options);
     addDetach(dfu, options);
-    addRequest(dfu, "reset", "Reset the pen's port", options, kReset);
-    addRequest(dfu, "abort", "Give up an image that is being sent", options, kAbort);
-    addRequest(dfu, "clear", "Clear an error", options, kClear);
+    for (const Request &request : kRequests)
+        addPen(
+            addCommand(dfu, request.command, request.help, [options, &request] { tell(*options, request); }),
+            options->choice);
 }
 
 } // namespace penctl

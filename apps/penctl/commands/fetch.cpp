@@ -1,4 +1,4 @@
-#include "commands/commands.h"
+#include "program.h"
 
 #include <memory>
 #include <set>
@@ -7,13 +7,12 @@
 #include <fmt/format.h>
 
 #include "commands/options.h"
-#include "files/atomic_file.h"
+#include "files/whole_file.h"
+#include "pen/answer.h"
 #include "pen/pens.h"
-#include "pen/result.h"
-#include "ui/json.h"
 #include "ui/output.h"
 #include "ui/printable.h"
-#include "ui/progress_display.h"
+#include "ui/progress.h"
 #include "ui/units.h"
 
 namespace penctl {
@@ -46,10 +45,11 @@ struct Fetched {
 Fetched retrieve(const FetchOptions &options, const zelpp::Pen &pen)
 {
     std::size_t pages = 0;
-    ProgressDisplay display(serialOf(pen), "pages", pagesToCome(options, pen));
+    ProgressDisplay display(serialOf(pen), "pages");
+    const uint64_t pagesInAll = pagesToCome(options, pen);
     const auto onProgress = [&](const zelpp::FetchProgress &progress) {
         pages = progress.pages;
-        display.update(progress.bytesSoFar, progress.bytesTotal, progress.pages);
+        display.update({progress.bytesSoFar, progress.bytesTotal, progress.pages, pagesInAll});
     };
     if (options.addresses.empty()) {
         zelpp::PageData all =

@@ -1,4 +1,4 @@
-#include "commands/commands.h"
+#include "program.h"
 
 #include <algorithm>
 #include <array>
@@ -7,19 +7,15 @@
 #include <fmt/format.h>
 
 #include "commands/options.h"
-#include "exit_code.h"
 #include "failure.h"
-#include "files/atomic_file.h"
-#include "files/input_file.h"
-#include "pen/parse_number.h"
+#include "files/whole_file.h"
+#include "pen/answer.h"
 #include "pen/pens.h"
-#include "pen/result.h"
-#include "ui/confirm.h"
-#include "ui/json.h"
-#include "ui/output.h"
 #include "ui/printable.h"
 #include "ui/units.h"
 
+/** What a pen holds besides pages: certificate, signing key, encrypted data. Each is a family of commands
+ * that tell of it, bring it and take it away; the tables below say what is special about each. */
 namespace penctl {
 
 namespace {
@@ -29,7 +25,7 @@ constexpr std::size_t kLongestPart = 1024 * 1024;
 
 struct HoldingOptions {
     PenChoice choice;
-    /** The key's number; a text, because what is no number would be taken for a file. */
+    /** The key's number; a text, because otherwise one that is no number would count as a file. */
     std::string number;
     uint64_t argument = 0;
     std::vector<std::string> files;
@@ -39,131 +35,58 @@ struct HoldingOptions {
 };
 
 using SharedHoldingOptions = std::shared_ptr<HoldingOptions>;
+using Parts = std::vector<std::vector<uint8_t>>;
 
-/** A thing that a pen holds besides pages: a family of commands that tell of it, bring it and take it away.
- */
+/** One thing that `show` tells. */
+struct Fact {
+    const char *label;
+    const char *jsonKey;
+    std::string text;
+    Json json;
+};
+
 struct Holding {
     const char *command;
     const char *help;
     /** As it stands in sentences. */
     const char *name;
     const char *showHelp;
-    /** Prints what there is; by a general way when null, which needs the two members that follow. */
-    void (*show)(const HoldingOptions &options);
-    const char *jsonKey;
-    zelpp::Result<bool> (zelpp::Pen::*has)() const;
+    std::vector<Fact> (*facts)(const zelpp::Pen &pen);
     zelpp::Result<void> (zelpp::Pen::*clear)();
     Meaning clearRefused;
-    /** Adds the commands that no other holding has. */
-    void (*addOthers)(CLI::App &family, const SharedHoldingOptions &options);
 };
 
-using Part = std::vector<uint8_t>;
+/** A command that brings something from files. */
+struct Installation {
+    /** The family that the command belongs to. */
+    const char *family;
+    const char *command;
+    const char *name;
+    std::size_t files;
+    const char *filesHelp;
+    bool numbered;
+    zelpp::Result<void> (*install)(zelpp::Pen &pen, uint16_t number, const Parts &parts);
+    Meaning refused;
+};
 
-std::vector<Part> readParts(const HoldingOptions &options)
+Fact yesOrNo(const char *label, const char *jsonKey, const zelpp::Result<bool> &answer)
 {
-    std::vector<Part> parts;
-    for (const std::string &file : options.files)
-        parts.push_back(readWholeFile(file, kLongestPart));
-    return parts;
+    const bool present = check(answer, fmt::format("cannot ask for the {}", label));
+    return {label, jsonKey, present ? "yes" : "no", present};
 }
 
-void showCertificate(const HoldingOptions &options)
+std::vector<Fact> certificateFacts(const zelpp::Pen &pen)
 {
-    const zelpp::Pen pen = openPen(options.choice);
     const bool authenticator =
         check(pen.tryHasCertificateAuthenticator(), "cannot ask for the certificate authenticator");
     const zelpp::Result<zelpp::CertificateInfo> info = pen.tryCertificateInfo();
-    // A pen without a certificate has nothing to take apart.
+    // A pen without a certificate has no numbers to tell.
     if (!info && info.error().reason() != zelpp::Errc::unexpected)
         failOn(info.error(), "cannot read the certificate's data");
-    if (!options.json)
-        return print(
-            fmt::format("authenticator: {}\ncertificate: {}\n", authenticator ? "yes" : "no",
-                        info ? fmt::format("{}, {}, {}", info->number, info->value1, info->value2) : "none"));
-    Json json = penJson(pen.info());
-    json["authenticator"] = authenticator;
-    json["certificate"] = info ? Json::array({info->number, info->value1, info->value2}) : Json(nullptr);
-    printJson(json);
-}
-
-void installCertificate(const HoldingOptions &options)
-{
-    const std::vector<Part> parts = readParts(options);
-    zelpp::Pen pen = openPen(options.choice);
-    check(pen.tryInstallCertificate(parts[0]), "cannot install the certificate");
-    print(fmt::format("installed the certificate in pen {}\n", serialOf(pen)));
-}
-
-void installAuthenticator(const HoldingOptions &options)
-{
-    const std::vector<Part> parts = readParts(options);
-    zelpp::Pen pen = openPen(options.choice);
-    check(pen.tryInstallCertificateAuthenticator(parts[0], parts[1]),
-          "cannot install the certificate authenticator", "the second file must not be empty");
-    print(fmt::format("installed the certificate authenticator in pen {}\n", serialOf(pen)));
-}
-
-void addCertificateCommands(CLI::App &family, const SharedHoldingOptions &options)
-{
-    CLI::App &install =
-        addCommand(family, "install", "Install a certificate", [options] { installCertificate(*options); });
-    addPenBeforeOthers(install, options->choice);
-    addTexts(install, "FILE", options->files, 1, "The certificate");
-    CLI::App &authenticator = addCommand(family, "authenticator", "Install the certificate authenticator",
-                                         [options] { installAuthenticator(*options); });
-    addPenBeforeOthers(authenticator, options->choice);
-    addTexts(authenticator, "FILE", options->files, 2, "Its two parts");
-}
-
-void installKey(const HoldingOptions &options)
-{
-    const std::optional<uint64_t> number = parseNumber(options.number, UINT16_MAX);
-    if (!number)
-        throw Failure(kUsageError,
-                      fmt::format("\"{}\" is no number from 0 to {}", printable(options.number), UINT16_MAX));
-    const std::vector<Part> parts = readParts(options);
-    std::array<zelpp::Bytes, kKeyParts> bytes;
-    std::copy(parts.begin(), parts.end(), bytes.begin());
-    zelpp::Pen pen = openPen(options.choice);
-    check(pen.tryInstallSigningKey(static_cast<uint16_t>(*number), bytes), "cannot install the signing key");
-    print(fmt::format("installed the signing key in pen {}\n", serialOf(pen)));
-}
-
-void addKeyCommands(CLI::App &family, const SharedHoldingOptions &options)
-{
-    CLI::App &install =
-        addCommand(family, "install", "Install a signing key", [options] { installKey(*options); });
-    addPenBeforeOthers(install, options->choice);
-    addText(install, "NUMBER", options->number, "", "The key's number", Need::Required);
-    addTexts(install, "FILE", options->files, kKeyParts, "The eight parts of the key");
-}
-
-void fetchEncrypted(const HoldingOptions &options)
-{
-    AtomicFile file(options.output);
-    zelpp::Pen pen = openPen(options.choice);
-    uint8_t *bytes = nullptr;
-    uint32_t size = 0;
-    // The pen's own operation hands no argument on.
-    const uint32_t code = zelGetEncryptedData(pen.handle(), options.argument, &bytes, &size);
-    const zelpp::LibraryBytes data(bytes, size);
-    if (code != ZEL_OK)
-        failOn({static_cast<zelpp::Errc>(code), "zelGetEncryptedData"}, "cannot fetch the encrypted data",
-               "the pen holds none");
-    file.write({data.data(), data.size()});
-    file.publish();
-    print(fmt::format("wrote {}: {}, from pen {}\n", printable(options.output),
-                      counted(data.size(), "byte", "bytes"), serialOf(pen)));
-}
-
-void addEncryptedCommands(CLI::App &family, const SharedHoldingOptions &options)
-{
-    CLI::App &fetch = addCommand(family, "fetch", "Write a pen's encrypted data to a file",
-                                 [options] { fetchEncrypted(*options); });
-    addPen(fetch, options->choice);
-    addText(fetch, "-o,--output", options->output, "FILE", "The file to write", Need::Required);
-    addNumber(fetch, "--argument", options->argument, "A number that is handed on with the request");
+    return {{"authenticator", "authenticator", authenticator ? "yes" : "no", authenticator},
+            {"certificate", "certificate",
+             info ? fmt::format("{}, {}, {}", info->number, info->value1, info->value2) : "none",
+             info ? Json::array({info->number, info->value1, info->value2}) : Json(nullptr)}};
 }
 
 constexpr std::array kHoldings = {
@@ -171,39 +94,84 @@ constexpr std::array kHoldings = {
             "A pen's certificate and its authenticator",
             "certificate",
             "Tell what certificate a pen holds",
-            showCertificate,
-            nullptr,
-            nullptr,
+            certificateFacts,
             &zelpp::Pen::tryClearCertificate,
-            {},
-            addCertificateCommands},
+            {}},
     Holding{"key",
             "A pen's signing key",
             "signing key",
             "Tell whether a pen holds a signing key",
-            nullptr,
-            "signingKey",
-            &zelpp::Pen::tryHasSigningKey,
+            [](const zelpp::Pen &pen) {
+                return std::vector{yesOrNo("signing key", "signingKey", pen.tryHasSigningKey())};
+            },
             &zelpp::Pen::tryClearSigningKey,
-            {},
-            addKeyCommands},
+            {}},
     Holding{"encrypted", "A pen's encrypted data", "encrypted data",
-            "Tell whether a pen holds encrypted data", nullptr, "encryptedData",
-            &zelpp::Pen::tryHasEncryptedData, &zelpp::Pen::tryClearEncryptedData, "the pen refused",
-            addEncryptedCommands},
+            "Tell whether a pen holds encrypted data",
+            [](const zelpp::Pen &pen) {
+                return std::vector{yesOrNo("encrypted data", "encryptedData", pen.tryHasEncryptedData())};
+            },
+            &zelpp::Pen::tryClearEncryptedData, "the pen refused"},
+};
+
+constexpr std::array kInstallations = {
+    Installation{
+        "cert",
+        "install",
+        "certificate",
+        1,
+        "The certificate",
+        false,
+        [](zelpp::Pen &pen, uint16_t, const Parts &parts) { return pen.tryInstallCertificate(parts[0]); },
+        {}},
+    Installation{"cert", "authenticator", "certificate authenticator", 2, "Its two parts", false,
+                 [](zelpp::Pen &pen, uint16_t, const Parts &parts) {
+                     return pen.tryInstallCertificateAuthenticator(parts[0], parts[1]);
+                 },
+                 "the second file must not be empty"},
+    Installation{"key",
+                 "install",
+                 "signing key",
+                 kKeyParts,
+                 "The eight parts of the key",
+                 true,
+                 [](zelpp::Pen &pen, uint16_t number, const Parts &parts) {
+                     std::array<zelpp::Bytes, kKeyParts> bytes;
+                     std::copy(parts.begin(), parts.end(), bytes.begin());
+                     return pen.tryInstallSigningKey(number, bytes);
+                 },
+                 {}},
 };
 
 void show(const Holding &holding, const HoldingOptions &options)
 {
-    if (holding.show)
-        return holding.show(options);
-    zelpp::Pen pen = openPen(options.choice);
-    const bool present = check((pen.*holding.has)(), fmt::format("cannot ask for the {}", holding.name));
-    if (!options.json)
-        return print(fmt::format("{}: {}\n", holding.name, present ? "yes" : "no"));
+    const zelpp::Pen pen = openPen(options.choice);
     Json json = penJson(pen.info());
-    json[holding.jsonKey] = present;
-    printJson(json);
+    std::string text;
+    for (const Fact &fact : holding.facts(pen)) {
+        json[fact.jsonKey] = fact.json;
+        text += fmt::format("{}: {}\n", fact.label, fact.text);
+    }
+    if (options.json)
+        printJson(json);
+    else
+        print(text);
+}
+
+void install(const Installation &installation, const HoldingOptions &options)
+{
+    const std::optional<uint64_t> number =
+        installation.numbered ? parseNumber(options.number, UINT16_MAX) : uint64_t{0};
+    if (!number)
+        throw Failure(kUsageError,
+                      fmt::format("\"{}\" is no number from 0 to {}", printable(options.number), UINT16_MAX));
+    Parts parts;
+    for (const std::string &file : options.files)
+        parts.push_back(readWholeFile(file, kLongestPart));
+    zelpp::Pen pen = openPen(options.choice);
+    check(installation.install(pen, static_cast<uint16_t>(*number), parts),
+          fmt::format("cannot install the {}", installation.name), installation.refused);
+    print(fmt::format("installed the {} in pen {}\n", installation.name, serialOf(pen)));
 }
 
 void clear(const Holding &holding, const HoldingOptions &options)
@@ -215,6 +183,39 @@ void clear(const Holding &holding, const HoldingOptions &options)
     print(fmt::format("removed the {} from pen {}\n", holding.name, serial));
 }
 
+void fetchEncrypted(const HoldingOptions &options)
+{
+    AtomicFile file(options.output);
+    const zelpp::Pen pen = openPen(options.choice);
+    const zelpp::LibraryBytes data = check(pen.tryEncryptedData(options.argument),
+                                           "cannot fetch the encrypted data", "the pen holds none");
+    file.write({data.data(), data.size()});
+    file.publish();
+    print(fmt::format("wrote {}: {}, from pen {}\n", printable(options.output),
+                      counted(data.size(), "byte", "bytes"), serialOf(pen)));
+}
+
+void addInstallation(CLI::App &family, const Installation &installation, const SharedHoldingOptions &options)
+{
+    const char *const article = installation.command == std::string("install") ? "a" : "the";
+    CLI::App &command = addCommand(family, installation.command,
+                                   fmt::format("Install {} {}", article, installation.name).c_str(),
+                                   [&installation, options] { install(installation, *options); });
+    addPenBeforeOthers(command, options->choice);
+    if (installation.numbered)
+        addText(command, "NUMBER", options->number, "", "The key's number", Need::Required);
+    addTexts(command, "FILE", options->files, installation.files, installation.filesHelp);
+}
+
+void addFetchEncrypted(CLI::App &family, const SharedHoldingOptions &options)
+{
+    CLI::App &fetch = addCommand(family, "fetch", "Write a pen's encrypted data to a file",
+                                 [options] { fetchEncrypted(*options); });
+    addPen(fetch, options->choice);
+    addText(fetch, "-o,--output", options->output, "FILE", "The file to write", Need::Required);
+    addNumber(fetch, "--argument", options->argument, "A number that is handed on with the request");
+}
+
 void addHolding(CLI::App &program, const Holding &holding)
 {
     CLI::App &family = addFamily(program, holding.command, holding.help);
@@ -223,7 +224,11 @@ void addHolding(CLI::App &program, const Holding &holding)
         addCommand(family, "show", holding.showHelp, [&holding, options] { show(holding, *options); });
     addPen(showing, options->choice);
     addJson(showing, options->json);
-    holding.addOthers(family, options);
+    for (const Installation &installation : kInstallations)
+        if (installation.family == std::string(holding.command))
+            addInstallation(family, installation, options);
+    if (holding.command == std::string("encrypted"))
+        addFetchEncrypted(family, options);
     CLI::App &clearing = addCommand(family, "clear", fmt::format("Remove the {}", holding.name).c_str(),
                                     [&holding, options] { clear(holding, *options); });
     addPen(clearing, options->choice);

@@ -1,26 +1,98 @@
-#include "commands/commands.h"
+#include "program.h"
 
 #include <memory>
 
-#include <fmt/format.h>
+#include <fmt/color.h>
 
-#include "commands/info_view.h"
 #include "commands/options.h"
-#include "pen/clock.h"
+#include "commands/settings.h"
+#include "pen/answer.h"
 #include "pen/pens.h"
-#include "pen/result.h"
-#include "pen/settings.h"
-#include "ui/bar.h"
-#include "ui/json.h"
-#include "ui/output.h"
 #include "ui/printable.h"
-#include "ui/style.h"
-#include "ui/terminal.h"
+#include "ui/progress.h"
 #include "ui/units.h"
 
 namespace penctl {
 
 namespace {
+
+/** What a pen was asked for, as one view: rows under headings for people, an object of objects for programs.
+ */
+class InfoView
+{
+public:
+    void section(std::string title, std::string key);
+    void row(std::string label, std::string key, Reading reading);
+
+    std::string text(bool boldTitles) const;
+
+    /** Adds an object for each section. What the pen did not answer is null, and "unavailable" tells why. */
+    void addTo(Json &json) const;
+
+    /** The first result that is more than the pen being locked or lacking something; 0 when there is none. */
+    uint32_t firstFailure() const;
+
+private:
+    struct Row {
+        std::string label;
+        std::string key;
+        Reading reading;
+    };
+    struct Section {
+        std::string title;
+        std::string key;
+        std::vector<Row> rows;
+    };
+
+    std::vector<Section> m_sections;
+};
+
+void InfoView::section(std::string title, std::string key)
+{
+    m_sections.push_back({std::move(title), std::move(key), {}});
+}
+
+void InfoView::row(std::string label, std::string key, Reading reading)
+{
+    m_sections.back().rows.push_back({std::move(label), std::move(key), std::move(reading)});
+}
+
+std::string InfoView::text(bool boldTitles) const
+{
+    std::string all;
+    for (const Section &section : m_sections) {
+        all += boldTitles ? fmt::format(fmt::emphasis::bold, "{}", section.title) : section.title;
+        all += "\n";
+        for (const Row &row : section.rows)
+            all += fmt::format("  {:<18} {}\n", row.label, readingText(row.reading));
+    }
+    return all;
+}
+
+void InfoView::addTo(Json &json) const
+{
+    Json unavailable = Json::array();
+    for (const Section &section : m_sections) {
+        for (const Row &row : section.rows) {
+            const uint32_t code = row.reading.code;
+            json[section.key][row.key] = code == ZEL_OK ? row.reading.json : Json(nullptr);
+            if (code != ZEL_OK)
+                unavailable.push_back(
+                    {{"name", section.key + "." + row.key}, {"code", code}, {"reason", resultWords(code)}});
+        }
+    }
+    json["unavailable"] = unavailable;
+}
+
+uint32_t InfoView::firstFailure() const
+{
+    for (const Section &section : m_sections)
+        for (const Row &row : section.rows)
+            if (row.reading.code != ZEL_OK && row.reading.code != ZEL_ERR_PEN_LOCKED &&
+                row.reading.code != ZEL_ERR_NOT_SUPPORTED)
+                return row.reading.code;
+    return ZEL_OK;
+}
 
 struct InfoOptions {
     PenChoice choice;
@@ -72,8 +144,9 @@ std::string memoryText(const zelpp::MemoryStatus &memory)
         return fmt::format("{} in all; the pen reports more free than that", humanBytes(memory.total));
     const double share =
         memory.total == 0 ? 0 : static_cast<double>(memory.used) / static_cast<double>(memory.total);
-    return fmt::format("{} {:.0f}%, {} of {}", plainBar(share, kMemoryBar, showsUnicode(Stream::Output)),
-                       share * 100, humanBytes(memory.used), humanBytes(memory.total));
+    return fmt::format("{} {:.0f}%, {} of {}",
+                       barText(share, kMemoryBar, showsUnicode(Stream::Output), BarLook::Plain), share * 100,
+                       humanBytes(memory.used), humanBytes(memory.total));
 }
 
 Reading readMemory(const zelpp::Pen &pen)
@@ -116,7 +189,7 @@ public:
     }
     void setting(const char *label, const char *key, const char *name)
     {
-        add(label, key, findSetting(name).get(m_pen));
+        add(label, key, readSetting(m_pen, name));
     }
     void flag(const char *label, const char *key, const zelpp::Result<bool> &answer)
     {

@@ -1,21 +1,139 @@
-#include "commands/commands.h"
+#include "program.h"
 
+#include <algorithm>
+#include <initializer_list>
 #include <memory>
+#include <utility>
+#include <vector>
 
 #include <fmt/format.h>
 
 #include "commands/options.h"
-#include "pen/password_source.h"
+#include "failure.h"
+#include "files/whole_file.h"
+#include "pen/answer.h"
 #include "pen/pens.h"
-#include "pen/reading.h"
-#include "pen/result.h"
-#include "ui/json.h"
-#include "ui/output.h"
 #include "ui/printable.h"
 
 namespace penctl {
 
 namespace {
+
+/** A text that does not stay in memory longer than needed: its bytes are overwritten at its end. */
+class Secret
+{
+public:
+    explicit Secret(std::string text) : m_text(std::move(text)) {}
+    ~Secret() { wipe(); }
+    Secret(const Secret &) = delete;
+    Secret &operator=(const Secret &) = delete;
+
+    const char *c_str() const { return m_text.c_str(); }
+    bool operator==(const Secret &other) const { return m_text == other.m_text; }
+
+private:
+    void wipe()
+    {
+        volatile char *bytes = m_text.data();
+        for (std::size_t i = 0; i < m_text.size(); ++i)
+            bytes[i] = 0;
+    }
+
+    std::string m_text;
+};
+
+/** Where passwords come from: the lines of a file, or of standard input for "-", or else the terminal. They
+ * are never arguments, which other users of the machine could see. */
+class PasswordSource
+{
+public:
+    /** file  empty to ask on the terminal. Failure (66) for a file that holds something else than UTF-8 text.
+     */
+    explicit PasswordSource(const std::string &file);
+    ~PasswordSource();
+    PasswordSource(const PasswordSource &) = delete;
+    PasswordSource &operator=(const PasswordSource &) = delete;
+
+    /** The next line, or the answer to the prompt. Failure (66) when there is none. */
+    std::unique_ptr<Secret> next(const std::string &prompt);
+
+    /** As next(), but on the terminal it asks a second time, for a password that is to be set. */
+    std::unique_ptr<Secret> nextTwice(const std::string &prompt);
+
+private:
+    std::unique_ptr<Secret> nextLine();
+
+    std::string m_file;
+    std::string m_shownFile;
+    std::vector<uint8_t> m_lines;
+    std::size_t m_used = 0;
+};
+
+constexpr std::size_t kLongestFile = 64 * 1024;
+
+std::unique_ptr<Secret> ask(const std::string &prompt)
+{
+    std::optional<std::string> line = askLine(prompt + ": ", Echo::Off);
+    if (!line)
+        throw Failure(kNoInput,
+                      "there is no terminal to ask for a password on; give it with --password-file");
+    if (line->find('\0') != std::string::npos)
+        throw Failure(kUsageError, "a password cannot hold a zero byte");
+    return std::make_unique<Secret>(std::move(*line));
+}
+
+bool startsWith(const std::vector<uint8_t> &bytes, std::initializer_list<uint8_t> start)
+{
+    return bytes.size() >= start.size() && std::equal(start.begin(), start.end(), bytes.begin());
+}
+
+PasswordSource::PasswordSource(const std::string &file)
+    : m_file(file), m_shownFile(file == "-" ? "standard input" : printable(file))
+{
+    if (file.empty())
+        return;
+    m_lines = readWholeFile(file, kLongestFile);
+    if (startsWith(m_lines, {0xFF, 0xFE}) || startsWith(m_lines, {0xFE, 0xFF}))
+        throw Failure(kNoInput, fmt::format("cannot use {}: it is UTF-16; save it as UTF-8", m_shownFile));
+    // The library would take such a password as ending there.
+    if (std::find(m_lines.begin(), m_lines.end(), 0) != m_lines.end())
+        throw Failure(kNoInput, fmt::format("cannot use {}: it holds a zero byte", m_shownFile));
+    if (startsWith(m_lines, {0xEF, 0xBB, 0xBF})) // the mark of a file that an editor saved as UTF-8
+        m_used = 3;
+}
+
+PasswordSource::~PasswordSource()
+{
+    volatile uint8_t *bytes = m_lines.data();
+    for (std::size_t i = 0; i < m_lines.size(); ++i)
+        bytes[i] = 0;
+}
+
+std::unique_ptr<Secret> PasswordSource::next(const std::string &prompt)
+{
+    return m_file.empty() ? ask(prompt) : nextLine();
+}
+
+std::unique_ptr<Secret> PasswordSource::nextTwice(const std::string &prompt)
+{
+    if (!m_file.empty())
+        return nextLine();
+    std::unique_ptr<Secret> first = ask(prompt);
+    if (!(*first == *ask(prompt + ", again")))
+        throw Failure(kUsageError, "the two passwords differ");
+    return first;
+}
+
+std::unique_ptr<Secret> PasswordSource::nextLine()
+{
+    if (m_used >= m_lines.size())
+        throw Failure(kNoInput, fmt::format("there are not enough lines in {}", m_shownFile));
+    const auto begin = m_lines.begin() + static_cast<std::ptrdiff_t>(m_used);
+    const auto end = std::find(begin, m_lines.end(), '\n');
+    m_used = static_cast<std::size_t>(end - m_lines.begin()) + 1;
+    const bool carriageReturn = end != begin && *(end - 1) == '\r';
+    return std::make_unique<Secret>(std::string(begin, carriageReturn ? end - 1 : end));
+}
 
 struct LockOptions {
     PenChoice choice;
@@ -89,15 +207,6 @@ CLI::App &addOne(CLI::App &parent, const char *name, const char *help, const Sha
     return command;
 }
 
-} // namespace
-
-void addLock(CLI::App &program)
-{
-    const auto options = std::make_shared<LockOptions>();
-    addJson(addOne(program, "lock", "Tell whether a pen is locked, and its password hint", options, lock),
-            options->json);
-}
-
 void addUnlock(CLI::App &program)
 {
     const auto options = std::make_shared<LockOptions>();
@@ -117,6 +226,17 @@ void addPassword(CLI::App &program)
             Need::Optional);
     addPasswordFile(addOne(password, "remove", "Remove the password", options, removePassword),
                     options->passwordFile);
+}
+
+} // namespace
+
+void addLock(CLI::App &program)
+{
+    const auto options = std::make_shared<LockOptions>();
+    addJson(addOne(program, "lock", "Tell whether a pen is locked, and its password hint", options, lock),
+            options->json);
+    addUnlock(program);
+    addPassword(program);
 }
 
 } // namespace penctl

@@ -6,7 +6,7 @@
 #include <fmt/format.h>
 #include <zel/page_data.hpp>
 
-#include "pen/parse_number.h"
+#include "ui/units.h"
 
 namespace penctl {
 

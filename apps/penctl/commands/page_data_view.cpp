@@ -4,7 +4,6 @@
 
 #include <fmt/format.h>
 
-#include "exit_code.h"
 #include "failure.h"
 #include "ui/printable.h"
 #include "ui/table.h"

@@ -5,7 +5,7 @@
 
 #include <zel/page_data.hpp>
 
-#include "ui/json.h"
+#include "ui/output.h"
 
 namespace penctl {
 

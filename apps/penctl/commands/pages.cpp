@@ -1,13 +1,12 @@
-#include "commands/commands.h"
+#include "program.h"
 
 #include <memory>
 
 #include <fmt/format.h>
 
 #include "commands/options.h"
+#include "pen/answer.h"
 #include "pen/pens.h"
-#include "pen/result.h"
-#include "ui/json.h"
 #include "ui/output.h"
 #include "ui/printable.h"
 #include "ui/units.h"

@@ -1,4 +1,4 @@
-#include "commands/commands.h"
+#include "program.h"
 
 #include <algorithm>
 #include <memory>
@@ -7,9 +7,8 @@
 
 #include "commands/options.h"
 #include "failure.h"
+#include "pen/answer.h"
 #include "pen/pens.h"
-#include "pen/result.h"
-#include "ui/confirm.h"
 #include "ui/output.h"
 #include "ui/printable.h"
 #include "ui/units.h"

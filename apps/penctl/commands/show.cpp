@@ -1,4 +1,4 @@
-#include "commands/commands.h"
+#include "program.h"
 
 #include <memory>
 
@@ -7,13 +7,10 @@
 
 #include "commands/options.h"
 #include "commands/page_data_view.h"
-#include "exit_code.h"
 #include "failure.h"
-#include "files/mapped_file.h"
-#include "ui/json.h"
+#include "files/file_system.h"
 #include "ui/output.h"
 #include "ui/printable.h"
-#include "ui/style.h"
 
 namespace penctl {
 
@@ -24,13 +21,6 @@ struct ShowOptions {
     bool json = false;
 };
 
-/** An error's text is the operation, what is wrong in brackets, and a sentence on the kind of error. */
-std::string reasonIn(const std::string &text)
-{
-    const std::size_t begin = text.find('(') + 1;
-    return text.substr(begin, text.rfind("): ") - begin);
-}
-
 void show(const ShowOptions &options)
 {
     const MappedFile file(options.file);
@@ -38,7 +28,7 @@ void show(const ShowOptions &options)
         zelpp::PageData::tryView({file.bytes().data(), file.bytes().size()});
     if (!data)
         throw Failure(kDamagedFile, fmt::format("{} holds no valid page data: {}", printable(options.file),
-                                                reasonIn(data.error().what())));
+                                                data.error().detail()));
     if (options.json)
         printJson(pageDataJson(*data));
     else

@@ -1,12 +1,22 @@
 #pragma once
 
+#include <cstdint>
 #include <cstdio>
 #include <filesystem>
 #include <memory>
+#include <optional>
+#include <span>
+#include <string>
 
 namespace penctl {
 
-/** What the standard library has no portable way to do with files. */
+/** What the standard library has no portable way to do with files, and with names that processes share. */
+
+/** A path from a UTF-8 text. */
+inline std::filesystem::path pathFromUtf8(const std::string &text)
+{
+    return {std::u8string(text.begin(), text.end())};
+}
 
 struct CloseFile {
     void operator()(std::FILE *file) const { std::fclose(file); }
@@ -26,5 +36,41 @@ bool flushToDisk(std::FILE *file);
 
 /** Brings a folder's entries (a renamed file) to the disk, where that is a thing to do. */
 void flushFolder(const std::filesystem::path &folder);
+
+/** The bytes of a file that is read in parts, without being held in memory: the system brings the parts that
+ * are looked at. For files that nobody cuts meanwhile. */
+class MappedFile
+{
+public:
+    /** Raises Failure (66) for what cannot be read, and for what is no regular file. */
+    explicit MappedFile(const std::string &name);
+    ~MappedFile();
+    MappedFile(const MappedFile &) = delete;
+    MappedFile &operator=(const MappedFile &) = delete;
+
+    std::span<const uint8_t> bytes() const { return {m_data, m_size}; }
+
+private:
+    const uint8_t *m_data = nullptr;
+    std::size_t m_size = 0;
+};
+
+/** A name that one process at a time may have, among all users of the machine. The claim ends with the
+ * process at the latest, however that ends. */
+class NameClaim
+{
+public:
+    explicit NameClaim(const std::string &name);
+    ~NameClaim();
+    NameClaim(const NameClaim &) = delete;
+    NameClaim &operator=(const NameClaim &) = delete;
+
+    /** Whether another process has the name. When the claim cannot be made at all, nobody has it. */
+    bool isTaken() const { return m_taken; }
+
+private:
+    std::optional<intptr_t> m_handle;
+    bool m_taken = false;
+};
 
 } // namespace penctl

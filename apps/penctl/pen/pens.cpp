@@ -5,8 +5,8 @@
 
 #include <fmt/format.h>
 
-#include "exit_code.h"
-#include "pen/result.h"
+#include "failure.h"
+#include "pen/answer.h"
 #include "ui/printable.h"
 
 namespace penctl {

@@ -5,7 +5,7 @@
 
 #include <zel/zel.hpp>
 
-#include "ui/json.h"
+#include "ui/output.h"
 
 namespace penctl {
 

@@ -3,7 +3,7 @@
 #include <functional>
 #include <string>
 
-#include "exit_code.h"
+#include "failure.h"
 
 namespace penctl {
 

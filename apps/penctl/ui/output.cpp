@@ -2,11 +2,11 @@
 
 #include <cerrno>
 #include <cstdio>
+#include <cstdlib>
 #include <system_error>
 
 #include <fmt/format.h>
 
-#include "exit_code.h"
 #include "failure.h"
 
 namespace penctl {
@@ -15,10 +15,21 @@ namespace {
 
 [[noreturn]] void failOnOutput()
 {
-    // Who closed the pipe ("penctl show f | head") has read enough and wants no complaint.
+    // A reader that closed the pipe ("penctl show f | head") has read enough; no complaint.
     throw Failure(kOutputError, errno == EPIPE ? ""
                                                : fmt::format("cannot write to standard output: {}",
                                                              std::generic_category().message(errno)));
+}
+
+std::string dumped(const Json &value, int indent)
+{
+    return value.dump(indent, ' ', false, Json::error_handler_t::replace) + "\n";
+}
+
+std::string environment(const char *name)
+{
+    const char *value = std::getenv(name);
+    return value ? value : "";
 }
 
 } // namespace
@@ -30,17 +41,49 @@ void print(std::string_view text)
         failOnOutput();
 }
 
-void note(std::string_view text)
+void printJson(const Json &value)
 {
-    const std::string line = fmt::format("{}\n", text);
-    std::fwrite(line.data(), 1, line.size(), stderr);
-    std::fflush(stderr); // which is not everywhere unbuffered when it is a file
+    print(dumped(value, 2));
+}
+
+void printJsonLine(const Json &value)
+{
+    print(dumped(value, -1));
+    finishOutput();
 }
 
 void finishOutput()
 {
     if (std::fflush(stdout) != 0)
         failOnOutput();
+}
+
+void note(std::string_view text)
+{
+    const std::string line = fmt::format("{}\n", text);
+    std::fwrite(line.data(), 1, line.size(), stderr);
+    std::fflush(stderr); // some platforms buffer it when it is a file
+}
+
+bool drawsOn(Stream stream)
+{
+    return isTerminal(stream) && environment("TERM") != "dumb";
+}
+
+bool coloursOn(Stream stream)
+{
+    return drawsOn(stream) && environment("NO_COLOR").empty();
+}
+
+void requireConsent(bool agreed, const std::string &question)
+{
+    if (agreed)
+        return;
+    if (!isTerminal(Stream::Input) || !isTerminal(Stream::Error))
+        throw Failure(kUsageError, "there is no terminal to ask on; say --yes to go ahead");
+    const std::string answer = askLine(question + " [y/N] ", Echo::On).value_or("");
+    if (answer != "y" && answer != "Y" && answer != "yes")
+        throw Failure(kRefused, "left as it was");
 }
 
 } // namespace penctl

@@ -12,6 +12,7 @@
 #include <memory>
 #include <sys/ioctl.h>
 #include <termios.h>
+#include <thread>
 #include <unistd.h>
 
 #include "ui/interrupt.h"
@@ -130,6 +131,13 @@ void occupyStandardDescriptors()
             open("/dev/null", wanted == STDIN_FILENO ? O_WRONLY : O_RDONLY);
 }
 
+bool isIgnored(int signal)
+{
+    struct sigaction action {
+    };
+    return sigaction(signal, nullptr, &action) == 0 && action.sa_handler == SIG_IGN;
+}
+
 } // namespace
 
 void prepareConsole()
@@ -181,5 +189,29 @@ std::optional<std::string> askLine(const std::string &prompt, Echo echo)
 }
 
 void makeStandardInputBinary() {}
+
+void listenForInterrupts()
+{
+    // A reader that went away is a failed write, no reason to die in the middle of something.
+    std::signal(SIGPIPE, SIG_IGN);
+    sigset_t ending;
+    sigemptyset(&ending);
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGQUIT})
+        if (!isIgnored(signal)) // by nohup, or by a shell for a command in the background
+            sigaddset(&ending, signal);
+    // All threads to come inherit this, so that the signals wait for the one that takes them.
+    pthread_sigmask(SIG_BLOCK, &ending, nullptr);
+    std::thread([ending] {
+        int signal = 0;
+        while (sigwait(&ending, &signal) != 0) {
+        }
+        interrupt();
+    }).detach();
+}
+
+void leaveNow(int exitCode)
+{
+    _exit(exitCode);
+}
 
 } // namespace penctl

@@ -147,6 +147,13 @@ std::optional<std::string> readLine(HANDLE console)
     }
 }
 
+/** For Ctrl-C, Ctrl-Break, a closed window, logging off and shutting down. The system calls this on a thread
+ * of its own and ends the process a few seconds after the last three, or as soon as this returns. */
+BOOL WINAPI onConsoleControl(DWORD)
+{
+    interrupt();
+}
+
 } // namespace
 
 void prepareConsole()
@@ -208,6 +215,18 @@ std::optional<std::string> askLine(const std::string &prompt, Echo echo)
 void makeStandardInputBinary()
 {
     _setmode(_fileno(stdin), _O_BINARY);
+}
+
+void listenForInterrupts()
+{
+    SetConsoleCtrlHandler(onConsoleControl, TRUE);
+}
+
+void leaveNow(int exitCode)
+{
+    // ExitProcess would still run the exit handlers of the DLLs.
+    TerminateProcess(GetCurrentProcess(), static_cast<UINT>(exitCode));
+    std::abort();
 }
 
 } // namespace penctl

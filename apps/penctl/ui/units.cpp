@@ -1,7 +1,10 @@
 #include "ui/units.h"
 
 #include <array>
+#include <charconv>
 #include <chrono>
+#include <regex>
+#include <system_error>
 
 #include <fmt/format.h>
 
@@ -66,6 +69,56 @@ std::string utcText(uint64_t millis)
 {
     return endsCalendar(millis) ? fmt::format("{} ms", millis)
                                 : fmt::format("{}.{:03} UTC", dateAndTime(millis), millis % 1000);
+}
+
+uint64_t hostMillis()
+{
+    const auto time = system_clock::now().time_since_epoch();
+    return static_cast<uint64_t>(duration_cast<milliseconds>(time).count());
+}
+
+std::string driftText(int64_t millisAhead)
+{
+    const char *side = millisAhead < 0 ? "behind" : "ahead";
+    const uint64_t millis = millisAhead < 0 ? uint64_t{0} - static_cast<uint64_t>(millisAhead)
+                                            : static_cast<uint64_t>(millisAhead);
+    if (millis < 60'000)
+        return fmt::format("{}.{:03} s {}", millis / 1000, millis % 1000, side);
+    const uint64_t seconds = millis / 1000;
+    const uint64_t days = seconds / 86'400;
+    const std::string dayText = days == 0 ? "" : fmt::format("{} {} ", days, days == 1 ? "day" : "days");
+    return fmt::format("{}{:02}:{:02}:{:02} {}", dayText, seconds / 3600 % 24, seconds / 60 % 60,
+                       seconds % 60, side);
+}
+
+std::optional<uint64_t> parseNumber(std::string_view text, uint64_t most)
+{
+    uint64_t number = 0;
+    const char *end = text.data() + text.size();
+    const auto [stopped, error] = std::from_chars(text.data(), end, number);
+    if (error != std::errc() || stopped != end || number > most)
+        return std::nullopt;
+    return number;
+}
+
+std::optional<uint64_t> parseTime(const std::string &text)
+{
+    if (text == "now")
+        return hostMillis();
+    if (const std::optional<uint64_t> millis = parseNumber(text, UINT64_MAX))
+        return millis;
+    static const std::regex kForm(R"((\d{4})-(\d\d)-(\d\d)[T ](\d\d):(\d\d)(?::(\d\d))?Z?)");
+    std::smatch parts;
+    if (!std::regex_match(text, parts, kForm))
+        return std::nullopt;
+    const auto part = [&](std::size_t i) {
+        return static_cast<unsigned>(parseNumber(parts.str(i), 9999).value_or(0));
+    };
+    const year_month_day date{year(static_cast<int>(part(1))), month(part(2)), day(part(3))};
+    if (!date.ok() || part(1) < 1970 || part(4) > 23 || part(5) > 59 || part(6) > 59)
+        return std::nullopt;
+    const auto time = sys_days(date) + hours(part(4)) + minutes(part(5)) + seconds(part(6));
+    return static_cast<uint64_t>(duration_cast<milliseconds>(time.time_since_epoch()).count());
 }
 
 } // namespace penctl

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -19,5 +20,18 @@ std::string counted(uint64_t number, std::string_view singular, std::string_view
  * number where the calendar ends. */
 std::string utcSecondsText(uint64_t millis);
 std::string utcText(uint64_t millis);
+
+/** Milliseconds since 1970, GMT, by the clock of this machine. */
+uint64_t hostMillis();
+
+/** How far a pen's clock is ahead of this machine's: "1.250 s ahead", "2 days 03:00:00 behind". */
+std::string driftText(int64_t millisAhead);
+
+/** A whole text of decimal digits as a number up to `most`; nothing for any other text. */
+std::optional<uint64_t> parseNumber(std::string_view text, uint64_t most);
+
+/** A time as a user gives it: "now", milliseconds since 1970, or "2026-03-31T12:00:00Z" (seconds and "Z" may
+ * be left out, all times are GMT). Nothing for any other text. */
+std::optional<uint64_t> parseTime(const std::string &text);
 
 } // namespace penctl

@@ -1,13 +1,11 @@
-#include "files/atomic_file.h"
+#include "files/whole_file.h"
 
 #include <fstream>
 #include <iterator>
 
 #include <gtest/gtest.h>
 
-#include "exit_code.h"
 #include "failure.h"
-#include "files/input_file.h"
 
 namespace penctl {
 namespace {

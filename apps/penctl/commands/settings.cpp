@@ -1,21 +1,35 @@
-#include "pen/settings.h"
+#include "commands/settings.h"
 
 #include <algorithm>
 #include <array>
 #include <chrono>
+#include <memory>
 
 #include <fmt/format.h>
 
-#include "exit_code.h"
+#include "commands/options.h"
 #include "failure.h"
-#include "pen/clock.h"
-#include "pen/parse_number.h"
+#include "pen/pens.h"
+#include "program.h"
+#include "ui/output.h"
 #include "ui/printable.h"
+#include "ui/table.h"
 #include "ui/units.h"
 
 namespace penctl {
 
 namespace {
+
+/** A setting of a pen under the name that the command line gives it. */
+struct Setting {
+    const char *name;
+    const char *explanation;
+    /** The values that set() takes, for help and complaints; null when the setting can only be read. */
+    const char *values;
+    Reading (*get)(const zelpp::Pen &pen);
+    /** Raises Failure (64) for a text that is no such value. */
+    zelpp::Result<void> (*set)(zelpp::Pen &pen, const std::string &value);
+};
 
 [[noreturn]] void refuse(const std::string &value, const char *values)
 {
@@ -138,13 +152,7 @@ constexpr std::array kSettings = {
     Setting{"revisions", "the revisions of the pen's parts", nullptr, getRevisions, nullptr},
 };
 
-} // namespace
-
-std::span<const Setting> allSettings()
-{
-    return kSettings;
-}
-
+/** The setting of that name; raises Failure (64), naming those there are, when there is none. */
 const Setting &findSetting(const std::string &name)
 {
     const auto found = std::find_if(kSettings.begin(), kSettings.end(),
@@ -156,6 +164,117 @@ const Setting &findSetting(const std::string &name)
         names += fmt::format("{}{}", names.empty() ? "" : ", ", setting.name);
     throw Failure(kUsageError,
                   fmt::format("there is no setting \"{}\"; there are {}", printable(name), names));
+}
+
+struct GetOptions {
+    PenChoice choice;
+    std::vector<std::string> names;
+    bool json = false;
+};
+
+void getOne(const zelpp::Pen &pen, const Setting &setting)
+{
+    const Reading reading = setting.get(pen);
+    requireAnswer(reading, fmt::format("cannot read {}", setting.name));
+    print(reading.text + "\n");
+}
+
+/** Settings that this pen lacks are no failure as long as nobody asked for them by name. */
+void checkAll(const std::vector<std::pair<const Setting *, Reading>> &readings, bool named)
+{
+    for (const auto &[setting, reading] : readings) {
+        if (named || reading.code != ZEL_ERR_NOT_SUPPORTED)
+            requireAnswer(reading, fmt::format("cannot read {}", setting->name));
+    }
+}
+
+std::vector<const Setting *> chosenSettings(const GetOptions &options)
+{
+    std::vector<const Setting *> settings;
+    for (const std::string &name : options.names)
+        settings.push_back(&findSetting(name));
+    if (settings.empty())
+        for (const Setting &setting : kSettings)
+            settings.push_back(&setting);
+    return settings;
+}
+
+void get(const GetOptions &options)
+{
+    const std::vector<const Setting *> settings = chosenSettings(options);
+    zelpp::Pen pen = openPen(options.choice);
+    if (settings.size() == 1 && !options.json)
+        return getOne(pen, *settings.front());
+    std::vector<std::pair<const Setting *, Reading>> readings;
+    Table table({{"SETTING"}, {"VALUE"}});
+    Json json = penJson(pen.info());
+    for (const Setting *setting : settings) {
+        const Reading &reading = readings.emplace_back(setting, setting->get(pen)).second;
+        table.addRow({setting->name, readingText(reading)});
+        json["settings"][setting->name] = reading.code == ZEL_OK ? reading.json : Json(nullptr);
+    }
+    if (options.json)
+        printJson(json);
+    else
+        print(table.text(coloursOn(Stream::Output)));
+    checkAll(readings, !options.names.empty());
+}
+
+struct SetOptions {
+    PenChoice choice;
+    std::string name;
+    std::string value;
+};
+
+void set(const SetOptions &options)
+{
+    const Setting &setting = findSetting(options.name);
+    if (!setting.set)
+        throw Failure(kUsageError, fmt::format("{} can only be read", setting.name));
+    zelpp::Pen pen = openPen(options.choice);
+    check(setting.set(pen, options.value), fmt::format("cannot set {}", setting.name));
+    const Reading now = setting.get(pen);
+    print(fmt::format("{} of pen {}: {}\n", setting.name, serialOf(pen), readingText(now)));
+}
+
+void addGet(CLI::App &program)
+{
+    auto options = std::make_shared<GetOptions>();
+    CLI::App &command = addCommand(program, "get", "Read settings of a pen", [options] { get(*options); });
+    addPenBeforeOthers(command, options->choice);
+    addTexts(command, "SETTING", options->names, "The settings to read; default: all", Need::Optional);
+    addJson(command, options->json);
+    std::string names = "Settings:\n";
+    for (const Setting &setting : kSettings)
+        names += fmt::format("  {:<15} {}\n", setting.name, setting.explanation);
+    addFooter(command, names);
+}
+
+void addSet(CLI::App &program)
+{
+    auto options = std::make_shared<SetOptions>();
+    CLI::App &command = addCommand(program, "set", "Change a setting of a pen", [options] { set(*options); });
+    addPenBeforeOthers(command, options->choice);
+    addText(command, "SETTING", options->name, "", "The setting's name", Need::Required);
+    addText(command, "VALUE", options->value, "", "Its new value", Need::Required);
+    std::string values = "Settings and their values:\n";
+    for (const Setting &setting : kSettings)
+        if (setting.set)
+            values += fmt::format("  {:<15} {}\n", setting.name, setting.values);
+    addFooter(command, values);
+}
+
+} // namespace
+
+Reading readSetting(const zelpp::Pen &pen, const char *name)
+{
+    return findSetting(name).get(pen);
+}
+
+void addSettings(CLI::App &program)
+{
+    addGet(program);
+    addSet(program);
 }
 
 } // namespace penctl

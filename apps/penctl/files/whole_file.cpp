@@ -1,14 +1,16 @@
-#include "files/atomic_file.h"
+#include "files/whole_file.h"
 
 #include <cerrno>
+#include <fstream>
+#include <iostream>
 #include <random>
 #include <system_error>
 
 #include <fmt/format.h>
 
-#include "exit_code.h"
 #include "failure.h"
 #include "ui/printable.h"
+#include "ui/terminal.h"
 
 namespace penctl {
 
@@ -53,12 +55,21 @@ fs::path nameBeside(const fs::path &target)
     return target.parent_path() / fmt::format(".penctl-{:08x}.part", random());
 }
 
-} // namespace
-
-fs::path pathFromUtf8(const std::string &text)
+std::vector<uint8_t> readAll(std::istream &in, const std::string &name, std::size_t limit)
 {
-    return fs::path(std::u8string(text.begin(), text.end()));
+    std::vector<uint8_t> bytes;
+    std::vector<char> chunk(64 * 1024);
+    while (in.read(chunk.data(), static_cast<std::streamsize>(chunk.size())) || in.gcount() > 0) {
+        bytes.insert(bytes.end(), chunk.begin(), chunk.begin() + in.gcount());
+        if (bytes.size() > limit)
+            throw Failure(kNoInput, fmt::format("cannot use {}: it is longer than {} bytes", name, limit));
+    }
+    if (in.bad())
+        throw Failure(kNoInput, fmt::format("cannot read {}", name));
+    return bytes;
 }
+
+} // namespace
 
 AtomicFile::AtomicFile(const std::string &name)
     : m_target(resolveTarget(pathFromUtf8(name))), m_temporary(nameBeside(m_target))
@@ -112,6 +123,18 @@ void AtomicFile::giveUp(const std::string &reason) const
 {
     removeTemporary();
     failOn(m_target, reason);
+}
+
+std::vector<uint8_t> readWholeFile(const std::string &name, std::size_t limit)
+{
+    if (name == "-") {
+        makeStandardInputBinary();
+        return readAll(std::cin, "standard input", limit);
+    }
+    std::ifstream in(pathFromUtf8(name), std::ios::binary);
+    if (!in)
+        throw Failure(kNoInput, fmt::format("cannot read {}", printable(name)));
+    return readAll(in, printable(name), limit);
 }
 
 } // namespace penctl

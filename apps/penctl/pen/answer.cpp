@@ -1,9 +1,9 @@
-#include "pen/result.h"
+#include "pen/answer.h"
 
 #include <fmt/format.h>
-#include <zel/zel.h>
 
-#include "exit_code.h"
+#include "failure.h"
+#include "ui/printable.h"
 
 namespace penctl {
 
@@ -57,6 +57,36 @@ void failOn(const zelpp::Error &error, std::string_view what, Meaning invalidArg
     const bool special = error.number() == ZEL_ERR_INVALID_ARGUMENT && !invalidArgument.empty();
     throw Failure(code, fmt::format("{}: {} ({})", what,
                                     special ? invalidArgument : resultWords(error.number()), code));
+}
+
+Reading flagReading(const zelpp::Result<bool> &answer, const char *yes, const char *no)
+{
+    return readingOf(
+        answer, [&](bool flag) { return flag ? yes : no; }, [](bool flag) { return flag; });
+}
+
+void requireAnswer(const Reading &reading, std::string_view what)
+{
+    if (reading.code != ZEL_OK)
+        failOn({static_cast<zelpp::Errc>(reading.code), "reading"}, what);
+}
+
+std::string readingText(const Reading &reading)
+{
+    return reading.code == ZEL_OK ? reading.text : fmt::format("({})", resultWords(reading.code));
+}
+
+Reading readLocked(const zelpp::Pen &pen)
+{
+    return flagReading(pen.tryIsLocked(), "locked", "not locked");
+}
+
+Reading readPasswordHint(const zelpp::Pen &pen)
+{
+    return readingOf(
+        pen.tryPasswordHint(),
+        [](const std::string &hint) { return hint.empty() ? "(none)" : printable(hint); },
+        [](const std::string &hint) { return hint; });
 }
 
 } // namespace penctl

@@ -5,6 +5,7 @@
 #include <optional>
 #include <span>
 #include <string>
+#include <vector>
 
 #include "files/file_system.h"
 #include "ui/interrupt.h"
@@ -37,7 +38,8 @@ private:
     OpenFile m_file;
 };
 
-/** A path from a UTF-8 text. */
-std::filesystem::path pathFromUtf8(const std::string &text);
+/** The whole of a file, or of standard input for "-". Raises Failure (66) for one that is longer than the
+ * limit or unreadable. */
+std::vector<uint8_t> readWholeFile(const std::string &name, std::size_t limit);
 
 } // namespace penctl
