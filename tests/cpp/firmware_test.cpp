@@ -141,6 +141,18 @@ TEST_F(CppFirmware, PenThatAnotherProgramDisturbedIsSuspectedToBe)
               "did another program ask the pen meanwhile?");
 }
 
+TEST_F(CppFirmware, PenThatRefusesABlockIsSuspectedToBeDisturbed)
+{
+    pensim::Pen &pen = dock();
+    zelpp::DfuPen connected = connect();
+    pen.onInstruction(instruction::dfuDownload, Reply::withStatus(-1));
+    const zelpp::Result<void> refused = connected.tryDownload(Bytes(kBlock, 0xaa));
+    ASSERT_FALSE(refused);
+    EXPECT_EQ(refused.error().code(), Errc::downloadFailed);
+    EXPECT_EQ(refused.error().detail(),
+              "the pen did not take a block; did another program ask the pen meanwhile?");
+}
+
 TEST_F(CppFirmware, PenThatNamesNoBlockSizeGetsBlocksOf1024Bytes)
 {
     pensim::PenSpec spec = firmwarePen();
