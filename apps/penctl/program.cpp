@@ -70,7 +70,7 @@ void run(std::vector<std::string> arguments)
 {
     CLI::App program("Talks to digital pens through the pen service of this machine.", "penctl");
     program.footer(kExitCodes);
-    // A subcommand is required, but CLI11 would say so of one that is mistyped too.
+    // Not 1: CLI11 would then answer a mistyped command with "a subcommand is required".
     program.require_subcommand(0, 1);
     program.set_version_flag("--version", versionText, "Print the version and leave");
     addCommands(program);

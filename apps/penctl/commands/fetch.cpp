@@ -26,7 +26,8 @@ struct FetchOptions {
     bool json = false;
 };
 
-/** The bar shows how many pages there are, which the retrieval itself does not tell. */
+/** Pages that the retrieval will bring, for the bar: the library only reports bytes in advance. 0 without a
+ * bar. */
 uint64_t pagesToCome(const FetchOptions &options, const zelpp::Pen &pen)
 {
     if (!options.addresses.empty())
@@ -56,7 +57,7 @@ Fetched retrieve(const FetchOptions &options, const zelpp::Pen &pen)
             check(pen.tryFetchAll(onProgress), "cannot fetch the pages", "the pen broke the retrieval off");
         return {std::move(all), pages};
     }
-    // The progress also counts pages that come along unasked.
+    // The progress cannot be used: it also counts pages that the library fetches unasked.
     const std::set<std::string> asked(options.addresses.begin(), options.addresses.end());
     return {check(pen.tryFetch(options.addresses, onProgress), "cannot fetch the pages",
                   "the pen does not hold all the pages asked for, or broke the retrieval off"),

@@ -16,8 +16,7 @@ namespace penctl {
 
 namespace {
 
-/** What a pen was asked for, as one view: rows under headings for people, an object of objects for programs.
- */
+/** The answers of a pen: rows under headings for people, an object of objects for programs. */
 class InfoView
 {
 public:
@@ -26,10 +25,11 @@ public:
 
     std::string text(bool boldTitles) const;
 
-    /** Adds an object for each section. What the pen did not answer is null, and "unavailable" tells why. */
+    /** Adds an object for each section. A question without an answer is null, and "unavailable" says why. */
     void addTo(Json &json) const;
 
-    /** The first result that is more than the pen being locked or lacking something; 0 when there is none. */
+    /** The first result code other than "locked" and "not supported", which are expected; 0 when there is
+     * none. */
     uint32_t firstFailure() const;
 
 private:
@@ -109,7 +109,8 @@ Reading readProductName(const zelpp::Pen &pen)
         [](const std::string &name) { return name.empty() ? Json(nullptr) : Json(name); });
 }
 
-/** How far the pen's clock is from this machine's, seen from the middle of the exchange. */
+/** How far the pen's clock is from this machine's. The pen read its clock about half-way through the
+ * exchange. */
 Reading readClockDrift(const zelpp::Pen &pen)
 {
     const uint64_t before = hostMillis();
@@ -169,8 +170,8 @@ Reading readPages(const zelpp::Pen &pen)
         });
 }
 
-/** Asks one question after the other; a lost connection ends it, since all later answers would be the same.
- */
+/** Asks one question after the other. Raises Failure when the connection is lost, because every later
+ * question would fail too. */
 class Interview
 {
 public:

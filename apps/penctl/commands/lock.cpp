@@ -19,7 +19,7 @@ namespace penctl {
 
 namespace {
 
-/** A text that does not stay in memory longer than needed: its bytes are overwritten at its end. */
+/** A password. The destructor overwrites its bytes, so that they do not stay in memory. */
 class Secret
 {
 public:
@@ -42,8 +42,8 @@ private:
     std::string m_text;
 };
 
-/** Where passwords come from: the lines of a file, or of standard input for "-", or else the terminal. They
- * are never arguments, which other users of the machine could see. */
+/** Reads passwords from the lines of a file, from standard input for "-", or else from the terminal. A
+ * password is never an argument, because other users of the machine can see those. */
 class PasswordSource
 {
 public:
@@ -95,10 +95,10 @@ PasswordSource::PasswordSource(const std::string &file)
     m_lines = readWholeFile(file, kLongestFile);
     if (startsWith(m_lines, {0xFF, 0xFE}) || startsWith(m_lines, {0xFE, 0xFF}))
         throw Failure(kNoInput, fmt::format("cannot use {}: it is UTF-16; save it as UTF-8", m_shownFile));
-    // The library would take such a password as ending there.
+    // The library takes a password as a C string, which would end there.
     if (std::find(m_lines.begin(), m_lines.end(), 0) != m_lines.end())
         throw Failure(kNoInput, fmt::format("cannot use {}: it holds a zero byte", m_shownFile));
-    if (startsWith(m_lines, {0xEF, 0xBB, 0xBF})) // the mark of a file that an editor saved as UTF-8
+    if (startsWith(m_lines, {0xEF, 0xBB, 0xBF})) // byte order mark of UTF-8
         m_used = 3;
 }
 

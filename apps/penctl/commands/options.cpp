@@ -12,13 +12,13 @@ namespace penctl {
 
 namespace {
 
-/** Without the description that the help would show for it. */
+/** A check without a description; the help would print one. */
 CLI::Validator silent(std::function<std::string(std::string &)> check)
 {
     return CLI::Validator(std::move(check), "");
 }
 
-/** As CLI::Range, which takes "nan" for a number within it. */
+/** Replaces CLI::Range, which accepts "nan". */
 std::string durationComplaint(const std::string &text)
 {
     double seconds = NAN;

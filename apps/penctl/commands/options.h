@@ -13,20 +13,20 @@ class App;
 
 namespace penctl {
 
-/** How a command tells what it takes. Commands see nothing else of the command-line library, whose templates
- * take longer to compile than all else. What is filled in must outlive the command, so commands share it with
- * what they run. */
+/** Functions by which a command declares its arguments. They hide CLI11, whose templates take longer to
+ * compile than all other code here. The variables that are filled in must live as long as the command: each
+ * command keeps them in a structure that it shares with the function it runs. */
 
 enum class Need { Optional, Required };
 
-/** Adds a command that runs this when all arguments have been read. It raises Failure when it does not
+/** Adds a command. `run` is called after all arguments were read, and raises Failure when it does not
  * succeed. */
 CLI::App &addCommand(CLI::App &parent, const char *name, const char *help, std::function<void()> run);
 
 /** Adds a command that has commands of its own, one of which must be given. */
 CLI::App &addFamily(CLI::App &program, const char *name, const char *help);
 
-/** What stands under the help of a command. */
+/** Sets the text at the end of the help of a command. */
 void addFooter(CLI::App &command, const std::string &text);
 
 /** The parts of a command line; a name without dashes is that of a positional argument.
@@ -39,7 +39,7 @@ void addText(CLI::App &command, const char *name, std::optional<std::string> &te
 void addTexts(CLI::App &command, const char *name, std::vector<std::string> &texts, const char *help,
               Need need);
 
-/** Exactly so many texts. */
+/** Takes exactly `count` texts. */
 void addTexts(CLI::App &command, const char *name, std::vector<std::string> &texts, std::size_t count,
               const char *help);
 
@@ -48,10 +48,10 @@ void addNumber(CLI::App &command, const char *name, uint64_t &number, const char
 /** --page, page addresses as `pages` lists them */
 void addPageAddresses(CLI::App &command, std::vector<std::string> &addresses, const char *help);
 
-/** Of those options at least one must be given, and at most `most`. */
+/** Requires at least one of these options, and at most `most`. */
 void requireOneOf(CLI::App &command, const std::vector<const char *> &names, std::size_t most);
 
-/** Options that several commands share, each named and explained in one way. */
+/** Options that several commands share, so that they have the same names and explanations everywhere. */
 
 /** --wait and --settle */
 void addWaiting(CLI::App &command, PenChoice &choice);
@@ -59,8 +59,8 @@ void addWaiting(CLI::App &command, PenChoice &choice);
 /** [PEN], --wait and --settle */
 void addPen(CLI::App &command, PenChoice &choice);
 
-/** [PEN] before other arguments: what does not look like a serial is the first of those. --wait and --settle
- */
+/** [PEN] before other arguments, --wait and --settle. A first argument that does not look like a serial is
+ * not the pen but the first of the others. */
 void addPenBeforeOthers(CLI::App &command, PenChoice &choice);
 
 /** --json */

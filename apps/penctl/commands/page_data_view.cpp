@@ -26,7 +26,7 @@ std::string hexBytes(zelpp::Bytes bytes, const char *gap)
     return text;
 }
 
-/** The number without its sign. */
+/** The bits of a number, as unsigned. */
 uint64_t payload(const zelpp::Value &value)
 {
     uint64_t number = 0;

@@ -24,8 +24,8 @@ struct RmOptions {
     bool yes = false;
 };
 
-/** The pages that went, by what the pen lists before and after: an address may stand for none, or for many.
- */
+/** Counts the pages that were removed, by the lists before and after: one address may stand for no page or
+ * for many. */
 class Removal
 {
 public:
@@ -83,7 +83,7 @@ void removeAll(zelpp::Pen &pen, const RmOptions &options)
     print(fmt::format("removed all strokes from pen {}\n", serialOf(pen)));
 }
 
-/** A number with all bits set counts as "*" too. */
+/** Whether an address may stand for several pages. A number with all bits set means "*" too. */
 bool isWildcard(const std::string &address)
 {
     const std::optional<uint64_t> number = zelpp::parseAddress(address);

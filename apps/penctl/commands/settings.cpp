@@ -179,7 +179,8 @@ void getOne(const zelpp::Pen &pen, const Setting &setting)
     print(reading.text + "\n");
 }
 
-/** Settings that this pen lacks are no failure as long as nobody asked for them by name. */
+/** Raises Failure for a setting that was not read, unless the pen lacks it and it was not asked for by name.
+ */
 void checkAll(const std::vector<std::pair<const Setting *, Reading>> &readings, bool named)
 {
     for (const auto &[setting, reading] : readings) {

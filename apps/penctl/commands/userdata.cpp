@@ -16,7 +16,7 @@ namespace penctl {
 
 namespace {
 
-/** Texts that are not given stay as they are. */
+/** A text without a value stays as it is in the pen. */
 struct UserDataOptions {
     PenChoice choice;
     std::optional<std::string> a;
@@ -44,7 +44,7 @@ void showUserData(const UserDataOptions &options)
     printJson(json);
 }
 
-/** The pen protocol counts a text's bytes, and a zero after them, in 16 bits. */
+/** The protocol sends the length of a text, with its final zero, as 16 bits. */
 void requireShort(const std::optional<std::string> &text, const char *name)
 {
     constexpr std::size_t kLongest = 65'534;

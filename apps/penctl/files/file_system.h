@@ -10,7 +10,7 @@
 
 namespace penctl {
 
-/** What the standard library has no portable way to do with files, and with names that processes share. */
+/** What the standard library cannot do portably with files, and with names that processes share. */
 
 /** A path from a UTF-8 text. */
 inline std::filesystem::path pathFromUtf8(const std::string &text)
@@ -31,14 +31,14 @@ OpenFile createFile(const std::filesystem::path &path, const std::filesystem::pa
 /** Whether a path names a device whatever folder stands before it ("NUL", "com1.txt"). */
 bool isDeviceName(const std::filesystem::path &path);
 
-/** Brings what was written to the disk itself; whether that worked. */
+/** Flushes what was written to the disk itself. Whether that worked. */
 bool flushToDisk(std::FILE *file);
 
-/** Brings a folder's entries (a renamed file) to the disk, where that is a thing to do. */
+/** Flushes the entries of a folder (a renamed file) to the disk, on platforms that need it. */
 void flushFolder(const std::filesystem::path &folder);
 
-/** The bytes of a file that is read in parts, without being held in memory: the system brings the parts that
- * are looked at. For files that nobody cuts meanwhile. */
+/** The bytes of a file, mapped into memory: the system loads the parts that are read. The file must not be
+ * shortened meanwhile. */
 class MappedFile
 {
 public:
@@ -65,7 +65,7 @@ public:
     NameClaim(const NameClaim &) = delete;
     NameClaim &operator=(const NameClaim &) = delete;
 
-    /** Whether another process has the name. When the claim cannot be made at all, nobody has it. */
+    /** Whether another process has the name; false when the claim could not be made at all. */
     bool isTaken() const { return m_taken; }
 
 private:

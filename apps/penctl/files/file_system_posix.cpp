@@ -63,7 +63,7 @@ void flushFolder(const std::filesystem::path &folder)
 
 MappedFile::MappedFile(const std::string &name)
 {
-    // A pipe would otherwise be waited for.
+    // O_NONBLOCK: opening a pipe would wait for a writer.
     const int file = open(name.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
     if (file < 0)
         failOn(name, systemReason());
@@ -89,8 +89,8 @@ MappedFile::~MappedFile()
         munmap(const_cast<uint8_t *>(m_data), m_size);
 }
 
-/** A name in the abstract namespace, which needs no file: it belongs to the network namespace, as the pen
- * service's address does, and all users share it. */
+/** Binds a socket in the abstract namespace: it needs no file, all users share it, and it belongs to the
+ * network namespace, as the address of the pen service does. */
 NameClaim::NameClaim(const std::string &name)
 {
     const int handle = socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);

@@ -17,7 +17,7 @@ namespace penctl {
 
 namespace {
 
-/** With the reason of the call that failed last. */
+/** Raises Failure with the reason in GetLastError(). */
 [[noreturn]] void failOn(const std::string &name)
 {
     const std::error_code error(static_cast<int>(GetLastError()), std::system_category());
@@ -28,7 +28,7 @@ namespace {
 
 OpenFile createFile(const std::filesystem::path &path, const std::filesystem::path &)
 {
-    // The file gets its access rights from its folder. _wopen() could not share it for removal.
+    // The file inherits its access rights from its folder. _wopen() has no FILE_SHARE_DELETE.
     const HANDLE handle = CreateFileW(path.c_str(), GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_DELETE,
                                       nullptr, CREATE_NEW, FILE_ATTRIBUTE_NORMAL, nullptr);
     if (handle == INVALID_HANDLE_VALUE) {
@@ -69,7 +69,7 @@ MappedFile::MappedFile(const std::string &name)
         failOn(name);
     LARGE_INTEGER size{};
     const bool known = GetFileSizeEx(file, &size) != 0;
-    // A mapping of no bytes cannot be made.
+    // An empty file cannot be mapped.
     const HANDLE mapping = known && size.QuadPart > 0
                                ? CreateFileMappingW(file, nullptr, PAGE_READONLY, 0, 0, nullptr)
                                : nullptr;
@@ -79,7 +79,7 @@ MappedFile::MappedFile(const std::string &name)
         m_size = static_cast<std::size_t>(size.QuadPart);
     const DWORD error = GetLastError();
     if (mapping)
-        CloseHandle(mapping); // the view keeps it
+        CloseHandle(mapping); // the view keeps the mapping
     CloseHandle(file);
     SetLastError(error);
     if (!m_data && !(known && size.QuadPart == 0))
@@ -92,14 +92,14 @@ MappedFile::~MappedFile()
         UnmapViewOfFile(m_data);
 }
 
-/** A name that all sessions share. Whoever made it lends it nothing but its existence. */
+/** Creates a mutex that all sessions see. Nobody waits for it; that it exists is the claim. */
 NameClaim::NameClaim(const std::string &name)
 {
     const HANDLE handle = CreateMutexA(nullptr, FALSE, ("Global\\" + name).c_str());
     const DWORD error = GetLastError();
     if (handle)
         m_handle = reinterpret_cast<intptr_t>(handle);
-    // Another user's cannot be opened.
+    // ERROR_ACCESS_DENIED: it belongs to another user.
     m_taken = error == ERROR_ALREADY_EXISTS || error == ERROR_ACCESS_DENIED;
 }
 

@@ -30,7 +30,7 @@ std::string errorText()
     return std::generic_category().message(errno);
 }
 
-/** The file that is to be replaced, not the link to it; devices and folders are never replaced. */
+/** The file to replace: links are followed; devices and folders are refused. */
 fs::path resolveTarget(const fs::path &path)
 {
     if (isDeviceName(path))
@@ -48,7 +48,7 @@ fs::path resolveTarget(const fs::path &path)
     return fs::canonical(path);
 }
 
-/** Short, whatever the target's name: that may be as long as the system allows. */
+/** A short name, because the target's name may be as long as the system allows. */
 fs::path nameBeside(const fs::path &target)
 {
     std::random_device random;

@@ -12,14 +12,13 @@
 
 namespace penctl {
 
-/** A file that appears under its name only when it is complete: it is written beside its place, brought to
- * the disk and renamed. Until then a file that has the name stays as it was. Without publish() nothing
- * remains, nor after an interruption. */
+/** A file that gets its name only when it is complete: it is written under another name in the same folder,
+ * flushed to the disk, and renamed by publish(). Until then an older file of that name stays unchanged.
+ * Without publish(), or after an interruption, nothing is left. */
 class AtomicFile
 {
 public:
-    /** Creates the file to write to, so that a place that cannot be written to shows before the work is done.
-     */
+    /** Creates the file, so that a folder without write access fails before the work is done. */
     explicit AtomicFile(const std::string &name);
     ~AtomicFile();
     AtomicFile(const AtomicFile &) = delete;

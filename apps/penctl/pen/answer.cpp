@@ -39,7 +39,7 @@ std::string_view resultWords(uint32_t code)
 
 namespace {
 
-/** Beyond the library's own codes, which are exit codes too. */
+/** The library's own codes are exit codes too; other reasons have exit codes of their own. */
 int exitCodeOf(const zelpp::Error &error)
 {
     if (error.number() <= ZEL_ERR_UNEXPECTED)

@@ -14,13 +14,13 @@ namespace penctl {
 /** A result code of the library in words: "the pen is locked". */
 std::string_view resultWords(uint32_t code);
 
-/** What code 1 means at one particular call, where that can be said better than in general. */
+/** Words for result code 1 at one particular call, more exact than the general ones. */
 using Meaning = std::string_view;
 
 /** Raises Failure with the error's code: "cannot fetch the pages: the pen is locked (2)". */
 [[noreturn]] void failOn(const zelpp::Error &error, std::string_view what, Meaning invalidArgument = {});
 
-/** What an operation gave; raises Failure as above when it failed. */
+/** The value of a result; raises Failure as above when there is none. */
 template <class T>
 T check(zelpp::Result<T> result, std::string_view what, Meaning invalidArgument = {})
 {
@@ -30,15 +30,15 @@ T check(zelpp::Result<T> result, std::string_view what, Meaning invalidArgument 
         return std::move(*result);
 }
 
-/** One thing that a pen was asked for: the library's result code and, when that is 0, the answer for people
- * and for programs. */
+/** The answer to one question to a pen: the result code and, when that is 0, the value as people and as
+ * programs read it. */
 struct Reading {
     uint32_t code = 0;
     std::string text;
     Json json;
 };
 
-/** The reading of an answer: how it looks to people and to programs is told by two functions of its value. */
+/** Makes a reading of a result. The two functions turn its value into text and JSON. */
 template <class T, class ToText, class ToJson>
 Reading readingOf(const zelpp::Result<T> &answer, const ToText &toText, const ToJson &toJson)
 {

@@ -23,7 +23,7 @@ struct PenChoice {
  * pen did not come within `wait`, or no further one within `settle` of the one before. */
 std::vector<zelpp::PenInfo> findPens(const zelpp::Discovery &library, const PenChoice &choice);
 
-/** Raises Failure (69) that tells how long was waited. */
+/** Raises Failure (69), with the time that was waited. */
 [[noreturn]] void failWithoutPens(const PenChoice &choice);
 
 /** The pen chosen: the one named, as soon as it is announced, or else the only one present. Raises Failure
@@ -42,8 +42,8 @@ std::string penIdText(uint64_t penId);
 /** "1209:0001" */
 std::string usbText(const zelpp::PenInfo &pen);
 
-/** The members that stand for a pen wherever one appears: serial, penId, vendorId, productId. Identities are
- * texts: they are names, and 64 bits do not fit the numbers of every JSON reader. */
+/** A pen in JSON: serial, penId, vendorId, productId. Identities are texts, because many JSON readers cannot
+ * hold 64 bits in a number. */
 Json penJson(const zelpp::PenInfo &pen);
 
 /** Whether a text has the form of a serial, XXX-XXX-XXX-XX, so that it can be told from other arguments. */

@@ -21,7 +21,7 @@ struct Actions {
     std::vector<const OnInterrupt *> registered;
 };
 
-/** Never destroyed: an interruption may come while the process ends. */
+/** The object is never destroyed, because an interruption may come while the process ends. */
 Actions &actions()
 {
     static auto *const instance = new Actions;

@@ -7,7 +7,7 @@
 
 namespace penctl {
 
-/** What happens on Ctrl-C, and on every other polite request to end that the platform knows.
+/** An action to run on Ctrl-C, and on the other signals and events by which a platform asks a program to end.
  *
  *  All commands are interrupted in one way: whatever the command is at, another thread runs the actions that
  *  are registered at that moment, tells the user, and ends the process. The command itself notices nothing,
@@ -38,8 +38,8 @@ void listenForInterrupts();
 /** Runs the actions and ends the process. The platform's half calls it, from an ordinary thread. */
 [[noreturn]] void interrupt();
 
-/** To be called at the end of main(): from here on requests to end are too late. Does not return when one
- *  came in time. */
+/** Call at the end of main(). Later requests to end have no effect; if one came before, this does not return.
+ */
 void endInterrupts();
 
 /** Ends the process at once: no destructor and no exit handler runs, so a thread that is still inside a

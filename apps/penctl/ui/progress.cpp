@@ -28,7 +28,7 @@ double fraction(const Progress &progress)
 
 std::string rateText(const Progress &progress)
 {
-    // A rate over less than a tenth of a second says more about the clock than about the transfer.
+    // A rate over less than a tenth of a second is not exact enough to show.
     if (progress.elapsed < std::chrono::milliseconds(100))
         return "-- /s";
     const double seconds = static_cast<double>(progress.elapsed.count()) / 1000;
@@ -96,7 +96,7 @@ void ProgressDisplay::finish()
     m_stopped = true;
 }
 
-/** The first and the last state are always drawn, those between them so often that the eye can follow. */
+/** Draws the first and the last state always, the others ten times a second at most. */
 bool ProgressDisplay::isDue(bool complete)
 {
     const Clock::time_point now = Clock::now();

@@ -6,12 +6,12 @@
 
 namespace penctl {
 
-/** The facts about the terminal that each platform has its own way to tell. */
+/** What each platform does in its own way with the terminal. */
 
 enum class Stream { Input, Output, Error };
 
-/** Makes standard input, output and error safe to use, and the console understand UTF-8 and the usual escape
- * sequences where that is not a matter of course. To be called before any file is opened. */
+/** Makes standard input, output and error safe to use, and lets a Windows console understand UTF-8 and the
+ * usual escape sequences. Call before any file is opened. */
 void prepareConsole();
 
 /** Leaves the console as prepareConsole() found it. Any thread may call it. */
@@ -31,7 +31,7 @@ enum class Echo { On, Off };
  * standard input nor standard output takes part. Nothing when there is no terminal or the input ended. */
 std::optional<std::string> askLine(const std::string &prompt, Echo echo);
 
-/** Switches standard input and output to bytes as they are, for data. */
+/** Reads standard input as bytes, without translating line ends. */
 void makeStandardInputBinary();
 
 } // namespace penctl

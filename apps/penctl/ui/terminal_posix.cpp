@@ -43,7 +43,7 @@ int s_terminal = -1;
 termios s_echoing{};
 termios s_silent{};
 
-/** Whoever uses the terminal while this program is stopped finds the echo on. */
+/** Handles SIGTSTP: the echo is on while this program is stopped, because others use the terminal then. */
 void stopWithEcho(int)
 {
     const int error = errno;
@@ -53,15 +53,14 @@ void stopWithEcho(int)
     errno = error;
 }
 
-/** While this program is in the background, the terminal is somebody else's. */
+/** Does nothing in the background, where the terminal belongs to another program. */
 void restoreEcho()
 {
     if (tcgetpgrp(s_terminal) == getpgrp())
         tcsetattr(s_terminal, TCSAFLUSH, &s_echoing);
 }
 
-/** Keeps the terminal from showing what is typed, and puts it back as it was on every way out; one at a time.
- */
+/** Switches the echo of the terminal off, and back on however the prompt ends. One object at a time. */
 class EchoOff
 {
 public:
@@ -122,8 +121,8 @@ std::optional<std::string> readLine(std::FILE *file)
     return line;
 }
 
-/** A descriptor that is closed would be taken by the next file to be opened, which would then receive what is
- * meant for the user. Opened the wrong way round, so that using it fails as it did before. */
+/** Opens descriptors 0 to 2 that are closed: the next file to be opened would get that number, and with it
+ * what is meant for the user. They are opened in the wrong direction, so that using them still fails. */
 void occupyStandardDescriptors()
 {
     for (const int wanted : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
@@ -143,7 +142,7 @@ bool isIgnored(int signal)
 void prepareConsole()
 {
     occupyStandardDescriptors();
-    // Only what texts look like; numbers keep the form that scripts expect.
+    // LC_CTYPE alone: numbers keep the form that scripts expect.
     std::setlocale(LC_CTYPE, "");
 }
 
@@ -192,14 +191,14 @@ void makeStandardInputBinary() {}
 
 void listenForInterrupts()
 {
-    // A reader that went away is a failed write, no reason to die in the middle of something.
+    // Writing to a closed pipe then fails, and does not end the process.
     std::signal(SIGPIPE, SIG_IGN);
     sigset_t ending;
     sigemptyset(&ending);
     for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGQUIT})
         if (!isIgnored(signal)) // by nohup, or by a shell for a command in the background
             sigaddset(&ending, signal);
-    // All threads to come inherit this, so that the signals wait for the one that takes them.
+    // Later threads inherit the mask, so that only the thread below takes these signals.
     pthread_sigmask(SIG_BLOCK, &ending, nullptr);
     std::thread([ending] {
         int signal = 0;

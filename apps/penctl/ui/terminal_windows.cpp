@@ -61,7 +61,7 @@ void restoreMode(Stream stream, const std::optional<DWORD> &mode)
         SetConsoleMode(handleOf(stream), *mode);
 }
 
-/** The console itself, whatever standard input and output are joined to. */
+/** The console itself, also when standard input and output are redirected. */
 class Console
 {
 public:
@@ -91,7 +91,7 @@ private:
     HANDLE m_handle;
 };
 
-/** Keeps the console from showing what is typed, and puts it back as it was on every way out. */
+/** Switches the echo of the console off, and back on however the prompt ends. */
 class EchoOff
 {
 public:
