@@ -13,7 +13,7 @@ namespace {
 constexpr double kTolerance = 1.1;
 
 /** A line each: the number, a blank, the name. Lines that begin with "#" are comments. */
-std::map<std::string, double> read(const std::string &file)
+std::map<std::string, double> readCounts(const std::string &file)
 {
     std::ifstream lines(file);
     std::map<std::string, double> kept;
@@ -32,7 +32,7 @@ std::map<std::string, double> read(const std::string &file)
 
 bool compareWithKept(const KeptCounts &counts, const std::string &file)
 {
-    const std::map<std::string, double> kept = read(file);
+    const std::map<std::string, double> kept = readCounts(file);
     bool good = true;
     for (const auto &[name, count] : counts) {
         const auto found = kept.find(name);
