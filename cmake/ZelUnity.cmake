@@ -1,6 +1,9 @@
-# zel_unite(TARGET): with ZEL_UNITY, the sources of each folder of a target are compiled together,
+# zel_unite(TARGET [IN_PARTS]): with ZEL_UNITY, the sources of each folder of a target are compiled together,
 # which saves most of the time that goes into headers. The scripts use it; for work on the sources
 # the ordinary build is handier. Names in the anonymous namespaces of one folder must differ.
+#
+# IN_PARTS is for a folder with very many sources: it is compiled in three parts, by the first letters of
+# their names, so that a new source changes one of them only.
 option(ZEL_UNITY "Compile the sources of each folder together" OFF)
 
 function(zel_unite TARGET)
@@ -12,6 +15,16 @@ function(zel_unite TARGET)
     foreach(SOURCE IN LISTS SOURCES)
         cmake_path(GET SOURCE PARENT_PATH FOLDER)
         cmake_path(GET FOLDER FILENAME GROUP)
+        if("IN_PARTS" IN_LIST ARGN)
+            cmake_path(GET SOURCE FILENAME NAME)
+            if(NAME MATCHES "^[a-o]")
+                string(APPEND GROUP _a_to_o)
+            elseif(NAME MATCHES "^p")
+                string(APPEND GROUP _p)
+            else()
+                string(APPEND GROUP _q_to_z)
+            endif()
+        endif()
         set_source_files_properties(${SOURCE} TARGET_DIRECTORY ${TARGET} PROPERTIES UNITY_GROUP "${GROUP}")
     endforeach()
 endfunction()

@@ -12,7 +12,7 @@ using pensim::Ending;
 using Ids = std::vector<std::uint64_t>;
 using Status = std::array<std::uint8_t, 6>;
 
-constexpr std::uint64_t kPenId = 0x12300abcdef;
+constexpr std::uint64_t kUpgradedPenId = 0x12300abcdef;
 constexpr std::uint64_t kOtherPen = 0x100000001;
 constexpr std::size_t kBlockSize = 64;
 
@@ -26,7 +26,7 @@ constexpr Status kRefusedRequest{0x0f, 0x00, 0x00, 0x00, 0x0a, 0x00};
 
 pensim::PenSpec firmwarePen()
 {
-    pensim::PenSpec spec = penOf(kPenId, Mode::firmwareUpgrade);
+    pensim::PenSpec spec = penOf(kUpgradedPenId, Mode::firmwareUpgrade);
     spec.dfu.transferSize = kBlockSize;
     return spec;
 }
@@ -48,7 +48,7 @@ protected:
         m_host.reset();
     }
 
-    void connect() { ASSERT_EQ(zelDfuConnectPen(&m_handle, m_host->record(kPenId)), ZEL_OK); }
+    void connect() { ASSERT_EQ(zelDfuConnectPen(&m_handle, m_host->record(kUpgradedPenId)), ZEL_OK); }
 
     /** The block as the library takes it: number, count, data. */
     std::uint32_t download(std::uint16_t number, const Bytes &data)
@@ -168,8 +168,8 @@ TEST_F(FirmwareUpgrade, ResetPenLeavesThisModeAndArrivesInTheOrdinaryOne)
     Host ordinary;
     ASSERT_TRUE(m_service.rendezvous().waitForMessages("LIST", 2, kPatience)); // one of each host
     EXPECT_EQ(zelDfuResetPort(m_handle), ZEL_OK);
-    EXPECT_EQ(m_host->departures(1), Ids{kPenId});
-    EXPECT_EQ(ordinary.arrivals(1), Ids{kPenId});
+    EXPECT_EQ(m_host->departures(1), Ids{kUpgradedPenId});
+    EXPECT_EQ(ordinary.arrivals(1), Ids{kUpgradedPenId});
     EXPECT_EQ(zelDfuAbort(m_handle), ZEL_ERR_COMMUNICATION);
 }
 
@@ -182,7 +182,7 @@ TEST(FirmwareUpgradeFailure, BlockThatCannotBeWrittenIsTold)
     service.dock(spec);
     Host host(Mode::firmwareUpgrade);
     DfuPenHandle *pen = nullptr;
-    ASSERT_EQ(zelDfuConnectPen(&pen, host.record(kPenId)), ZEL_OK);
+    ASSERT_EQ(zelDfuConnectPen(&pen, host.record(kUpgradedPenId)), ZEL_OK);
     const std::array<std::uint16_t, 3> block{7, 2, 0xa0a0}; // number, bytes, data
     EXPECT_EQ(zelDfuDownload(pen, block.data()), ZEL_OK);
     Status status{};
@@ -207,14 +207,14 @@ TEST(FirmwareUpgradeDiscovery, PensOfEitherModeReachTheirOwnListener)
     Host firmware(Mode::firmwareUpgrade);
     ASSERT_TRUE(service.rendezvous().waitForMessages("LIST", 2, kPatience));
     service.dock(penOf(kOtherPen));
-    service.undock(kPenId);
-    service.redock(kPenId);
+    service.undock(kUpgradedPenId);
+    service.redock(kUpgradedPenId);
     service.undock(kOtherPen);
-    EXPECT_EQ(firmware.arrivals(2), (Ids{kPenId, kPenId}));
-    EXPECT_EQ(firmware.departures(1), Ids{kPenId});
+    EXPECT_EQ(firmware.arrivals(2), (Ids{kUpgradedPenId, kUpgradedPenId}));
+    EXPECT_EQ(firmware.departures(1), Ids{kUpgradedPenId});
     EXPECT_EQ(ordinary.arrivals(1), Ids{kOtherPen});
     EXPECT_EQ(ordinary.departures(1), Ids{kOtherPen});
-    EXPECT_EQ(modeOf(firmware, kPenId), 1);
+    EXPECT_EQ(modeOf(firmware, kUpgradedPenId), 1);
     EXPECT_EQ(modeOf(ordinary, kOtherPen), 0);
 }
 
@@ -225,12 +225,12 @@ TEST(FirmwareUpgradeDiscovery, ListeningBeginsAgainWithExitAndInit)
     service.dock(firmwarePen());
     {
         Host host(Mode::firmwareUpgrade);
-        EXPECT_EQ(host.arrivals(1), Ids{kPenId});
+        EXPECT_EQ(host.arrivals(1), Ids{kUpgradedPenId});
         service.rendezvous().shutDown(Ending::reset);
     }
     service.rendezvous().listen();
     Host host(Mode::firmwareUpgrade);
-    EXPECT_EQ(host.arrivals(1), Ids{kPenId});
+    EXPECT_EQ(host.arrivals(1), Ids{kUpgradedPenId});
 }
 
 } // namespace

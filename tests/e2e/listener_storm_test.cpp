@@ -17,8 +17,8 @@ using namespace std::chrono_literals;
 using pensim::Ending;
 using pensim::Reply;
 
-constexpr std::uint64_t kPenId = 7;
-constexpr std::uint64_t kFirmwarePen = 8;
+constexpr std::uint64_t kComingPenId = 7;
+constexpr std::uint64_t kComingFirmwarePen = 8;
 constexpr int kNotifications = 10000;
 constexpr std::string_view kKilled = "*** RendezvousThread refused to stop and was killed ***";
 constexpr std::string_view kDfuKilled = "*** CDfuRendezvousThread refused to stop and was killed ***";
@@ -40,9 +40,9 @@ std::string flood()
     return messages;
 }
 
-pensim::Scenario bothPens()
+pensim::Scenario comingPens()
 {
-    return {{penOf(kPenId), penOf(kFirmwarePen, Mode::firmwareUpgrade)}, {}};
+    return {{penOf(kComingPenId), penOf(kComingFirmwarePen, Mode::firmwareUpgrade)}, {}};
 }
 
 /** One mode of the library, started and stopped by turns at random; what each call must answer follows
@@ -145,8 +145,8 @@ void expectDiscovery()
 {
     Host host;
     Host firmware(Mode::firmwareUpgrade);
-    EXPECT_EQ(host.arrivals(1).at(0), kPenId);
-    EXPECT_EQ(firmware.arrivals(1).at(0), kFirmwarePen);
+    EXPECT_EQ(host.arrivals(1).at(0), kComingPenId);
+    EXPECT_EQ(firmware.arrivals(1).at(0), kComingFirmwarePen);
 }
 
 struct Trouble {
@@ -170,8 +170,8 @@ void sendFlood(pensim::Service &service, int)
 void sendInFragments(pensim::Service &service, int number)
 {
     service.rendezvous().setFragments(1 + static_cast<std::size_t>(number % 80), 1ms);
-    service.undock(kPenId);
-    service.redock(kPenId);
+    service.undock(kComingPenId);
+    service.redock(kComingPenId);
 }
 
 void staySilent(pensim::Service &service, int number)
@@ -189,7 +189,7 @@ class ListenerStorm : public testing::TestWithParam<Trouble>
 
 TEST_P(ListenerStorm, EndsWithEveryCallAnsweredAndNothingKilled)
 {
-    pensim::Service service({}, bothPens());
+    pensim::Service service({}, comingPens());
     service.start();
     {
         const LogCapture log;
@@ -216,12 +216,12 @@ INSTANTIATE_TEST_SUITE_P(WithAServiceThat, ListenerStorm,
 
 TEST(ListenerFlood, ExitEndsItInTheMiddle)
 {
-    pensim::Service service({}, bothPens());
+    pensim::Service service({}, comingPens());
     service.start();
     const LogCapture log;
     {
         Host host;
-        EXPECT_EQ(host.arrivals(1).at(0), kPenId);
+        EXPECT_EQ(host.arrivals(1).at(0), kComingPenId);
         host.forget();
         service.rendezvous().send(flood());
         const std::vector<std::uint64_t> ids = host.arrivals(20);

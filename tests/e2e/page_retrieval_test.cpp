@@ -8,7 +8,7 @@ using pensim::Reply;
 using pensim::Value;
 namespace instruction = pensim::instruction;
 
-constexpr std::uint64_t kPenId = 0x12300abcdef;
+constexpr std::uint64_t kWrittenPenId = 0x12300abcdef;
 
 Bytes strokes(std::size_t size)
 {
@@ -24,7 +24,7 @@ pensim::PageSpec page(std::uint64_t address, std::size_t size)
 pensim::PenSpec penWithPages()
 {
     pensim::PenSpec spec;
-    spec.id = kPenId;
+    spec.id = kWrittenPenId;
     spec.brand = "Brand";
     spec.softwareVersion = 0x0601;
     spec.pages = {page(pageAddress(0, 11, 2, 3, 45), 300), page(pageAddress(2, 1, 2, 3, 4), 5000),
@@ -62,7 +62,7 @@ Bytes header(std::uint16_t pages)
 // The pen's identity and the ten properties, in ascending order of their keys.
 Bytes entries(std::uint64_t systemTime)
 {
-    return entry(0x0000, wire::long64(kPenId)) +                                 //
+    return entry(0x0000, wire::long64(kWrittenPenId)) +                          //
            entry(0x0001, wire::short16(0x0601)) +                                // software version
            entry(0x001f, wire::long64(0)) +                                      // clock difference
            entry(0x0021, wire::long64(systemTime)) +                             //
@@ -93,7 +93,7 @@ protected:
     void SetUp() override
     {
         m_service.start();
-        m_pen = &m_service.pen(kPenId);
+        m_pen = &m_service.pen(kWrittenPenId);
         m_host = std::make_unique<Host>();
         g_progress.clear();
     }
@@ -135,7 +135,7 @@ protected:
 
 TEST_F(PageRetrieval, AllPagesMakeOnePageTransactionRequest)
 {
-    const Connection connection(*m_host, kPenId);
+    const Connection connection(*m_host, kWrittenPenId);
     ASSERT_EQ(connection.code(), ZEL_OK);
     Bytes data;
     ASSERT_EQ(fetchAll(connection.pen(), data), ZEL_OK);
@@ -152,7 +152,7 @@ TEST_F(PageRetrieval, AllPagesMakeOnePageTransactionRequest)
 
 TEST_F(PageRetrieval, AsksThePenInTheOrderThatPensExpect)
 {
-    const Connection connection(*m_host, kPenId);
+    const Connection connection(*m_host, kWrittenPenId);
     m_pen->clearRequests();
     Bytes data;
     ASSERT_EQ(fetchAll(connection.pen(), data), ZEL_OK);
@@ -171,7 +171,7 @@ TEST_F(PageRetrieval, AsksThePenInTheOrderThatPensExpect)
 
 TEST_F(PageRetrieval, ProgressIsToldOnceMoreThanThereArePages)
 {
-    const Connection connection(*m_host, kPenId);
+    const Connection connection(*m_host, kWrittenPenId);
     Bytes data;
     ASSERT_EQ(fetchAll(connection.pen(), data, onProgress), ZEL_OK);
     ASSERT_EQ(g_progress.size(), 5u);
@@ -187,7 +187,7 @@ TEST_F(PageRetrieval, PenWithoutPagesGivesItsProperties)
 {
     m_pen->clearPages();
     m_pen->setStyloPages({});
-    const Connection connection(*m_host, kPenId);
+    const Connection connection(*m_host, kWrittenPenId);
     Bytes data;
     ASSERT_EQ(fetchAll(connection.pen(), data), ZEL_OK);
     EXPECT_EQ(data, header(0) + entries(systemTime()));
@@ -195,7 +195,7 @@ TEST_F(PageRetrieval, PenWithoutPagesGivesItsProperties)
 
 TEST_F(PageRetrieval, ListNamesThePagesInOrder)
 {
-    const Connection connection(*m_host, kPenId);
+    const Connection connection(*m_host, kWrittenPenId);
     char *text = nullptr;
     std::uint32_t total = 0;
     ASSERT_EQ(zelGetPageList(connection.pen(), &text, &total), ZEL_OK);
@@ -206,7 +206,7 @@ TEST_F(PageRetrieval, ListNamesThePagesInOrder)
 
 TEST_F(PageRetrieval, SelectedPagesAlone)
 {
-    const Connection connection(*m_host, kPenId);
+    const Connection connection(*m_host, kWrittenPenId);
     Bytes data;
     ASSERT_EQ(fetch(connection.pen(), "0.2.3.4;", data), ZEL_OK);
     EXPECT_TRUE(data == header(2) + pageBytes(0x0000090009009009, 0, 20) +
@@ -216,7 +216,7 @@ TEST_F(PageRetrieval, SelectedPagesAlone)
 // A page is selected when its address occurs anywhere in the list: hosts must name whole sets.
 TEST_F(PageRetrieval, AddressWithinAnotherSelectsBothAndTheCountsDiffer)
 {
-    const Connection connection(*m_host, kPenId);
+    const Connection connection(*m_host, kWrittenPenId);
     Bytes data;
     EXPECT_EQ(fetch(connection.pen(), "2.1.2.3.4", data), ZEL_ERR_INVALID_ARGUMENT); // selects 1.2.3.4, too
     EXPECT_EQ(fetch(connection.pen(), "2.1.2.3.4;1.2.3.4", data), ZEL_OK);
@@ -224,7 +224,7 @@ TEST_F(PageRetrieval, AddressWithinAnotherSelectsBothAndTheCountsDiffer)
 
 TEST_F(PageRetrieval, ListThatSelectsNothingEndsTheSession)
 {
-    const Connection connection(*m_host, kPenId);
+    const Connection connection(*m_host, kWrittenPenId);
     Bytes data;
     for (const char *addresses : {"", ";;", "7.7.7.7", "0.2.3.4;7.7.7.7"}) {
         m_pen->clearRequests();
@@ -237,7 +237,7 @@ TEST_F(PageRetrieval, ListThatSelectsNothingEndsTheSession)
 TEST_F(PageRetrieval, BusyPenSendsNothing)
 {
     m_pen->setSyncBusy(true);
-    const Connection connection(*m_host, kPenId);
+    const Connection connection(*m_host, kWrittenPenId);
     m_pen->clearRequests();
     Bytes data;
     EXPECT_EQ(fetchAll(connection.pen(), data), ZEL_ERR_SYNC_BUSY);
@@ -246,7 +246,7 @@ TEST_F(PageRetrieval, BusyPenSendsNothing)
 
 TEST_F(PageRetrieval, RemovedPageIsGone)
 {
-    const Connection connection(*m_host, kPenId);
+    const Connection connection(*m_host, kWrittenPenId);
     EXPECT_EQ(zelRemovePage(connection.pen(), "1.2.3.4"), ZEL_OK);
     EXPECT_EQ(m_pen->pages().size(), 3u);
     EXPECT_EQ(zelRemovePage(connection.pen(), "1.2.3.4"), ZEL_ERR_UNEXPECTED); // the pen says no
@@ -259,7 +259,7 @@ TEST_F(PageRetrieval, LockedPenConnectsAndRefusesItsPages)
 {
     m_pen->setPassword("secret", "hint");
     m_pen->lock();
-    const Connection connection(*m_host, kPenId);
+    const Connection connection(*m_host, kWrittenPenId);
     EXPECT_EQ(connection.code(), ZEL_OK);
     EXPECT_EQ(m_pen->requestCount(instruction::getProperty), 0u); // a locked pen is not asked for its version
     Bytes data;
@@ -273,7 +273,7 @@ TEST_F(PageRetrieval, LockedPenConnectsAndRefusesItsPages)
 // The pen fails in the middle and answers again: the session is ended in order.
 TEST_F(PageRetrieval, FailureOfOneExchangeEndsTheSession)
 {
-    const Connection connection(*m_host, kPenId);
+    const Connection connection(*m_host, kWrittenPenId);
     for (const std::uint32_t code : {instruction::setMmiState, instruction::listPages, instruction::getPage,
                                      instruction::getStylo, instruction::getProperty}) {
         m_pen->clearRules();
@@ -297,12 +297,12 @@ TEST_F(PageRetrieval, ResponseCutAnywhereIsALostConnection)
         for (std::size_t length = 0; length < 8; ++length) {
             m_pen->clearRules();
             m_pen->onInstruction(code, Reply::cut(length), 1);
-            const Connection connection(*m_host, kPenId);
+            const Connection connection(*m_host, kWrittenPenId);
             Bytes data;
             EXPECT_EQ(fetchAll(connection.pen(), data), ZEL_ERR_COMMUNICATION) << code << " " << length;
         }
     }
-    const Connection fresh(*m_host, kPenId);
+    const Connection fresh(*m_host, kWrittenPenId);
     Bytes data;
     EXPECT_EQ(fetchAll(fresh.pen(), data), ZEL_OK);
 }
@@ -310,14 +310,14 @@ TEST_F(PageRetrieval, ResponseCutAnywhereIsALostConnection)
 TEST_F(PageRetrieval, ConnectionResetAmidThePagesIsALostConnection)
 {
     m_pen->onInstruction(instruction::getPage, Reply::resetting(), 2);
-    const Connection connection(*m_host, kPenId);
+    const Connection connection(*m_host, kWrittenPenId);
     Bytes data;
     EXPECT_EQ(fetchAll(connection.pen(), data), ZEL_ERR_COMMUNICATION);
 }
 
 TEST_F(PageRetrieval, PenThatRefusesTheConnectionLeavesAHandleToDisconnect)
 {
-    DiscoveryHandle *record = m_host->record(kPenId);
+    DiscoveryHandle *record = m_host->record(kWrittenPenId);
     m_pen->refuseConnections(true);
     PenHandle *pen = nullptr;
     EXPECT_EQ(zelConnectPen(record, &pen), ZEL_ERR_UNEXPECTED);
@@ -328,7 +328,7 @@ TEST_F(PageRetrieval, PenThatRefusesTheConnectionLeavesAHandleToDisconnect)
 
 TEST_F(PageRetrieval, ProductNameIsThePensOwn)
 {
-    const Connection connection(*m_host, kPenId);
+    const Connection connection(*m_host, kWrittenPenId);
     char *text = nullptr;
     ASSERT_EQ(zelGetPenProductName(connection.pen(), &text), ZEL_OK);
     EXPECT_EQ(takeText(text), "Brand");

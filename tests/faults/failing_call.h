@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <initializer_list>
+#include <limits>
 #include <span>
 #include <string>
 
@@ -22,6 +23,9 @@ std::span<const CallFailure> callFailures();
 
 /** "send: Connection reset by peer (104)" */
 std::string nameOf(const CallFailure &failure);
+
+/** As a number of times: all that follow. */
+inline constexpr std::size_t kForGood = std::numeric_limits<std::size_t>::max();
 
 /** While one lives on a thread, that thread's uses of a call from the n-th (from 1) on fail, as often as is
  *  said. One a thread at a time; other threads see nothing of it. */

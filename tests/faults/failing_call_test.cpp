@@ -10,15 +10,12 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
-#include <limits>
 
 namespace faults {
 
 namespace {
 
 namespace wire = zel::test::wire;
-
-constexpr std::size_t kForGood = std::numeric_limits<std::size_t>::max();
 
 struct Variation {
     CallFailure failure;

@@ -25,11 +25,10 @@ namespace faults {
 
 namespace {
 
-constexpr std::size_t kForGood = std::numeric_limits<std::size_t>::max();
 constexpr int kMostMilliseconds = 20000;
 
 // The messages arrive byte by byte: not every byte needs each error.
-constexpr std::size_t kStride = 37;
+constexpr std::size_t kListenerStride = 37;
 
 // What the listener's thread is to meet; it arms itself when its first text tells that it has started.
 const CallFailure *s_failure = nullptr; // none: its calls are counted
@@ -205,7 +204,7 @@ protected:
             // The listener may be stopped before it has received the last message.
             const std::size_t uses = receives ? m_uses[i] - departure().size() : m_uses[i];
             for (std::size_t n = receives ? 1 + i % 7 : 1; n <= uses && !HasFailure();
-                 n += receives ? kStride : 1) {
+                 n += receives ? kListenerStride : 1) {
                 SCOPED_TRACE(nameOf(failure) + ", use " + std::to_string(n));
                 ++m_made;
                 check(failure, n);

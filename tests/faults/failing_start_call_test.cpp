@@ -13,7 +13,6 @@
 #include <atomic>
 #include <cstdio>
 #include <cstring>
-#include <limits>
 #include <numeric>
 #include <ostream>
 
@@ -21,21 +20,19 @@ namespace faults {
 
 namespace {
 
-constexpr std::size_t kForGood = std::numeric_limits<std::size_t>::max();
-
-void freeRecord(DiscoveryHandle *record, void *)
+void freeAnnounced(DiscoveryHandle *record, void *)
 {
     zelFreeDiscoveryHandle(&record);
 }
 
 std::uint32_t initialise()
 {
-    return zelInitialize(freeRecord, freeRecord, nullptr);
+    return zelInitialize(freeAnnounced, freeAnnounced, nullptr);
 }
 
 std::uint32_t initialiseDfu()
 {
-    return zelDfuInit(nullptr, freeRecord, freeRecord);
+    return zelDfuInit(nullptr, freeAnnounced, freeAnnounced);
 }
 
 std::uint32_t nothing()

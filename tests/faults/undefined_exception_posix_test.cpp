@@ -24,13 +24,13 @@ namespace faults {
 
 namespace {
 
-std::vector<std::string> s_errors;
+std::vector<std::string> s_reported;
 bool s_throws = false;
 
 void onLog(zel::LogLevel level, std::string_view text)
 {
     if (level == zel::LogLevel::Error)
-        s_errors.emplace_back(text);
+        s_reported.emplace_back(text);
     else if (s_throws)
         throw std::runtime_error("a log observer's own");
 }
@@ -115,11 +115,11 @@ std::uint32_t callWith(const Case &each)
 
 void expectUndefinedException(const Case &each)
 {
-    s_errors.clear();
+    s_reported.clear();
     zel::setLogObserver(onLog);
     EXPECT_EQ(callWith(each), ZEL_ERR_UNEXPECTED);
     zel::setLogObserver(nullptr);
-    EXPECT_EQ(s_errors, std::vector<std::string>{each.text});
+    EXPECT_EQ(s_reported, std::vector<std::string>{each.text});
 }
 
 class UndefinedException : public testing::TestWithParam<Case>

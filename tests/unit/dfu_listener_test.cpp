@@ -14,7 +14,6 @@
 namespace {
 
 using namespace zel;
-namespace wire = rendezvous_wire;
 
 constexpr std::string_view kStopped = "*** CDfuRendezvousThread stopped normally ***";
 
@@ -49,19 +48,20 @@ private:
 
 std::string dfuPen(const std::string &command, const std::string &id)
 {
-    return wire::message("DVP1\r\n" + command + "\r\npen-id=" + id +
-                         "\r\nservice-port=49200\r\npen-swver=100\r\npen-dfu=1\r\nacc-prot=DFUPSP10\r\n");
+    return rendezvous_wire::message(
+        "DVP1\r\n" + command + "\r\npen-id=" + id +
+        "\r\nservice-port=49200\r\npen-swver=100\r\npen-dfu=1\r\nacc-prot=DFUPSP10\r\n");
 }
 
 RendezvousServer::Conversation announcingDfu(std::vector<std::string> listed,
                                              std::vector<std::string> notified, bool stay = true)
 {
     return [=](const loopback::OwnedSocket &client) {
-        wire::enumerate(client, listed);
+        rendezvous_wire::enumerate(client, listed);
         for (const std::string &each : notified)
             loopback::sendAll(client, each);
         if (stay)
-            wire::untilClosed(client);
+            rendezvous_wire::untilClosed(client);
     };
 }
 
@@ -108,7 +108,7 @@ TEST(DfuListener, SubscribesInItsOwnMode)
         sleepMilliseconds(100);
         listener.StopRendezvous();
     }
-    EXPECT_EQ(subscription, wire::kSubscribeDfu);
+    EXPECT_EQ(subscription, rendezvous_wire::kSubscribeDfu);
 }
 
 // Unlike the ordinary listener it does not connect again.
@@ -234,7 +234,8 @@ TEST(DfuListener, FailuresInCallbacksAreLoggedUnderItsOwnName)
 TEST(DfuListener, RunsBesideTheOrdinaryListener)
 {
     RendezvousServer dfuServer(announcingDfu({dfuPen("", "1")}, {dfuPen("CONNECT", "2")}));
-    RendezvousServer server(announcingDfu({wire::pen("", "3")}, {wire::pen("CONNECT", "4")}));
+    RendezvousServer server(
+        announcingDfu({rendezvous_wire::pen("", "3")}, {rendezvous_wire::pen("CONNECT", "4")}));
     DfuHost dfuHost;
     DfuHost host;
     DfuRendezvousListener listener(dfuServer.endpoint());

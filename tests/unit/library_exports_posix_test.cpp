@@ -14,7 +14,7 @@ namespace {
 
 using namespace zel;
 
-void freeRecord(DiscoveryHandle *record, void *)
+void freeAnnounced(DiscoveryHandle *record, void *)
 {
     zelFreeDiscoveryHandle(&record);
 }
@@ -26,8 +26,8 @@ struct Mode {
 };
 
 const Mode kModes[] = {
-    {"Pens", [] { return zelInitialize(freeRecord, freeRecord, nullptr); }, zelExit},
-    {"Firmware", [] { return zelDfuInit(nullptr, freeRecord, freeRecord); }, zelDfuExit},
+    {"Pens", [] { return zelInitialize(freeAnnounced, freeAnnounced, nullptr); }, zelExit},
+    {"Firmware", [] { return zelDfuInit(nullptr, freeAnnounced, freeAnnounced); }, zelDfuExit},
 };
 
 void PrintTo(const Mode &mode, std::ostream *out)
@@ -71,7 +71,7 @@ INSTANTIATE_TEST_SUITE_P(Modes, FailedStart, testing::ValuesIn(kModes),
 
 TEST(FailedEnumeration, LeavesTheLibraryInitialisedForTheNext)
 {
-    ASSERT_EQ(zelInitialize(freeRecord, freeRecord, nullptr), ZEL_OK);
+    ASSERT_EQ(zelInitialize(freeAnnounced, freeAnnounced, nullptr), ZEL_OK);
     {
         const test::LackingDescriptors lacking(test::LackingDescriptors::kNone);
         EXPECT_EQ(zelEnumeratePens(), ZEL_ERR_INVALID_ARGUMENT);

@@ -9,7 +9,7 @@
 
 namespace {
 
-constexpr std::uint64_t kPenId = 0x0000012300ABCDEF;
+constexpr std::uint64_t kHashedPenId = 0x0000012300ABCDEF;
 
 /** The password of the vectors: 'A', 'B', ... 'Z', 'A', ... */
 std::string alphabet(std::size_t length)
@@ -52,7 +52,7 @@ TEST(PasswordHash, ShortInputIsOneBlockFilledUpWithZeros)
         0x00,                                           // its end
         0x00, 0x00, 0x01, 0x23, 0x00, 0xAB, 0xCD, 0xEF, // pen id, most significant byte first
     };
-    EXPECT_EQ(zel::hashPassword("pen", kPenId), chained(zel::kHashChainingValue, block));
+    EXPECT_EQ(zel::hashPassword("pen", kHashedPenId), chained(zel::kHashChainingValue, block));
 }
 
 TEST(PasswordHash, EmptyPasswordIsItsEndAndThePenId)
@@ -61,7 +61,7 @@ TEST(PasswordHash, EmptyPasswordIsItsEndAndThePenId)
         0x00,                                           // the password's end
         0x00, 0x00, 0x01, 0x23, 0x00, 0xAB, 0xCD, 0xEF, // pen id
     };
-    EXPECT_EQ(zel::hashPassword("", kPenId), chained(zel::kHashChainingValue, block));
+    EXPECT_EQ(zel::hashPassword("", kHashedPenId), chained(zel::kHashChainingValue, block));
 }
 
 // An input of whole blocks is still closed by a block, of zeros alone.
@@ -73,7 +73,7 @@ TEST(PasswordHash, PasswordOf23BytesIsHashedInTwoBlocks)
         0x00,                                                               // its end
         0x00, 0x00, 0x01, 0x23, 0x00, 0xAB, 0xCD, 0xEF,                     // pen id
     };
-    EXPECT_EQ(zel::hashPassword("ABCDEFGHIJKLMNOPQRSTUVW", kPenId),
+    EXPECT_EQ(zel::hashPassword("ABCDEFGHIJKLMNOPQRSTUVW", kHashedPenId),
               chained(chained(zel::kHashChainingValue, block), {}));
 }
 
@@ -86,7 +86,7 @@ TEST(PasswordHash, PasswordOf24BytesLeavesOneByteForTheSecondBlock)
         0x00, 0x00, 0x01, 0x23, 0x00, 0xAB, 0xCD,                          // pen id
     };
     const std::array<std::uint8_t, 32> second = {0xEF}; // the pen id's last byte
-    EXPECT_EQ(zel::hashPassword("ABCDEFGHIJKLMNOPQRSTUVWX", kPenId),
+    EXPECT_EQ(zel::hashPassword("ABCDEFGHIJKLMNOPQRSTUVWX", kHashedPenId),
               chained(chained(zel::kHashChainingValue, first), second));
 }
 
@@ -100,16 +100,17 @@ TEST(PasswordHash, PasswordsAreToldApartUpToTheir255thByte)
 {
     std::string other = alphabet(255);
     other.back() = '!';
-    EXPECT_NE(zel::hashPassword(alphabet(255).c_str(), kPenId), zel::hashPassword(other.c_str(), kPenId));
-    EXPECT_NE(zel::hashPassword(alphabet(254).c_str(), kPenId),
-              zel::hashPassword(alphabet(255).c_str(), kPenId));
+    EXPECT_NE(zel::hashPassword(alphabet(255).c_str(), kHashedPenId),
+              zel::hashPassword(other.c_str(), kHashedPenId));
+    EXPECT_NE(zel::hashPassword(alphabet(254).c_str(), kHashedPenId),
+              zel::hashPassword(alphabet(255).c_str(), kHashedPenId));
 }
 
 TEST(PasswordHash, BytesBeyondThe255thAreNotPartOfThePassword)
 {
-    const zel::PasswordDigest whole = zel::hashPassword(alphabet(255).c_str(), kPenId);
-    EXPECT_EQ(zel::hashPassword(alphabet(256).c_str(), kPenId), whole);
-    EXPECT_EQ(zel::hashPassword(alphabet(1000).c_str(), kPenId), whole);
+    const zel::PasswordDigest whole = zel::hashPassword(alphabet(255).c_str(), kHashedPenId);
+    EXPECT_EQ(zel::hashPassword(alphabet(256).c_str(), kHashedPenId), whole);
+    EXPECT_EQ(zel::hashPassword(alphabet(1000).c_str(), kHashedPenId), whole);
 }
 
 TEST(PasswordHash, BytesAbove7FAreTakenAsTheyAre)
@@ -119,5 +120,5 @@ TEST(PasswordHash, BytesAbove7FAreTakenAsTheyAre)
         0x00,                                           // its end
         0x00, 0x00, 0x01, 0x23, 0x00, 0xAB, 0xCD, 0xEF, // pen id
     };
-    EXPECT_EQ(zel::hashPassword("\xC3\xA4\xFF", kPenId), chained(zel::kHashChainingValue, block));
+    EXPECT_EQ(zel::hashPassword("\xC3\xA4\xFF", kHashedPenId), chained(zel::kHashChainingValue, block));
 }

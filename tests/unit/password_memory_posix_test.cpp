@@ -12,7 +12,7 @@
 namespace {
 
 constexpr std::size_t kStackSize = 1 << 20;
-constexpr std::uint64_t kPenId = 0x1122334455667788;
+constexpr std::uint64_t kLockedPenId = 0x1122334455667788;
 
 /** No eight bytes of it in a row stand twice in it. */
 std::string password()
@@ -31,7 +31,7 @@ struct Job {
 
 void hash(Job &job)
 {
-    job.digest = zel::hashPassword(job.secret.c_str(), kPenId);
+    job.digest = zel::hashPassword(job.secret.c_str(), kLockedPenId);
 }
 
 /** Leaves the secret on the stack, 7 KiB below its caller. */

@@ -11,7 +11,6 @@
 #include <optional>
 
 using zel::RendezvousClient;
-namespace wire = rendezvous_wire;
 
 TEST(RendezvousClientOnPosix, WaitWithoutADescriptorAsksForOneAtEachTry)
 {
@@ -31,7 +30,7 @@ TEST(RendezvousClientOnPosix, WaitWithoutADescriptorAsksForOneAtEachTry)
         EXPECT_EQ(waiting.wait_for(std::chrono::seconds(20)), std::future_status::ready);
         client.disconnectFromRendezvousServer();
     }
-    EXPECT_EQ(loopback::receiveExactly(listener.accept(), 22), wire::kSubscribe);
+    EXPECT_EQ(loopback::receiveExactly(listener.accept(), 22), rendezvous_wire::kSubscribe);
 }
 
 TEST(RendezvousClientOnPosix, LastDescriptorServesTheNextConnection)

@@ -17,7 +17,6 @@
 using zel::RendezvousClient;
 using zel::RendezvousCommand;
 using zel::RendezvousEvent;
-namespace wire = rendezvous_wire;
 
 namespace {
 
@@ -51,9 +50,10 @@ TEST(RendezvousClient, ConnectsSubscribesAndListsInThisOrder)
 {
     std::string received;
     auto server = std::make_unique<RendezvousServer>([&](const loopback::OwnedSocket &client) {
-        received = loopback::receiveExactly(client, wire::kSubscribe.size() + wire::kList.size());
-        loopback::sendAll(client, wire::pen("", "1") + wire::message("ENDLIST"));
-        wire::untilClosed(client);
+        received = loopback::receiveExactly(client, rendezvous_wire::kSubscribe.size() +
+                                                        rendezvous_wire::kList.size());
+        loopback::sendAll(client, rendezvous_wire::pen("", "1") + rendezvous_wire::message("ENDLIST"));
+        rendezvous_wire::untilClosed(client);
     });
     {
         RendezvousClient client(server->endpoint(), false);
@@ -85,9 +85,9 @@ TEST(RendezvousClient, FirmwareUpgradeModeSubscribesWithItsOwnWords)
 TEST(RendezvousClient, LogsWhatItDoes)
 {
     RendezvousServer server([](const loopback::OwnedSocket &client) {
-        wire::enumerate(client, {});
-        loopback::sendAll(client, wire::pen("CONNECT", "1"));
-        wire::untilClosed(client);
+        rendezvous_wire::enumerate(client, {});
+        loopback::sendAll(client, rendezvous_wire::pen("CONNECT", "1"));
+        rendezvous_wire::untilClosed(client);
     });
     LogCapture log;
     {
@@ -144,8 +144,8 @@ TEST(RendezvousClient, LogsTheWaitForTheServer)
 TEST(RendezvousClient, EndOfListAloneIsAnEmptyList)
 {
     RendezvousServer server([](const loopback::OwnedSocket &client) {
-        wire::enumerate(client, {});
-        wire::untilClosed(client);
+        rendezvous_wire::enumerate(client, {});
+        rendezvous_wire::untilClosed(client);
     });
     RendezvousClient client(server.endpoint(), false);
     ASSERT_TRUE(client.connectToRendezvousServer());
@@ -156,8 +156,9 @@ TEST(RendezvousClient, EndOfListAloneIsAnEmptyList)
 TEST(RendezvousClient, ListedMessagesOfNoPenAreSkippedSilently)
 {
     RendezvousServer server([](const loopback::OwnedSocket &client) {
-        wire::enumerate(client, {wire::message("RVX1\r\npen-id=5\r\n"), wire::pen("", "2")});
-        wire::untilClosed(client);
+        rendezvous_wire::enumerate(
+            client, {rendezvous_wire::message("RVX1\r\npen-id=5\r\n"), rendezvous_wire::pen("", "2")});
+        rendezvous_wire::untilClosed(client);
     });
     RendezvousClient client(server.endpoint(), false);
     ASSERT_TRUE(client.connectToRendezvousServer());
@@ -173,7 +174,8 @@ TEST(RendezvousClient, ServerThatClosesWhileListingGivesWhatWasGathered)
 {
     RendezvousServer server([](const loopback::OwnedSocket &client) {
         loopback::receiveExactly(client, 27);
-        loopback::sendAll(client, wire::pen("", "1") + wire::pen("", "2") + "RVP1\r\npen-id");
+        loopback::sendAll(client,
+                          rendezvous_wire::pen("", "1") + rendezvous_wire::pen("", "2") + "RVP1\r\npen-id");
     });
     RendezvousClient client(server.endpoint(), false);
     const zel::test::ProcessCounts before = zel::test::countProcess();
@@ -230,12 +232,12 @@ TEST(RendezvousClient, CloseOfNoSocketRaises)
 TEST(RendezvousClient, MessageBeyondTheBufferIsCutAndTheNextOneIsWhole)
 {
     RendezvousServer server([](const loopback::OwnedSocket &client) {
-        wire::enumerate(client, {});
+        rendezvous_wire::enumerate(client, {});
         // The command stands within the first 1,023 bytes, the id beyond them.
-        loopback::sendAll(client,
-                          wire::message("RVP1\r\nCONNECT\r\n" + std::string(5000, 'x') + "\r\npen-id=7\r\n"));
-        loopback::sendAll(client, wire::pen("DISCONNECT", "8"));
-        wire::untilClosed(client);
+        loopback::sendAll(client, rendezvous_wire::message("RVP1\r\nCONNECT\r\n" + std::string(5000, 'x') +
+                                                           "\r\npen-id=7\r\n"));
+        loopback::sendAll(client, rendezvous_wire::pen("DISCONNECT", "8"));
+        rendezvous_wire::untilClosed(client);
     });
     RendezvousClient client(server.endpoint(), false);
     ASSERT_TRUE(client.connectToRendezvousServer());
@@ -255,9 +257,9 @@ TEST(RendezvousClient, MessageIsKeptToItsByte1023)
     const std::string key = "pen-vid=1";
     const std::string filling(1023 - head.size() - key.size(), 'x');
     RendezvousServer server([&](const loopback::OwnedSocket &client) {
-        wire::enumerate(client, {});
-        loopback::sendAll(client, wire::message(head + filling + key + "2\r\n"));
-        wire::untilClosed(client);
+        rendezvous_wire::enumerate(client, {});
+        loopback::sendAll(client, rendezvous_wire::message(head + filling + key + "2\r\n"));
+        rendezvous_wire::untilClosed(client);
     });
     RendezvousClient client(server.endpoint(), false);
     ASSERT_TRUE(client.connectToRendezvousServer());
@@ -269,10 +271,10 @@ TEST(RendezvousClient, MessageIsKeptToItsByte1023)
 TEST(RendezvousClient, MessageInPiecesIsPutTogether)
 {
     RendezvousServer server([](const loopback::OwnedSocket &client) {
-        wire::enumerate(client, {});
-        for (const char byte : wire::pen("CONNECT", "9"))
+        rendezvous_wire::enumerate(client, {});
+        for (const char byte : rendezvous_wire::pen("CONNECT", "9"))
             loopback::sendAll(client, std::string_view(&byte, 1));
-        wire::untilClosed(client);
+        rendezvous_wire::untilClosed(client);
     });
     RendezvousClient client(server.endpoint(), false);
     ASSERT_TRUE(client.connectToRendezvousServer());
@@ -325,7 +327,8 @@ TEST(RendezvousClient, WaitOfAnArmedClientGoesOn)
 
 TEST(RendezvousClient, StopBeforeAConnectionIsNotLost)
 {
-    RendezvousServer server([](const loopback::OwnedSocket &client) { wire::untilClosed(client); });
+    RendezvousServer server(
+        [](const loopback::OwnedSocket &client) { rendezvous_wire::untilClosed(client); });
     RendezvousClient client(server.endpoint(), false);
     client.disconnectFromRendezvousServer();
     EXPECT_FALSE(client.connect());
@@ -345,8 +348,8 @@ TEST(RendezvousClient, ConnectionOfTheWaitStaysOpenBesideItsSuccessor)
     const loopback::OwnedSocket first = listener.accept();
     ASSERT_TRUE(client.connectToRendezvousServer());
     const loopback::OwnedSocket second = listener.accept();
-    EXPECT_EQ(loopback::receiveExactly(first, 22), wire::kSubscribe);
-    EXPECT_EQ(loopback::receiveExactly(second, 22), wire::kSubscribe);
+    EXPECT_EQ(loopback::receiveExactly(first, 22), rendezvous_wire::kSubscribe);
+    EXPECT_EQ(loopback::receiveExactly(second, 22), rendezvous_wire::kSubscribe);
     EXPECT_FALSE(loopback::isReadable(first, 50)) << "neither data nor an end";
     client.disconnectFromRendezvousServer();
 }

@@ -21,11 +21,10 @@
 #include <unistd.h>
 
 using zel::CZELManager;
-namespace wire = rendezvous_wire;
 
 namespace {
 
-constexpr std::string_view kKilled = "*** RendezvousThread refused to stop and was killed ***";
+constexpr std::string_view kKilledThread = "*** RendezvousThread refused to stop and was killed ***";
 
 void takeRecord(DiscoveryHandle *record, void *)
 {
@@ -65,7 +64,7 @@ void startAndStop(const zel::net::Endpoint &endpoint, int rounds)
     const Holdings after;
     EXPECT_LE(after.descriptors, before.descriptors + 1) << "but for the server's own connection";
     EXPECT_EQ(after.threads, before.threads);
-    EXPECT_EQ(log.count(kKilled), 0u);
+    EXPECT_EQ(log.count(kKilledThread), 0u);
 }
 
 } // namespace
@@ -73,8 +72,8 @@ void startAndStop(const zel::net::Endpoint &endpoint, int rounds)
 TEST(RendezvousListenerOnPosix, ThousandRoundsWithAServerLeakNothing)
 {
     RendezvousServer server([](const loopback::OwnedSocket &client) {
-        wire::enumerate(client, {wire::pen("", "1")});
-        wire::untilClosed(client);
+        rendezvous_wire::enumerate(client, {rendezvous_wire::pen("", "1")});
+        rendezvous_wire::untilClosed(client);
     });
     startAndStop(server.endpoint(), 1000);
 }
@@ -86,7 +85,8 @@ TEST(RendezvousListenerOnPosix, ThousandRoundsWithoutAServerLeakNothing)
 
 TEST(RendezvousListenerOnPosix, RestartsOfOneManagerLeakNothing)
 {
-    RendezvousServer server([](const loopback::OwnedSocket &client) { wire::untilClosed(client); });
+    RendezvousServer server(
+        [](const loopback::OwnedSocket &client) { rendezvous_wire::untilClosed(client); });
     const auto manager = listeningTo(server.endpoint());
     ASSERT_TRUE(server.waitForConnections(1));
     const Holdings before;
@@ -110,7 +110,7 @@ TEST(RendezvousListenerOnPosix, ThreadThatNeverRanIsNotKilled)
         EXPECT_THROW(manager.StartRendezvous(), zel::ZELException);
     }
     EXPECT_TRUE(manager.StopRendezvous());
-    EXPECT_EQ(log.count(kKilled), 0u);
+    EXPECT_EQ(log.count(kKilledThread), 0u);
 }
 
 namespace {
@@ -152,8 +152,8 @@ struct DeafHost {
 TEST(RendezvousListenerOnPosix, CallbackDoesNotLeaveTheThreadDeafToAKill)
 {
     RendezvousServer server([](const loopback::OwnedSocket &client) {
-        wire::enumerate(client, {wire::pen("", "1"), wire::pen("", "2")});
-        wire::untilClosed(client);
+        rendezvous_wire::enumerate(client, {rendezvous_wire::pen("", "1"), rendezvous_wire::pen("", "2")});
+        rendezvous_wire::untilClosed(client);
     });
     DeafHost host;
     CZELManager manager(server.endpoint());
@@ -190,8 +190,8 @@ struct DeafCallback {
 TEST(RendezvousListenerOnPosix, CallbackThatReturnsAfterTheKillEndsThere)
 {
     RendezvousServer server([](const loopback::OwnedSocket &client) {
-        wire::enumerate(client, {wire::pen("", "1")});
-        wire::untilClosed(client);
+        rendezvous_wire::enumerate(client, {rendezvous_wire::pen("", "1")});
+        rendezvous_wire::untilClosed(client);
     });
     DeafCallback callback;
     const LogCapture log;
@@ -200,7 +200,7 @@ TEST(RendezvousListenerOnPosix, CallbackThatReturnsAfterTheKillEndsThere)
     ASSERT_TRUE(manager->StartRendezvous());
     ASSERT_TRUE(callback.entered.wait(20000));
     manager->StopRendezvous();
-    EXPECT_EQ(log.count(kKilled), 1u);
+    EXPECT_EQ(log.count(kKilledThread), 1u);
     manager.reset();
     const auto before = std::signal(SIGURG, SIG_IGN);
     const std::size_t texts = log.entries().size();

@@ -21,7 +21,6 @@
 using zel::CZELManager;
 using zel::DiscoveryRecord;
 using zel::LogLevel;
-namespace wire = rendezvous_wire;
 
 namespace {
 
@@ -89,16 +88,17 @@ RendezvousServer::Conversation announcing(std::vector<std::string> listed,
                                           std::vector<std::string> notified = {})
 {
     return [=](const loopback::OwnedSocket &client) {
-        wire::enumerate(client, listed);
+        rendezvous_wire::enumerate(client, listed);
         for (const std::string &each : notified)
             loopback::sendAll(client, each);
-        wire::untilClosed(client);
+        rendezvous_wire::untilClosed(client);
     };
 }
 
 std::string unsupportedPen(const std::string &command)
 {
-    return wire::message("RVP1\r\n" + command + "\r\npen-id=5\r\nservice-port=1\r\nacc-prot=PSP10\r\n");
+    return rendezvous_wire::message("RVP1\r\n" + command +
+                                    "\r\npen-id=5\r\nservice-port=1\r\nacc-prot=PSP10\r\n");
 }
 
 bool eventually(const std::function<bool()> &condition)
@@ -115,7 +115,7 @@ bool eventually(const std::function<bool()> &condition)
 
 TEST(RendezvousListener, PresentPensAreAnnouncedWithEveryField)
 {
-    RendezvousServer server(announcing({wire::pen("", "12300abcdef", "49160")}));
+    RendezvousServer server(announcing({rendezvous_wire::pen("", "12300abcdef", "49160")}));
     Host host;
     const Listening listening(server.endpoint(), host);
     ASSERT_TRUE(host.waitForRecords(1));
@@ -135,8 +135,9 @@ TEST(RendezvousListener, PresentPensAreAnnouncedWithEveryField)
 // Hosts rely on the server's order; behind a pen that is not supported nothing is announced.
 TEST(RendezvousListener, UnsupportedPenHidesThoseBehindItInTheList)
 {
-    RendezvousServer server(announcing({wire::pen("", "1"), unsupportedPen(""), wire::pen("", "2")},
-                                       {wire::pen("CONNECT", "3")}));
+    RendezvousServer server(
+        announcing({rendezvous_wire::pen("", "1"), unsupportedPen(""), rendezvous_wire::pen("", "2")},
+                   {rendezvous_wire::pen("CONNECT", "3")}));
     LogCapture log;
     Host host;
     const Listening listening(server.endpoint(), host);
@@ -150,11 +151,11 @@ TEST(RendezvousListener, UnsupportedPenHidesThoseBehindItInTheList)
 TEST(RendezvousListener, PenOfVersion40WithNewerSoftwareFiresNoCallback)
 {
     const auto newerPen = [](const std::string &command) {
-        return wire::message("RVP1\r\n" + command + "\r\npen-id=5\r\nservice-port=1\r\n" +
-                             "pen-swver=0600\r\nacc-prot=PSP40\r\n");
+        return rendezvous_wire::message("RVP1\r\n" + command + "\r\npen-id=5\r\nservice-port=1\r\n" +
+                                        "pen-swver=0600\r\nacc-prot=PSP40\r\n");
     };
-    RendezvousServer server(
-        announcing({newerPen("")}, {newerPen("CONNECT"), newerPen("DISCONNECT"), wire::pen("CONNECT", "1")}));
+    RendezvousServer server(announcing(
+        {newerPen("")}, {newerPen("CONNECT"), newerPen("DISCONNECT"), rendezvous_wire::pen("CONNECT", "1")}));
     LogCapture log;
     Host host;
     const Listening listening(server.endpoint(), host);
@@ -168,7 +169,8 @@ TEST(RendezvousListener, PenOfVersion40WithNewerSoftwareFiresNoCallback)
 TEST(RendezvousListener, ArrivalAndDepartureReachTheirCallbacks)
 {
     LogCapture log;
-    RendezvousServer server(announcing({}, {wire::pen("CONNECT", "1"), wire::pen("DISCONNECT", "1")}));
+    RendezvousServer server(
+        announcing({}, {rendezvous_wire::pen("CONNECT", "1"), rendezvous_wire::pen("DISCONNECT", "1")}));
     Host host;
     const Listening listening(server.endpoint(), host);
     ASSERT_TRUE(host.waitForRecords(2));
@@ -188,9 +190,11 @@ TEST(RendezvousListener, ArrivalAndDepartureReachTheirCallbacks)
 
 TEST(RendezvousListener, UnsupportedPensAndOddMessagesAreOnlyLogged)
 {
-    RendezvousServer server(announcing(
-        {}, {unsupportedPen("CONNECT"), unsupportedPen("DISCONNECT"), wire::message("RVP1\r\nHELLO\r\n"),
-             wire::message("RVP1\r\nCONNECT\r\npen-id=697800000000\r\n"), wire::pen("CONNECT", "4")}));
+    RendezvousServer server(
+        announcing({}, {unsupportedPen("CONNECT"), unsupportedPen("DISCONNECT"),
+                        rendezvous_wire::message("RVP1\r\nHELLO\r\n"),
+                        rendezvous_wire::message("RVP1\r\nCONNECT\r\npen-id=697800000000\r\n"),
+                        rendezvous_wire::pen("CONNECT", "4")}));
     LogCapture log;
     Host host;
     const Listening listening(server.endpoint(), host);
@@ -206,7 +210,8 @@ TEST(RendezvousListener, UnsupportedPensAndOddMessagesAreOnlyLogged)
 TEST(RendezvousListener, ListWithAnIdThatIsNoneAnnouncesNothingAndGoesOn)
 {
     RendezvousServer server(
-        announcing({wire::pen("", "1"), wire::pen("", "697800000000")}, {wire::pen("CONNECT", "2")}));
+        announcing({rendezvous_wire::pen("", "1"), rendezvous_wire::pen("", "697800000000")},
+                   {rendezvous_wire::pen("CONNECT", "2")}));
     LogCapture log;
     Host host;
     const Listening listening(server.endpoint(), host);
@@ -219,7 +224,7 @@ TEST(RendezvousListener, ListWithAnIdThatIsNoneAnnouncesNothingAndGoesOn)
 // The test is made on the one callback, the call goes to the other.
 TEST(RendezvousListener, WithoutArrivalCallbackDeparturesAreNotToldEither)
 {
-    RendezvousServer server(announcing({}, {wire::pen("DISCONNECT", "1")}));
+    RendezvousServer server(announcing({}, {rendezvous_wire::pen("DISCONNECT", "1")}));
     LogCapture log;
     Host host;
     CZELManager manager(server.endpoint());
@@ -234,9 +239,9 @@ TEST(RendezvousListener, ConnectsAgainWhenTheServerWentAway)
 {
     std::atomic<int> round{0};
     RendezvousServer server([&](const loopback::OwnedSocket &client) {
-        wire::enumerate(client, {wire::pen("", std::to_string(++round))});
+        rendezvous_wire::enumerate(client, {rendezvous_wire::pen("", std::to_string(++round))});
         if (round >= 3)
-            wire::untilClosed(client);
+            rendezvous_wire::untilClosed(client);
     });
     LogCapture log;
     Host host;
@@ -249,7 +254,7 @@ TEST(RendezvousListener, ConnectsAgainWhenTheServerWentAway)
 
 TEST(RendezvousListener, RestartAnnouncesThePensAgain)
 {
-    RendezvousServer server(announcing({wire::pen("", "1")}));
+    RendezvousServer server(announcing({rendezvous_wire::pen("", "1")}));
     Host host;
     Listening listening(server.endpoint(), host);
     ASSERT_TRUE(host.waitForRecords(1));
@@ -267,7 +272,7 @@ TEST(RendezvousListener, StopWithoutAStartReturns)
 // A second start finds a thread object: it is killed outright, as documented.
 TEST(RendezvousListener, StartOverARunningThreadReplacesIt)
 {
-    RendezvousServer server(announcing({wire::pen("", "1")}));
+    RendezvousServer server(announcing({rendezvous_wire::pen("", "1")}));
     Host host;
     Listening listening(server.endpoint(), host);
     ASSERT_TRUE(server.waitForConnections(1));
@@ -278,7 +283,7 @@ TEST(RendezvousListener, StartOverARunningThreadReplacesIt)
 
 TEST(RendezvousListener, CallbackThatThrowsEndsTheThreadAndNotTheProcess)
 {
-    RendezvousServer server(announcing({wire::pen("", "1")}));
+    RendezvousServer server(announcing({rendezvous_wire::pen("", "1")}));
     LogCapture log;
     Host host;
     host.onArrival = [] { throw 42; };
@@ -294,7 +299,8 @@ TEST(RendezvousListener, CallbackThatThrowsEndsTheThreadAndNotTheProcess)
 TEST(RendezvousListener, FailureInACallbackIsLoggedAndTheNextPenAnnounced)
 {
     RendezvousServer server(
-        announcing({}, {wire::pen("CONNECT", "1"), wire::pen("DISCONNECT", "1"), wire::pen("CONNECT", "2")}));
+        announcing({}, {rendezvous_wire::pen("CONNECT", "1"), rendezvous_wire::pen("DISCONNECT", "1"),
+                        rendezvous_wire::pen("CONNECT", "2")}));
     LogCapture log;
     Host host;
     host.onArrival = [] { throw zel::ZELException("full"); };
@@ -342,7 +348,8 @@ TEST(RendezvousListener, StopWithoutAClientSaysSo)
 
 TEST(RendezvousListener, PausesBetweenTwoNotifications)
 {
-    RendezvousServer server(announcing({}, {wire::pen("CONNECT", "1"), wire::pen("CONNECT", "2")}));
+    RendezvousServer server(
+        announcing({}, {rendezvous_wire::pen("CONNECT", "1"), rendezvous_wire::pen("CONNECT", "2")}));
     Host host;
     std::unique_ptr<Listening> listening; // outlives the clock, which would hold its end
     HeldClock clock;
@@ -373,7 +380,7 @@ std::future<void> stopping(CZELManager &manager)
     return std::async(std::launch::async, [&] { EXPECT_TRUE(manager.StopRendezvous()); });
 }
 
-bool isDone(const std::future<void> &call)
+bool hasEnded(const std::future<void> &call)
 {
     return call.wait_for(std::chrono::seconds(20)) == std::future_status::ready;
 }
@@ -382,7 +389,7 @@ bool isDone(const std::future<void> &call)
 
 TEST(RendezvousStop, GivesTheThreadFiveSeconds)
 {
-    RendezvousServer server(announcing({wire::pen("", "1")}));
+    RendezvousServer server(announcing({rendezvous_wire::pen("", "1")}));
     LogCapture log;
     StayingHost host;
     CZELManager manager(server.endpoint());
@@ -395,7 +402,7 @@ TEST(RendezvousStop, GivesTheThreadFiveSeconds)
     ASSERT_TRUE(clock.waitForWaiting(5000));
     clock.pass(4999);
     host.mayReturn.set();
-    EXPECT_TRUE(isDone(stop));
+    EXPECT_TRUE(hasEnded(stop));
     EXPECT_EQ(log.count(kKilled), 0u);
     EXPECT_EQ(log.count(kStopped), 1u);
 }
@@ -418,7 +425,7 @@ bool endInTheLastMoment(zel::LEvent *event, std::uint32_t milliseconds)
 
 TEST(RendezvousStop, ThreadThatEndsInTheLastMomentIsNotCalledKilled)
 {
-    RendezvousServer server(announcing({wire::pen("", "1")}));
+    RendezvousServer server(announcing({rendezvous_wire::pen("", "1")}));
     LogCapture log;
     StayingHost host;
     s_mayReturn = &host.mayReturn;
@@ -444,24 +451,24 @@ struct StopCase {
 
 void silent(const loopback::OwnedSocket &client)
 {
-    wire::untilClosed(client);
+    rendezvous_wire::untilClosed(client);
 }
 
 void silentAfterHalfAMessage(const loopback::OwnedSocket &client)
 {
     loopback::receiveExactly(client, 27);
     loopback::sendAll(client, "RVP1\r\npen-id=");
-    wire::untilClosed(client);
+    rendezvous_wire::untilClosed(client);
 }
 
 void closingAtOnce(const loopback::OwnedSocket &) {}
 
 void flooding(const loopback::OwnedSocket &client)
 {
-    wire::enumerate(client, {});
+    rendezvous_wire::enumerate(client, {});
     for (int i = 0; i < 50; ++i)
-        loopback::sendAll(client, wire::pen("CONNECT", "1"));
-    wire::untilClosed(client);
+        loopback::sendAll(client, rendezvous_wire::pen("CONNECT", "1"));
+    rendezvous_wire::untilClosed(client);
 }
 
 const StopCase kStopCases[] = {
@@ -519,7 +526,7 @@ TEST(RendezvousStop, CallbackThatDoesNotReturnIsKilled)
 {
     static std::atomic<bool> s_wentOn;
     s_wentOn = false;
-    RendezvousServer server(announcing({wire::pen("", "1")}));
+    RendezvousServer server(announcing({rendezvous_wire::pen("", "1")}));
     LogCapture log;
     // What a killed thread stood in is never released: the host lives on.
     static Host s_host;
@@ -537,7 +544,7 @@ TEST(RendezvousStop, CallbackThatDoesNotReturnIsKilled)
     stop = stopping(manager);
     ASSERT_TRUE(clock.waitForWaiting(5000));
     clock.pass(5000);
-    EXPECT_TRUE(isDone(stop));
+    EXPECT_TRUE(hasEnded(stop));
     EXPECT_TRUE(log.contains(LogLevel::Debug, kKilled));
     EXPECT_FALSE(s_wentOn);
 }
@@ -547,7 +554,7 @@ TEST(RendezvousStop, WaitsForOneCallbackOnlyHoweverManyPensThereAre)
 {
     std::vector<std::string> pens;
     for (int i = 1; i <= 100; ++i)
-        pens.push_back(wire::pen("", std::to_string(i)));
+        pens.push_back(rendezvous_wire::pen("", std::to_string(i)));
     RendezvousServer server(announcing(pens));
     const LogCapture log;
     Host host;
@@ -583,7 +590,7 @@ TEST(RendezvousStop, StartOverAThreadAtWorkReplacesIt)
 #ifdef __SANITIZE_THREAD__
     GTEST_SKIP() << "ThreadSanitizer holds the kill's signal back: the old thread goes on beside the new one";
 #endif
-    RendezvousServer server(announcing({wire::pen("", "1")}));
+    RendezvousServer server(announcing({rendezvous_wire::pen("", "1")}));
     for (const bool serverIsThere : {true, false}) {
         Host host;
         CZELManager manager(serverIsThere ? server.endpoint() : loopback::deadEndpoint());

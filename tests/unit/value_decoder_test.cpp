@@ -72,7 +72,7 @@ bool isRefused(const Bytes &bytes)
     return false;
 }
 
-std::string ioTextOf(const Bytes &bytes)
+std::string ioTextOfDecoding(const Bytes &bytes)
 {
     try {
         decodedTrickling(bytes);
@@ -132,9 +132,11 @@ TEST(ValueDecoder, LargestCountOfRealElementsIsRead)
 
 TEST(ValueDecoder, CountBeyondTheInputThrowsIOException)
 {
-    EXPECT_EQ(ioTextOf({0x08, 0xFF, 0xFF, 0x02, 0x07}), "ProtocolInputStream::read - failed reading 1 bytes");
-    EXPECT_EQ(ioTextOf({0x09, 0xFF, 0xFF, 0x05, 0x07}), "ProtocolInputStream::read - failed reading 8 bytes");
-    EXPECT_EQ(ioTextOf({0x0A, 0x02, 0x07}), "ProtocolInputStream::read - failed reading 1 bytes");
+    EXPECT_EQ(ioTextOfDecoding({0x08, 0xFF, 0xFF, 0x02, 0x07}),
+              "ProtocolInputStream::read - failed reading 1 bytes");
+    EXPECT_EQ(ioTextOfDecoding({0x09, 0xFF, 0xFF, 0x05, 0x07}),
+              "ProtocolInputStream::read - failed reading 8 bytes");
+    EXPECT_EQ(ioTextOfDecoding({0x0A, 0x02, 0x07}), "ProtocolInputStream::read - failed reading 1 bytes");
 }
 
 namespace {
@@ -168,8 +170,9 @@ TEST(ValueDecoder, BinaryCutByAResetTellsItsLengthWhateverThatIs)
 
 TEST(ValueDecoder, ForgedLengthsThrowIOException)
 {
-    EXPECT_EQ(ioTextOf({0x06, 0xFF, 0xFF, 0x41}), "ProtocolInputStream::read - failed reading 65535 bytes");
-    EXPECT_EQ(ioTextOf({0x07, 0x7F, 0xFF, 0xFF, 0xFF, 0x41}),
+    EXPECT_EQ(ioTextOfDecoding({0x06, 0xFF, 0xFF, 0x41}),
+              "ProtocolInputStream::read - failed reading 65535 bytes");
+    EXPECT_EQ(ioTextOfDecoding({0x07, 0x7F, 0xFF, 0xFF, 0xFF, 0x41}),
               "ProtocolInputStream::read - failed reading 2147483647 bytes");
 }
 
