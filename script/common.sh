@@ -40,10 +40,25 @@ need_rendezvous_port() {
     fi
 }
 
+# Starts the calling script again in a network namespace of its own, where that is permitted:
+# port 3715 is free there, and nothing that listens on this machine can be disturbed.
+enter_own_network() {
+    [ -z "${ZEL_TEST_OWN_NETWORK:-}" ] || return 0
+    local unshare=(unshare --net)
+    [ "$(id -u)" = 0 ] || unshare+=(--map-root-user)
+    if "${unshare[@]}" ip link set lo up 2>/dev/null; then
+        ZEL_TEST_OWN_NETWORK=1 exec "${unshare[@]}" -- sh -c 'ip link set lo up && exec "$@"' sh "$0" "$@"
+    fi
+    say "No network namespace to be had: this machine's port $rendezvous_port is used."
+    need_rendezvous_port
+}
+
+configure() { cmake --preset "$1" -DZEL_UNITY=ON; }
+
 # build PRESET [TARGET...]
 build() {
     local preset=$1
     shift
-    cmake --preset "$preset" -DZEL_UNITY=ON
+    configure "$preset"
     cmake --build --preset "$preset" ${1:+--target "$@"}
 }

@@ -123,10 +123,12 @@ def script_exists(words):
 
 
 def cmake_exists(words):
-    if words[0] == "ctest" or "--install" in words:
+    if "--install" in words or words == ["ctest"]:
         return None if "build/native" in words or len(words) == 1 else f"{words} names another folder"
     presets = json.loads((ROOT / "CMakePresets.json").read_text())
-    names = {preset["name"] for kind in ("configurePresets", "buildPresets") for preset in presets[kind]}
+    kinds = (["testPresets"] if words[0] == "ctest" else
+             ["workflowPresets"] if "--workflow" in words else ["configurePresets", "buildPresets"])
+    names = {preset["name"] for kind in kinds for preset in presets[kind]}
     options = "".join(path.read_text() for path in [ROOT / "CMakeLists.txt", *(ROOT / "cmake").glob("*")]
                       if path.is_file())
     chosen = words[words.index("--preset") + 1]

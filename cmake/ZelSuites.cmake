@@ -1,0 +1,28 @@
+# Run by CTest: makes a test of each suite of the GoogleTest program PROGRAM. zel_add_test() sets the variables.
+set(LIST ${PROGRAM}.suites)
+if(EXISTS ${PROGRAM} AND ${PROGRAM} IS_NEWER_THAN ${LIST})
+    execute_process(COMMAND ${RUN} 60 ${PROGRAM} --gtest_list_tests OUTPUT_FILE ${LIST} RESULT_VARIABLE FAILURE)
+    if(FAILURE)
+        file(REMOVE ${LIST})
+    endif()
+endif()
+set(SUITES)
+if(EXISTS ${LIST})
+    # A suite on a line of its own, with a full stop and perhaps what its type is; its cases are indented.
+    file(STRINGS ${LIST} SUITES REGEX "^[A-Za-z0-9_/]+\\.")
+    list(TRANSFORM SUITES REPLACE "\\..*" "")
+endif()
+if(NOT SUITES)
+    add_test(${NAME}.NOT_BUILT ${RUN} 5 ${PROGRAM})
+    set_tests_properties(${NAME}.NOT_BUILT PROPERTIES LABELS gtest)
+endif()
+foreach(SUITE IN LISTS SUITES)
+    string(REPLACE "/" "_" FILE ${SUITE})
+    add_test(${NAME}.${SUITE} ${RUN} ${SECONDS} ${PROGRAM} --gtest_filter=${SUITE}.*
+        --gtest_output=xml:${RESULTS}/${NAME}.${FILE}.xml)
+    math(EXPR TIMEOUT "${SECONDS} + 90") # tests/run ends it first, after a look at its stacks
+    set_tests_properties(${NAME}.${SUITE} PROPERTIES LABELS gtest TIMEOUT ${TIMEOUT} WORKING_DIRECTORY ${DIRECTORY})
+    if(LOCK)
+        set_tests_properties(${NAME}.${SUITE} PROPERTIES RESOURCE_LOCK ${LOCK})
+    endif()
+endforeach()
