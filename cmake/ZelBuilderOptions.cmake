@@ -1,6 +1,27 @@
 # What the builder of a product sets: the chaining value of the password hash and the table of USB
 # devices (docs/building.md). Each is checked here and turned into a header of the build tree.
-# tests/cmake/ includes this file from scripts, so it does nothing but define functions.
+# Scripts include this file, so it does nothing but define.
+
+# What is built without these two is good for the simulator, not for a pen.
+set(ZEL_STAND_IN_CHAINING_VALUE 6a09e667bb67ae853c6ef372a54ff53a510e527f9b05688c1f83d9ab5be0cd19)
+set(ZEL_STAND_IN_USB_TABLE ${CMAKE_CURRENT_LIST_DIR}/usb_devices.txt)
+
+# zel_describe_pens(<variable>): in one sentence, which pens a build is for.
+function(zel_describe_pens VARIABLE)
+    set(standIns "")
+    if(ZEL_HASH_CHAINING_VALUE STREQUAL ZEL_STAND_IN_CHAINING_VALUE)
+        list(APPEND standIns "chaining value")
+    endif()
+    if(ZEL_USB_TABLE STREQUAL ZEL_STAND_IN_USB_TABLE)
+        list(APPEND standIns "USB table")
+    endif()
+    list(JOIN standIns " and " standIns)
+    if(standIns)
+        set(${VARIABLE} "Built with a stand-in for the ${standIns}: good for pensim, not for pens in the field." PARENT_SCOPE)
+    else()
+        set(${VARIABLE} "Built with a product's chaining value and USB table." PARENT_SCOPE)
+    endif()
+endfunction()
 
 # zel_write_chaining_value(<64 hexadecimal digits> <header>)
 function(zel_write_chaining_value value header)

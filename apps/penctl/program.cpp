@@ -26,7 +26,7 @@ constexpr const char *kExitCodes =
 
 std::string versionText()
 {
-    return "penctl, library " + zelpp::apiVersion();
+    return "penctl, library " + zelpp::apiVersion() + "\n" PENCTL_PENS;
 }
 
 void addCommands(CLI::App &program)
