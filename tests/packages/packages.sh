@@ -1,0 +1,208 @@
+#!/usr/bin/env bash
+# Makes the packages, and tries each as somebody who has nothing else.
+#
+#   tests/packages/packages.sh [RUNNER...]
+#
+# Run in the root of the tree. RUNNER starts Windows programs (Wine).
+source tests/checks/cases.sh
+
+wine=("$@")
+root=$PWD
+scratch=$(mktemp -d)
+packages=$root/build/packages
+linux=$scratch/linux/moved
+windows="$scratch/Zwei Stifte für Jürg/zel" # a blank and an umlaut
+debian=$scratch/debian
+pensim=
+end_pensim() {
+    [ -z "$pensim" ] || { kill "$pensim" && wait "$pensim"; } 2>/dev/null
+    pensim=
+}
+trap 'end_pensim; rm -rf "$scratch"' EXIT
+export LC_ALL=C.UTF-8
+
+# alone COMMAND...: with nothing in the environment that could help.
+alone() { env -i PATH=/usr/bin:/bin HOME="$scratch" LC_ALL=C.UTF-8 "$@"; }
+
+# --- made, and made again
+
+made() { script/package --dirty && cp "$packages/SHA256SUMS" "$scratch/first"; }
+# Once more, into a folder on a file system of its own that is too small: one line, and the folder as it was. What was
+# made by then is compared.
+into_full_folder() {
+    rm -rf build/package && mkdir "$scratch/small" || return
+    unshare --mount --map-root-user sh -c 'mount -t tmpfs -o size=64k zel "$1" && echo kept >"$1/kept" && {
+        ! script/package --dirty --output "$1" >"$2" 2>&1 && [ "$(ls -A "$1")" = kept ]
+    }' sh "$scratch/small" "$scratch/said" && grep 'no space left' "$scratch/said" && [ "$(wc -l <"$scratch/said")" = 1 ] ||
+        { cat "$scratch/said"; false; }
+}
+made_again() { (cd build/package/results && sha256sum --check --strict "$scratch/first"); }
+sums() { (cd "$packages" && sha256sum --check --strict SHA256SUMS); }
+expect "script/package makes the packages" made
+[ "$bad_cases" = 0 ] || exit 1
+expect "a folder that is full keeps what it held" into_full_folder
+expect "the same tree gives the same bytes" made_again
+expect "SHA256SUMS is right" sums
+
+version=$(sed -n 's/^project(zel VERSION \([0-9.]*\) .*/\1/p' CMakeLists.txt)
+[ -z "$(git status --porcelain)" ] || version+=+dirty
+win64=$packages/zel-$version-win64
+linux_x64=$packages/zel-$version-linux-x64
+
+# --- what is in them; a list of the documents is no use, so they count as one
+
+in_zip() { unzip -Z1 "$1"; }
+in_tar() { tar -tf "$1" | grep -v '/$'; }
+in_deb() { dpkg-deb --fsys-tarfile "$1" | tar -t | grep -v '/$'; }
+# holds PACKAGE LIST: whether its files are those of tests/packages/contents/LIST.
+holds() {
+    local reader=in_$1 package=$2 list=$3
+    diff <("$reader" "$package" | sed -E "s|^\./||; s|^zel-${version/+/\\+}/||; s|^zel-${version/+/\\+}-[a-z0-9-]*/||; s|(doc(/libzel-dev)?/html)/.*|\1|; s|^doc/[^l].*|doc|; s|(\.so\.)$version_numbers|\1VERSION|; s|\.build-id/.*|.build-id|" | sort -u) \
+        "tests/packages/contents/$list"
+}
+version_numbers=${version%+dirty}
+
+expect "the Windows archive holds what it should" holds zip "$win64.zip" win64
+expect "the Windows debug archive holds what it should" holds zip "$win64-debug.zip" win64-debug
+expect "the Linux archive holds what it should" holds tar "$linux_x64.tar.gz" linux-x64
+expect "the Linux debug archive holds what it should" holds tar "$linux_x64-debug.tar.gz" linux-x64-debug
+for deb in libzel1 libzel-dev zel-tools; do
+    expect "$deb holds what it should" holds deb "$packages/${deb}_$version-1_amd64.deb" "$deb"
+done
+owned_by_root() { ! tar --numeric-owner -tvf "$1" | grep -v ' 0/0 '; }
+expect "the Linux archive names nobody of this machine" owned_by_root "$linux_x64.tar.gz"
+
+# --- Linux: unpacked anywhere
+
+unpack_linux() { mkdir -p "$linux" && tar -xf "$linux_x64.tar.gz" -C "$linux" --strip-components=1; }
+start_pensim() {
+    "$@" --ready-file "$scratch/ready" </dev/null >"$scratch/pensim.log" 2>&1 &
+    pensim=$!
+    for _ in {1..300}; do
+        [ -e "$scratch/ready" ] && return
+        kill -0 "$pensim" || break
+        sleep 0.1
+    done
+    cat "$scratch/pensim.log"
+    false
+}
+c_host() {
+    # shellcheck disable=SC2046 # words
+    alone gcc -std=c99 -pedantic -Wall -Wextra -Werror -o "$scratch/c_host" tests/install/host.c \
+        $(alone PKG_CONFIG_LIBDIR="$linux/lib/pkgconfig" pkg-config --cflags --libs zel) \
+        "-Wl,-rpath,$(alone PKG_CONFIG_LIBDIR="$linux/lib/pkgconfig" pkg-config --variable=libdir zel)" &&
+        alone "$scratch/c_host"
+}
+by_readme() { alone sh -c "cd '$linux' && cc '$root/tests/install/host.c' -Iinclude -Llib -Wl,-rpath,\"\$PWD/lib\" -lzel -o '$scratch/readme_host'" && alone "$scratch/readme_host"; }
+cmake_host() {
+    local folder=$1
+    shift
+    alone cmake -S tests/install -B "$folder" -G Ninja -DCMAKE_BUILD_TYPE=Release "$@" && alone cmake --build "$folder"
+}
+small() { [ "$(stat -c %s "$(realpath "$1")")" -lt "$2" ] || { ls -l "$(realpath "$1")"; false; }; }
+lines_known() {
+    mkdir -p "$scratch/debug" && tar -xf "$linux_x64-debug.tar.gz" -C "$scratch/debug" --strip-components=1 &&
+        cp -r "$scratch/debug/lib/.debug" "$linux/lib/" &&
+        has 'is at .*src/api/.*\.cpp|Line [0-9]+ of .*src/api/' gdb --batch -ex 'info line zelGetApiVersion' "$linux/lib/libzel.so"
+}
+fetched() { "$@" fetch -o "$scratch/pages.zel" && "$@" show "$scratch/pages.zel" && rm "$scratch/pages.zel"; }
+expect "Linux: the archive unpacks" unpack_linux
+expect "Linux: the library is stripped" small "$linux/lib/libzel.so" 600000
+expect "Linux: a C99 host by pkg-config and GCC" c_host
+expect "Linux: a C host by the link line of the archive's README" by_readme
+expect "Linux: C++ hosts by find_package" cmake_host "$scratch/hosts" "-DCMAKE_PREFIX_PATH=$linux"
+for host in c_host cpp_host cpp17_host; do
+    expect "Linux: $host runs" alone "$scratch/hosts/$host"
+done
+expect "Linux: pensim starts" start_pensim alone "$linux/bin/pensim"
+expect "Linux: penctl lists pens" has '[A-Z0-9]{3}-[A-Z0-9]{3}-' alone "$linux/bin/penctl" list
+expect "Linux: penctl fetches pages" fetched alone "$linux/bin/penctl"
+end_pensim
+expect "Linux: penctl says that it has stand-ins" has 'stand-in for the chaining value and USB table' alone "$linux/bin/penctl" --version
+expect "Linux: the README says it too" has 'stand-in for the chaining value and USB table' cat "$linux/README.txt"
+expect "Linux: the debug archive gives GDB the lines" lines_known
+
+# --- the bill of materials: typed from what the sources include and the toolchain links statically
+
+components() { python3 -c 'import json, sys; print(*(one["name"] for one in json.load(sys.stdin)["components"]), sep="\n")' <"$1"; }
+versions_right() {
+    python3 -c 'import json, sys
+for one in json.load(sys.stdin)["components"]: print(one["name"], one["version"])' <"$1" | diff - <(components "$1" | xargs dpkg-query -W -f='${Package} ${Version}\n')
+}
+header_only=$'libasio-dev\nlibcli11-dev\nlibfmt-dev\nnlohmann-json3-dev'
+expect "Linux: the bill of materials" same "$(components "$linux/sbom.cdx.json")" "$header_only"
+expect "Linux: its versions" versions_right "$linux/sbom.cdx.json"
+
+# --- Windows: unpacked into a folder with a blank and an umlaut in its name
+
+unpack_windows() { mkdir -p "$windows" && unzip -q "$win64.zip" -d "$scratch/zip" && mv "$scratch/zip"/*/* "$windows"; }
+compiled_for_microsoft() {
+    clang --target=x86_64-pc-windows-msvc -std=c99 -ffreestanding -Wall -Wextra -Werror -I"$windows/include" \
+        -c tests/install/bare_host.c -o "$scratch/bare.obj" &&
+        lld-link /nodefaultlib /entry:mainCRTStartup /subsystem:console "/out:$windows/bin/bare.exe" \
+            "$scratch/bare.obj" "$windows/lib/zel.lib"
+}
+by_mingw() { x86_64-w64-mingw32-gcc -o "$windows/bin/mingw.exe" tests/install/host.c -I"$windows/include" "$windows/lib/libzel.dll.a"; }
+tried() { (cd "$windows" && timeout 120 "${wine[@]}" cmd /c try.cmd </dev/null); }
+end_wine_pensim() { kill "$pensim" && wait "$pensim"; pensim=; }
+expect "Windows: the archive unpacks" unpack_windows
+expect "Windows: the DLL is stripped" small "$windows/bin/zel.dll" 1500000
+expect "Windows: the bill of materials" same "$(components "$windows/sbom.cdx.json")" \
+    "$header_only"$'\ng++-mingw-w64-x86-64-posix\nmingw-w64-x86-64-dev'
+expect "Windows: its versions" versions_right "$windows/sbom.cdx.json"
+expect "Windows: a host links zel.lib by lld-link" compiled_for_microsoft
+expect "Windows: a host links libzel.dll.a by MinGW" by_mingw
+expect "Windows: hosts by find_package" cmake_host "$scratch/mingw-hosts" "-Dzel_DIR=$windows/lib/cmake/zel" \
+    --toolchain "$root/cmake/toolchain-mingw64.cmake"
+if [ ${#wine[@]} != 0 ]; then
+    unset WINEPATH # no other zel.dll
+    for host in bare mingw; do
+        expect "Windows: $host.exe runs" timeout 60 "${wine[@]}" "$windows/bin/$host.exe"
+    done
+    expect "Windows: penctl.exe says that it has stand-ins" has 'stand-in for' "${wine[@]}" "$windows/bin/penctl.exe" --version
+    cp "$scratch/mingw-hosts/cpp17_host.exe" "$windows/bin"
+    expect "Windows: a C++ host runs" timeout 60 "${wine[@]}" "$windows/bin/cpp17_host.exe"
+    rm -f "$scratch/ready"
+    expect "Windows: pensim.exe starts" start_pensim "${wine[@]}" "$windows/bin/pensim.exe"
+    expect "Windows: penctl.exe lists pens" has '[A-Z0-9]{3}-[A-Z0-9]{3}-' "${wine[@]}" "$windows/bin/penctl.exe" list
+    (cd "$windows/bin" && expect "Windows: penctl.exe fetches pages" timeout 60 "${wine[@]}" penctl.exe fetch -o pages.zel)
+    end_pensim
+    expect "Windows: try.cmd starts pensim and lists its pens" has '[A-Z0-9]{3}-[A-Z0-9]{3}-' tried
+    "$(command -v wineserver || echo /usr/lib/wine/wineserver)" --kill || true
+fi
+
+# --- Debian: into a fresh system, used, and away without a trace
+
+packages_of() { for one in "$@"; do printf '%s\n' "$packages/${one}_$version-1_amd64.deb"; done; }
+in_root() { chroot "$debian" env -i PATH=/usr/sbin:/usr/bin:/sbin:/bin HOME=/root LC_ALL=C.UTF-8 DEBIAN_FRONTEND=noninteractive "$@"; }
+# What dpkg and ldconfig write for themselves at any installation is no trace of ours.
+files_of_root() { (cd "$debian" && find . -xdev ! -path './var/lib/dpkg/*-old' ! -path './var/log/dpkg.log' ! -path './var/cache/ldconfig/*' | sort); }
+fresh_root() { mkdir "$debian" && tar -xf build/base-root.tar -C "$debian" --exclude='./dev/*' && mkdir "$debian/debs" && files_of_root >"$scratch/before"; }
+installed() {
+    mapfile -t debs < <(packages_of libzel1 libzel-dev zel-tools)
+    cp "${debs[@]}" "$debian/debs" && in_root sh -c 'dpkg -i /debs/*.deb' && rm "$debian"/debs/*
+}
+host_in_root() {
+    local pc=$debian/usr/lib/x86_64-linux-gnu/pkgconfig
+    # shellcheck disable=SC2046 # words
+    gcc -std=c99 -o "$debian/debs/host" tests/install/host.c $(PKG_CONFIG_LIBDIR=$pc pkg-config --cflags --libs zel) &&
+        in_root /debs/host && rm "$debian/debs/host"
+}
+used() {
+    in_root sh -c 'mkdir /debs/t && cd /debs/t
+        pensim --ready-file ready >log 2>&1 </dev/null & pid=$!
+        n=0; until [ -e ready ] || [ $n = 100 ]; do sleep 0.1; n=$((n + 1)); done
+        penctl list && penctl fetch -o pages.zel && penctl show pages.zel; code=$?
+        kill $pid; wait $pid; rm -r /debs/t; exit $code'
+}
+without_trace() { in_root dpkg -P zel-tools libzel-dev libzel1 && files_of_root | diff "$scratch/before" -; }
+if [ "$(id -u)" != 0 ] || ! [ -e build/base-root.tar ]; then
+    echo "skipped: the Debian packages need root and build/base-root.tar (tests/packages/base_root.sh)"
+else
+    expect "Debian: a fresh system" fresh_root
+    expect "Debian: the packages install" installed
+    expect "Debian: a host builds with libzel-dev and runs" host_in_root
+    expect "Debian: pensim and penctl are used" used
+    expect "Debian: the packages go without a trace" without_trace
+fi
+end_cases
