@@ -21,6 +21,7 @@ RUNTIME = ["libstdc++.a", "libgcc.a", "libgcc_eh.a", "libpthread.a", "libmingw32
 
 LICENCES = {
     "libasio-dev": "BSL-1.0",
+    "libboost1.74-dev": "BSL-1.0",
     "libcli11-dev": "BSD-3-Clause",
     "libfmt-dev": "MIT",
     "nlohmann-json3-dev": "MIT",
@@ -83,6 +84,8 @@ def quoted(text):
 
 
 def component(package, users, distribution):
+    if package not in LICENCES:
+        raise SystemExit(f"The licence of {package}, which is linked in, has to be entered in {__file__}")
     version = said("dpkg-query", "-W", "-f=${Version}", package)
     reference = f"pkg:deb/debian/{quoted(package)}@{quoted(version)}?distro={distribution}"
     return {

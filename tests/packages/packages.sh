@@ -14,6 +14,7 @@ linux=$scratch/linux/moved
 windows="$scratch/Zwei Stifte für Jürg/zel" # a blank and an umlaut
 debian=$scratch/debian
 pensim=
+pen=AKZ-AQ7-APS-AC # of the built-in scenario
 end_pensim() {
     [ -z "$pensim" ] || { kill "$pensim" && wait "$pensim"; } 2>/dev/null
     pensim=
@@ -57,7 +58,7 @@ in_deb() { dpkg-deb --fsys-tarfile "$1" | tar -t | grep -v '/$'; }
 # holds PACKAGE LIST: whether its files are those of tests/packages/contents/LIST.
 holds() {
     local reader=in_$1 package=$2 list=$3
-    diff <("$reader" "$package" | sed -E "s|^\./||; s|^zel-${version/+/\\+}/||; s|^zel-${version/+/\\+}-[a-z0-9-]*/||; s|(doc(/libzel-dev)?/html)/.*|\1|; s|^doc/[^l].*|doc|; s|(\.so\.)$version_numbers|\1VERSION|; s|\.build-id/.*|.build-id|" | sort -u) \
+    diff <("$reader" "$package" | sed -E "s|^\./||; s|^zel-${version/+/\\+}/||; s|^zel-${version/+/\\+}-[a-z0-9-]*/||; s|(doc(/libzel-dev)?/html)/.*|\1|; s|^doc/licences/|LICENCES/|; s|^doc/.*|doc|; s|^LICENCES/|doc/licences/|; s|(\.so\.)$version_numbers|\1VERSION|; s|\.build-id/.*|.build-id|" | sort -u) \
         "tests/packages/contents/$list"
 }
 version_numbers=${version%+dirty}
@@ -105,7 +106,7 @@ lines_known() {
         cp -r "$scratch/debug/lib/.debug" "$linux/lib/" &&
         has 'is at .*src/api/.*\.cpp|Line [0-9]+ of .*src/api/' gdb --batch -ex 'info line zelGetApiVersion' "$linux/lib/libzel.so"
 }
-fetched() { "$@" fetch -o "$scratch/pages.zel" && "$@" show "$scratch/pages.zel" && rm "$scratch/pages.zel"; }
+fetched() { "$@" fetch "$pen" -o "$scratch/pages.zel" && "$@" show "$scratch/pages.zel" && rm "$scratch/pages.zel"; }
 expect "Linux: the archive unpacks" unpack_linux
 expect "Linux: the library is stripped" small "$linux/lib/libzel.so" 600000
 expect "Linux: a C99 host by pkg-config and GCC" c_host
@@ -144,7 +145,6 @@ compiled_for_microsoft() {
 }
 by_mingw() { x86_64-w64-mingw32-gcc -o "$windows/bin/mingw.exe" tests/install/host.c -I"$windows/include" "$windows/lib/libzel.dll.a"; }
 tried() { (cd "$windows" && timeout 120 "${wine[@]}" cmd /c try.cmd </dev/null); }
-end_wine_pensim() { kill "$pensim" && wait "$pensim"; pensim=; }
 expect "Windows: the archive unpacks" unpack_windows
 expect "Windows: the DLL is stripped" small "$windows/bin/zel.dll" 1500000
 expect "Windows: the bill of materials" same "$(components "$windows/sbom.cdx.json")" \
@@ -165,7 +165,7 @@ if [ ${#wine[@]} != 0 ]; then
     rm -f "$scratch/ready"
     expect "Windows: pensim.exe starts" start_pensim "${wine[@]}" "$windows/bin/pensim.exe"
     expect "Windows: penctl.exe lists pens" has '[A-Z0-9]{3}-[A-Z0-9]{3}-' "${wine[@]}" "$windows/bin/penctl.exe" list
-    (cd "$windows/bin" && expect "Windows: penctl.exe fetches pages" timeout 60 "${wine[@]}" penctl.exe fetch -o pages.zel)
+    (cd "$windows/bin" && expect "Windows: penctl.exe fetches pages" timeout 60 "${wine[@]}" penctl.exe fetch "$pen" -o pages.zel)
     end_pensim
     expect "Windows: try.cmd starts pensim and lists its pens" has '[A-Z0-9]{3}-[A-Z0-9]{3}-' tried
     "$(command -v wineserver || echo /usr/lib/wine/wineserver)" --kill || true
@@ -192,7 +192,7 @@ used() {
     in_root sh -c 'mkdir /debs/t && cd /debs/t
         pensim --ready-file ready >log 2>&1 </dev/null & pid=$!
         n=0; until [ -e ready ] || [ $n = 100 ]; do sleep 0.1; n=$((n + 1)); done
-        penctl list && penctl fetch -o pages.zel && penctl show pages.zel; code=$?
+        penctl list && penctl fetch '"$pen"' -o pages.zel && penctl show pages.zel; code=$?
         kill $pid; wait $pid; rm -r /debs/t; exit $code'
 }
 without_trace() { in_root dpkg -P zel-tools libzel-dev libzel1 && files_of_root | diff "$scratch/before" -; }
