@@ -11,6 +11,13 @@ endif()
 zel_add_check(package PORT WINE LABELS slow COMMAND tests/install/package.sh ${PRESET} ${WINE})
 zel_add_check(soak PORT WINE LABELS slow COMMAND ${WINE} $<TARGET_FILE:zel_soak> --minutes 0.1)
 
+if(NOT WIN32)
+    zel_add_check(abi PORT COMMAND tests/abi/check.sh)
+    zel_add_check(completion COMMAND tests/packages/completion.sh ${PROJECT_BINARY_DIR}/bin)
+    zel_add_check(in_tree LABELS slow SECONDS 900 COMMAND tests/install/in_tree.sh)
+    zel_add_check(package_refusals LABELS slow COMMAND tests/packages/refusals.sh)
+endif()
+
 set(PYTEST env PYTHONDONTWRITEBYTECODE=1 /usr/bin/python3 -m pytest -q -p no:cacheprovider)
 
 if(WIN32)
