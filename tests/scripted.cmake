@@ -26,7 +26,7 @@ if(WIN32)
         zel_add_check(cli.${LETTERS} PORT WINE COMMAND tests/cli/run build/windows/bin ${WINE})
         set_tests_properties(cli.${LETTERS} PROPERTIES ENVIRONMENT "ZEL_CLI_CASE=[${LETTERS}]*")
     endforeach()
-    zel_add_check(desk PORT WINE COMMAND ${PYTEST} -c tests/desk/pytest.ini tests/desk/test_http.py)
+    zel_add_check(desk PORT WINE SECONDS 900 COMMAND ${PYTEST} -c tests/desk/pytest.ini tests/desk/test_http.py)
     set_tests_properties(desk PROPERTIES
         ENVIRONMENT "ZEL_PENSIM=${WINE} ${PROJECT_BINARY_DIR}/bin/pensim.exe")
     zel_add_check(libraries LABELS both COMMAND tests/checks/libraries.sh)
@@ -47,7 +47,7 @@ file(GLOB ZEL_DOCUMENT_TESTS CONFIGURE_DEPENDS documents/test_*.py)
 list(FILTER ZEL_DOCUMENT_TESTS EXCLUDE REGEX "/test_site\\.py$")
 zel_add_check(documents_tried PORT COMMAND ${PYTEST} -c tests/documents/pytest.ini ${ZEL_DOCUMENT_TESTS})
 zel_add_check(site PORT COMMAND ${PYTEST} -c tests/documents/pytest.ini tests/documents/test_site.py)
-zel_add_check(desk PORT COMMAND ${PYTEST} -c tests/desk/pytest.ini tests/desk)
+zel_add_check(desk PORT SECONDS 900 COMMAND ${PYTEST} -c tests/desk/pytest.ini tests/desk)
 zel_add_check(dotnet PORT COMMAND bindings/dotnet/test)
 
 zel_add_check(format LABELS style

@@ -15,12 +15,12 @@ IMAGES = ROOT / "docs" / "images"
 
 def prepare(service):
     """A host reads the pages of one pen, another is away, a third has faults."""
-    service.command("dock", pen={"id": "0x4400d00d", "brand": "Meeting room pen", "software_version": "0x0601",
+    service.command("dock", pen={"id": "0x2200d00d", "brand": "Meeting room pen", "software_version": "0x0601",
                                  "pages": [{"address": "4.1.1.0", "size": 9000, "count": 42}]})
     service.command("undock", pen=OFFICE)
     service.command("fault", pen=NOTEBOOK, fault={"instruction": "U0PG", "occurrence": 3, "cut_after": 5, "ending": "close"})
     service.command("fault", pen=NOTEBOOK, fault={"instruction": "R1GP", "delay_ms": 2000})
-    host = Host(service.command("state", pen="0x4400d00d")["port"])
+    host = Host(service.command("state", pen="0x2200d00d")["port"])
     host.ask(Host.BEGIN_SESSION, Host.BEGIN_SESSION_LENGTH)
     for number in range(27):
         host.get_page(4 << 40 | 1 << 24 | 1 << 12 | number)

@@ -21,7 +21,7 @@ LOCKED = "ABE-AAB-4KK-G3"
 FIRMWARE = "ABZ-ASW-Q4M-D3"
 
 
-def eventually(condition, what, seconds=20):
+def eventually(condition, what, seconds=60):
     """What the condition answers once that is true."""
     ends = time.monotonic() + seconds
     while True:
