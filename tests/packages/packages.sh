@@ -130,7 +130,7 @@ versions_right() {
     python3 -c 'import json, sys
 for one in json.load(sys.stdin)["components"]: print(one["name"], one["version"])' <"$1" | diff - <(components "$1" | xargs dpkg-query -W -f='${Package} ${Version}\n')
 }
-header_only=$'libasio-dev\nlibcli11-dev\nlibfmt-dev\nnlohmann-json3-dev'
+header_only=$'libasio-dev\nlibboost1.74-dev\nlibcli11-dev\nlibfmt-dev\nnlohmann-json3-dev'
 expect "Linux: the bill of materials" same "$(components "$linux/sbom.cdx.json")" "$header_only"
 expect "Linux: its versions" versions_right "$linux/sbom.cdx.json"
 
@@ -177,7 +177,7 @@ packages_of() { for one in "$@"; do printf '%s\n' "$packages/${one}_$version-1_a
 in_root() { chroot "$debian" env -i PATH=/usr/sbin:/usr/bin:/sbin:/bin HOME=/root LC_ALL=C.UTF-8 DEBIAN_FRONTEND=noninteractive "$@"; }
 # What dpkg and ldconfig write for themselves at any installation is no trace of ours.
 files_of_root() { (cd "$debian" && find . -xdev ! -path './var/lib/dpkg/*-old' ! -path './var/log/dpkg.log' ! -path './var/cache/ldconfig/*' | sort); }
-fresh_root() { mkdir "$debian" && tar -xf build/base-root.tar -C "$debian" --exclude='./dev/*' && mkdir "$debian/debs" && files_of_root >"$scratch/before"; }
+fresh_root() { mkdir "$debian" && tar -xf build/base-root.tar -C "$debian" && mkdir "$debian/debs" && files_of_root >"$scratch/before"; }
 installed() {
     mapfile -t debs < <(packages_of libzel1 libzel-dev zel-tools)
     cp "${debs[@]}" "$debian/debs" && in_root sh -c 'dpkg -i /debs/*.deb' && rm "$debian"/debs/*
