@@ -18,6 +18,7 @@ public:
     /** From the pen's answer, in its order. The null value gives an empty list; any other answer that is no
      *  list of pages throws ZELException. */
     explicit PageList(const Value &answer);
+    explicit PageList(std::vector<PenPage> pages) noexcept : m_pages(std::move(pages)) {}
 
     void append(PenPage page) { m_pages.push_back(std::move(page)); }
     /** Sorts by address, ascending. Pages with the same address keep their order. */

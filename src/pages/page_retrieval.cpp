@@ -1,5 +1,6 @@
 #include "pages/page_retrieval.h"
 
+#include "pages/page_list_reader.h"
 #include "pages/page_selection.h"
 #include "protocol/values/value_convert.h"
 #include "psp/property_ids.h"
@@ -59,7 +60,9 @@ PenPageStrokes takeStyloPage(ValueList &item)
 
 PageList listPagesSorted(PspClient2 &psp)
 {
-    PageList pages(*psp.listPages());
+    PageListReader answer;
+    psp.listPages(answer);
+    PageList pages = std::move(answer).pages();
     pages.sort();
     return pages;
 }

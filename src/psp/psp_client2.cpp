@@ -32,9 +32,9 @@ std::unique_ptr<Value> PspClient2::setValueProperty(std::uint16_t id, const Valu
     return execute(instruction("R1SP"), id, *value.copy());
 }
 
-std::unique_ptr<Value> PspClient2::listPages()
+void PspClient2::listPages(ResultReader &pages)
 {
-    return execute(instruction("U0PI"));
+    executeInto(pages, instruction("U0PI"));
 }
 
 std::unique_ptr<Value> PspClient2::beginSyncSession()

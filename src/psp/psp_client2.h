@@ -29,7 +29,7 @@ public:
     /** The value is borrowed. */
     std::unique_ptr<Value> setValueProperty(std::uint16_t id, const Value &value);
 
-    std::unique_ptr<Value> listPages();
+    void listPages(ResultReader &pages);
     std::unique_ptr<Value> beginSyncSession();
     std::unique_ptr<Value> getPageStf(const PageAddress &page, std::uint64_t format, std::uint64_t limit);
     std::unique_ptr<Value> getStyloStf();

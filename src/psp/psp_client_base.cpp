@@ -5,10 +5,13 @@
 #include "protocol/values/value_encoder.h"
 #include "protocol/values/value_format.h"
 #include "protocol/values/value_text.h"
+#include "psp/result_reader.h"
 #include "sys/exceptions.h"
 #include "sys/log.h"
 
+#include <optional>
 #include <string>
+#include <utility>
 
 namespace zel {
 
@@ -26,13 +29,6 @@ void encodeRequest(ValueEncoder &out, std::uint32_t instructionCode, std::span<c
     std::uint8_t key = 0;
     for (const PspArgument &argument : arguments)
         argument.encode(out, key++);
-}
-
-std::int32_t statusOf(const ValueList &response)
-{
-    if (response.empty() || response[0] == nullptr || response[0]->getType() != ValueType::Int32)
-        throw IOException("PspClientBase::receiveAndParseResponse - response without status");
-    return static_cast<std::int32_t>(response[0]->getInt());
 }
 
 void throwOnNegative(std::int32_t status)
@@ -54,51 +50,17 @@ void throwOnNegative(std::int32_t status)
     }
 }
 
-/** Absent elements become what a deep copy makes of them: null values, and a log text. */
-void replaceAbsent(std::unique_ptr<Value> &value)
+bool isStatus(const std::unique_ptr<Value> &element) noexcept
 {
-    if (value == nullptr) {
-        value = Value::createBare(ValueType::AnyType)->copy();
-    } else if (value->isArray()) {
-        for (std::unique_ptr<Value> &element : value->getArray())
-            replaceAbsent(element);
-    }
-}
-
-/** The result of a response. It is taken out, not copied: strokes run to megabytes, and nothing
- *  sees the response afterwards. */
-std::unique_ptr<Value> takeResult(ValueList &elements)
-{
-    const std::int32_t status = statusOf(elements);
-    throwOnNegative(status);
-    if (elements.size() == 1)
-        return Value::createInt(static_cast<std::uint32_t>(status));
-    std::unique_ptr<Value> result = std::move(elements[1]);
-    replaceAbsent(result);
-    return result;
+    return element != nullptr && element->getType() == ValueType::Int32;
 }
 
 } // namespace
 
-/** An array's elements, or the value that came instead of an array: absent for the "any type" code. */
 struct PspClientBase::Response {
-    ValueType type;
-    ValueList elements;
-    std::unique_ptr<Value> other;
-
-    bool isArray() const noexcept { return isArrayType(type); }
-
-    void log() const
-    {
-        LogText text(LogLevel::Debug);
-        text.window() << "Received and parsed value:\n";
-        ValueText form(text.window());
-        if (isArray())
-            form.appendArray(type, elements, 0);
-        else
-            form.append(other.get(), 0);
-        text.send();
-    }
+    bool isArray = false;
+    bool hasResult = false;
+    std::optional<std::int32_t> status;
 };
 
 PspClientBase::PspClientBase(std::uint32_t address, std::uint16_t port) : m_address(address), m_port(port)
@@ -160,11 +122,19 @@ void PspClientBase::disconnect() noexcept
 std::unique_ptr<Value> PspClientBase::exchange(std::uint32_t instructionCode,
                                                std::span<const PspArgument> arguments)
 {
+    ValueResult result;
+    exchange(result, instructionCode, arguments);
+    return std::move(result).value();
+}
+
+void PspClientBase::exchange(ResultReader &result, std::uint32_t instructionCode,
+                             std::span<const PspArgument> arguments)
+{
     const threadsynch::CriticalSectionGuard guard(m_lock);
     if (!m_penConnected || m_stream == nullptr)
         throw PspConnectionException();
     sendRequest(instructionCode, arguments);
-    return receiveAndParseResponse();
+    receiveAndParseResponse(result);
 }
 
 void PspClientBase::sendRequest(std::uint32_t instructionCode, std::span<const PspArgument> arguments)
@@ -190,36 +160,94 @@ void PspClientBase::send(const ValueEncoder &request)
     }
 }
 
-std::unique_ptr<Value> PspClientBase::receiveAndParseResponse()
+void PspClientBase::receiveAndParseResponse(ResultReader &result)
 {
     try {
-        Response response = receive();
-        response.log();
-        if (!response.isArray())
+        const Response response = receive(result);
+        if (!response.isArray)
             throw ZELException();
-        return takeResult(response.elements);
+        if (!response.status)
+            throw IOException("PspClientBase::receiveAndParseResponse - response without status");
+        throwOnNegative(*response.status);
+        if (!response.hasResult)
+            result.take(Value::createInt(static_cast<std::uint32_t>(*response.status)));
     } catch (const IOException &failure) {
         LogError("[PspClientBase] caught IOException: ", failure.what());
         throw PspConnectionException(failure.what());
     }
 }
 
-PspClientBase::Response PspClientBase::receive()
+PspClientBase::Response PspClientBase::receive(ResultReader &result)
+{
+    LogText text(LogLevel::Debug);
+    text.window() << "Received and parsed value:\n";
+    const Response response = receive(result, ValueText(text.window()));
+    text.send();
+    return response;
+}
+
+PspClientBase::Response PspClientBase::receive(ResultReader &result, ValueText text)
 {
     ProtocolInputStream in(*m_stream);
     try {
         ByteSource source(in);
-        ValueDecoder decoder(source, VALUE_HEADER_LENGTH);
-        Response response{static_cast<ValueType>(decoder.takeHeader()), {}, nullptr};
-        if (response.isArray())
-            response.elements = decoder.decodeElements(response.type);
-        else
-            response.other = decoder.decodeBody(static_cast<std::uint8_t>(response.type));
-        return response;
+        ValueDecoder values(source, VALUE_HEADER_LENGTH);
+        const ValueType type = values.takeType();
+        return type == ValueType::ValueArray ? receiveArray(values, text, result)
+                                             : receiveOther(type, values, text, result);
     } catch (...) {
         failStream();
         throw;
     }
+}
+
+/** Element by element: nobody holds the response as a whole. */
+PspClientBase::Response PspClientBase::receiveArray(ValueDecoder &values, ValueText &text,
+                                                    ResultReader &result)
+{
+    const NestingLevel level = values.enterArray();
+    const std::uint32_t count = values.takeCount();
+    Response response{true, count > 1, std::nullopt};
+    text.appendArrayHead(ValueType::ValueArray, count);
+    for (std::uint32_t i = 0; i < count; ++i) {
+        text.appendLineBreak(1);
+        if (i == 0)
+            response.status = receiveStatus(values, text);
+        else if (i == 1)
+            result.read(values, text);
+        else
+            text.append(values.decode().get(), 1);
+    }
+    return response;
+}
+
+std::optional<std::int32_t> PspClientBase::receiveStatus(ValueDecoder &values, ValueText &text)
+{
+    const ValueType type = values.takeType();
+    if (type != ValueType::Int32) {
+        text.append(values.decodeBody(type).get(), 1);
+        return std::nullopt;
+    }
+    const std::uint64_t status = values.takeNumber(type);
+    text.appendNumber(type, status);
+    return static_cast<std::int32_t>(status);
+}
+
+/** Arrays of the other kinds are responses too, although no pen is known to answer by one. */
+PspClientBase::Response PspClientBase::receiveOther(ValueType type, ValueDecoder &values, ValueText &text,
+                                                    ResultReader &result)
+{
+    const std::unique_ptr<Value> value = values.decodeBody(type);
+    text.append(value.get(), 0);
+    if (value == nullptr || !value->isArray())
+        return {};
+    ValueList &elements = value->getArray();
+    Response response{true, elements.size() > 1, std::nullopt};
+    if (!elements.empty() && isStatus(elements[0]))
+        response.status = static_cast<std::int32_t>(elements[0]->getInt());
+    if (response.hasResult)
+        result.take(std::move(elements[1]));
+    return response;
 }
 
 void PspClientBase::failStream() noexcept

@@ -10,12 +10,16 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <span>
 
 namespace zel {
 
+class ResultReader;
 class SocketStream;
+class ValueDecoder;
 class ValueEncoder;
+class ValueText;
 
 /** The connection to one pen's service: one request and its response at a time. A service that
  *  went away leaves the client connected with a failed stream, on which every further exchange
@@ -48,15 +52,31 @@ protected:
         return exchange(instructionCode, list);
     }
 
+    /** Likewise, the result to a reader of its own. */
+    template <class... Arguments>
+    void executeInto(ResultReader &result, std::uint32_t instructionCode, const Arguments &...arguments)
+    {
+        const std::array<PspArgument, sizeof...(Arguments)> list{arguments...};
+        exchange(result, instructionCode, list);
+    }
+
 private:
+    /** What is known of a response when all of it has been taken off the wire. */
     struct Response;
 
     std::unique_ptr<Value> exchange(std::uint32_t instructionCode, std::span<const PspArgument> arguments);
+    void exchange(ResultReader &result, std::uint32_t instructionCode,
+                  std::span<const PspArgument> arguments);
     void createSocketAndStream();
     void sendRequest(std::uint32_t instructionCode, std::span<const PspArgument> arguments);
     void send(const ValueEncoder &request);
-    std::unique_ptr<Value> receiveAndParseResponse();
-    Response receive();
+    void receiveAndParseResponse(ResultReader &result);
+    /** Also logs the response. */
+    Response receive(ResultReader &result);
+    Response receive(ResultReader &result, ValueText text);
+    static Response receiveArray(ValueDecoder &values, ValueText &text, ResultReader &result);
+    static Response receiveOther(ValueType type, ValueDecoder &values, ValueText &text, ResultReader &result);
+    static std::optional<std::int32_t> receiveStatus(ValueDecoder &values, ValueText &text);
     /** After half a request or half a response: what follows in the stream must never be taken for the
      *  start of one. */
     void failStream() noexcept;

@@ -1,5 +1,7 @@
 #include "psp/psp_client2.h"
 
+#include "psp/result_reader.h"
+
 #include "net/socket.h"
 #include "protocol/addresses/page_address.h"
 #include "psp/property_ids.h"
@@ -77,7 +79,10 @@ const Case kOperations[] = {
      },
      "[PspClient2::setValueProperty] 8238"},
     {"listPages",
-     [](PspClient2 &psp) { psp.listPages(); },
+     [](PspClient2 &psp) {
+         ValueResult pages;
+         psp.listPages(pages);
+     },
      {0x55, 0x30, 0x50, 0x49, 0x00}, // U0PI
      nullptr},
     {"beginSyncSession",

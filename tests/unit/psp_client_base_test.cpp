@@ -322,6 +322,50 @@ TEST_F(PspClientBaseTest, ResponseIsLoggedAsText)
         LogLevel::Debug, "Received and parsed value:\n(value array) 2\n    (int32) 0\n    (bool) true"));
 }
 
+TEST_F(PspClientBaseTest, ElementsBehindTheResultAreShownToo)
+{
+    connect();
+    exchange({
+        0x08, 0x00, 0x04,                   // value array, four elements
+        0x04, 0x00, 0x00, 0x00, 0x00,       // status
+        0x06, 0x00, 0x03, 'h',  'i',  0x00, // string "hi"
+        0x02, 0x07,                         // byte
+        0x08, 0x00, 0x01, 0x01, 0x01,       // value array of a bool
+    });
+    EXPECT_TRUE(m_log.contains(LogLevel::Debug, "Received and parsed value:\n"
+                                                "(value array) 4\n"
+                                                "    (int32) 0\n"
+                                                "    (string) \"hi\"\n"
+                                                "    (byte) 7\n"
+                                                "    (value array) 1\n"
+                                                "        (bool) true"));
+}
+
+TEST_F(PspClientBaseTest, NothingOfAResponseThatIsCutOrGarbageIsLogged)
+{
+    connect();
+    const Bytes goodFront = {
+        0x08, 0x00, 0x03,             // value array, three elements
+        0x04, 0x00, 0x00, 0x00, 0x00, // status
+        0x02, 0x07,                   // byte
+    };
+    EXPECT_EQ(textOf<ZELException>([&] { exchange(goodFront + Bytes{0x0c}); }), "");
+    m_client.disconnect();
+    connect();
+    m_service.then(cut(goodFront + Bytes{0x00}, goodFront.size()));
+    EXPECT_THROW(m_client.execute(kInstruction), PspConnectionException);
+    for (const auto &[level, text] : m_log.entries())
+        EXPECT_FALSE(text.starts_with("Received and parsed value:")) << text;
+}
+
+TEST_F(PspClientBaseTest, StatusOfAnotherTypeIsShown)
+{
+    connect();
+    EXPECT_THROW(exchange(wire::list({wire::string("x"), wire::byte(1)})), PspConnectionException);
+    EXPECT_TRUE(m_log.contains(
+        LogLevel::Debug, "Received and parsed value:\n(value array) 2\n    (string) \"x\"\n    (byte) 1"));
+}
+
 // What is only logged refuses nothing, however long its text is.
 
 TEST_F(PspClientBaseTest, ResponseOfManyBytesInDataArraysIsTaken)

@@ -69,8 +69,21 @@ void ByteSource::detach() noexcept
 
 const std::uint8_t *ByteSource::takeSlowly(std::uint32_t count)
 {
+    if (atHand().empty() && refill() && count <= atHand().size())
+        return take(count);
     takeInto(m_scratch, count);
     return m_scratch;
+}
+
+/** Waits for one byte at least, which is missing anyway. */
+bool ByteSource::refill()
+{
+    if (m_stream == nullptr || !m_stream->stream().good())
+        return false;
+    detach();
+    m_stream->stream().peek();
+    attach();
+    return !atHand().empty();
 }
 
 void ByteSource::takeInto(std::uint8_t *target, std::uint32_t count)

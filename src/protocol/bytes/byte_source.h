@@ -49,6 +49,7 @@ public:
 
 private:
     const std::uint8_t *takeSlowly(std::uint32_t count);
+    bool refill();
     void attach();
     void detach() noexcept;
 

@@ -47,6 +47,12 @@ constexpr bool isArrayType(ValueType type) noexcept
     return type >= ValueType::ValueArray && type <= ValueType::TerminatedArray;
 }
 
+/** Whether the payload is one number, a bool included. */
+constexpr bool isNumberType(ValueType type) noexcept
+{
+    return type >= ValueType::Bool && type <= ValueType::Long64;
+}
+
 class Value;
 /** An absent element (null pointer) stands for one that decoded to no value. */
 using ValueList = std::vector<std::unique_ptr<Value>, BlockAllocator<std::unique_ptr<Value>>>;
@@ -113,6 +119,13 @@ public:
     std::uint16_t getShort() const { return static_cast<std::uint16_t>(scalarOf(ValueType::Short16)); }
     std::uint32_t getInt() const { return static_cast<std::uint32_t>(scalarOf(ValueType::Int32)); }
     std::uint64_t getLong() const { return scalarOf(ValueType::Long64); }
+    /** The payload of a bool, byte, short16, int32 or long64. */
+    std::uint64_t getNumber() const
+    {
+        if (!isNumberType(m_type))
+            throwTypeMismatch();
+        return m_payload.scalar;
+    }
     void getString(std::string &out) const { out = textView(); }
     /** The text without a copy; borrowed from the value. */
     std::string_view textView() const;

@@ -53,22 +53,7 @@ std::uint64_t wireSize(const Value *value, TreeBudget &budget)
 
 std::uint64_t toRawNumber(const Value *value) noexcept
 {
-    if (isNull(value))
-        return 0;
-    switch (value->getType()) {
-    case ValueType::Bool:
-        return value->getBool() ? 1 : 0;
-    case ValueType::Byte:
-        return value->getByte();
-    case ValueType::Short16:
-        return value->getShort();
-    case ValueType::Int32:
-        return value->getInt();
-    case ValueType::Long64:
-        return value->getLong();
-    default:
-        return 0;
-    }
+    return isNumber(value) ? value->getNumber() : 0;
 }
 
 TextAllowance::TextAllowance(const Value *answer)
@@ -121,7 +106,7 @@ bool isNull(const Value *value) noexcept
 
 bool isNumber(const Value *value) noexcept
 {
-    return value != nullptr && value->getType() >= ValueType::Bool && value->getType() <= ValueType::Long64;
+    return value != nullptr && isNumberType(value->getType());
 }
 
 bool isNonZero(const Value *value) noexcept

@@ -101,6 +101,22 @@ void ValueDecoder::skipHeaderRest()
         m_source.skip(m_headerLength - 1);
 }
 
+std::uint64_t ValueDecoder::takeNumber(ValueType type)
+{
+    switch (type) {
+    case ValueType::Bool:
+        return m_source.takeByte() != 0 ? 1 : 0;
+    case ValueType::Byte:
+        return m_source.takeByte();
+    case ValueType::Short16:
+        return loadBigEndian<std::uint16_t>(m_source.take(2));
+    case ValueType::Int32:
+        return loadBigEndian<std::uint32_t>(m_source.take(4));
+    default:
+        return loadBigEndian<std::uint64_t>(m_source.take(8));
+    }
+}
+
 std::unique_ptr<Value> ValueDecoder::decodeBody(std::uint8_t type)
 {
     m_budget.addValues(1);
@@ -122,9 +138,9 @@ std::unique_ptr<Value> ValueDecoder::decodeBody(std::uint8_t type)
     case ValueType::Binary:
         return decodeBinary();
     case ValueType::ValueArray:
-        return decodeValueArray(loadBigEndian<std::uint16_t>(m_source.take(2)));
+        return decodeValueArray(takeCount());
     case ValueType::DataArray: {
-        const std::uint32_t count = loadBigEndian<std::uint16_t>(m_source.take(2));
+        const std::uint32_t count = takeCount();
         return decodeDataArray(count, takeHeader());
     }
     case ValueType::TerminatedArray:
@@ -175,16 +191,6 @@ std::unique_ptr<Value> ValueDecoder::decodeShortBinary(std::uint32_t size)
         ProtocolInputStream::throwReadFailure(static_cast<std::int32_t>(size));
     }
     return Value::createBinary(bytes, size);
-}
-
-ValueList ValueDecoder::decodeElements(ValueType type)
-{
-    if (type == ValueType::TerminatedArray)
-        return decodeUntilTerminator();
-    const std::uint32_t count = loadBigEndian<std::uint16_t>(m_source.take(2));
-    if (type == ValueType::ValueArray)
-        return decodeValues(count);
-    return decodeBodies(count, takeHeader());
 }
 
 std::unique_ptr<Value> ValueDecoder::decodeValueArray(std::uint32_t count)

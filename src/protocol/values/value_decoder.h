@@ -1,5 +1,6 @@
 #pragma once
 
+#include "protocol/bytes/big_endian.h"
 #include "protocol/bytes/byte_source.h"
 #include "protocol/values/decode_limits.h"
 #include "protocol/values/value.h"
@@ -33,12 +34,22 @@ public:
     /** Reads the type code and skips the rest of the header. */
     std::uint8_t takeHeader();
     std::unique_ptr<Value> decodeBody(std::uint8_t type);
-    /** The elements of an array of that type. */
-    ValueList decodeElements(ValueType type);
+    std::unique_ptr<Value> decodeBody(ValueType type) { return decodeBody(static_cast<std::uint8_t>(type)); }
     std::unique_ptr<Value> decodeValueArray(std::uint32_t count);
     std::unique_ptr<Value> decodeDataArray(std::uint32_t count, std::uint8_t elementType);
     std::unique_ptr<Value> decodeTerminatedArray();
     std::unique_ptr<Value> decodeEscapedBinary();
+
+    // For those who take an answer piece by piece and hold no value of it.
+
+    /** The type code of a value whose header is skipped. */
+    ValueType takeType() { return static_cast<ValueType>(takeHeader()); }
+    /** The element count of a value array. */
+    std::uint32_t takeCount() { return loadBigEndian<std::uint16_t>(m_source.take(2)); }
+    /** Stands for an array as long as its elements are taken. */
+    NestingLevel enterArray() noexcept { return NestingLevel(m_depth); }
+    /** The payload of a number of that type. */
+    std::uint64_t takeNumber(ValueType type);
 
 private:
     std::unique_ptr<Value> decodeString();

@@ -1,7 +1,6 @@
 #include "protocol/values/value_text.h"
 
 #include "protocol/values/encoded_value_text.h"
-#include "protocol/values/value_convert.h"
 
 #include <algorithm>
 #include <array>
@@ -59,7 +58,7 @@ void ValueText::append(const Value *value, std::int32_t indent)
     case ValueType::Short16:
     case ValueType::Int32:
     case ValueType::Long64:
-        appendScalar(type, toRawNumber(value));
+        appendScalar(type, value->getNumber());
         break;
     case ValueType::String:
         appendQuoted(value->textView());
@@ -131,8 +130,7 @@ void ValueText::appendLineBreak(std::int32_t indent)
 
 void ValueText::appendArray(ValueType type, const ValueList &elements, std::int32_t indent)
 {
-    appendTypeName(type);
-    m_out << elements.size();
+    appendArrayHead(type, elements.size());
     for (const std::unique_ptr<Value> &element : elements) {
         appendLineBreak(indent + 1);
         append(element.get(), indent + 1);

@@ -3,6 +3,7 @@
 #include "protocol/values/value.h"
 #include "sys/text_window.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <span>
 #include <string_view>
@@ -19,6 +20,18 @@ public:
     /** Null is an absent element. */
     void append(const Value *value, std::int32_t indent);
     void appendArray(ValueType type, const ValueList &elements, std::int32_t indent);
+
+    void appendNumber(ValueType type, std::uint64_t payload)
+    {
+        appendTypeName(type);
+        appendScalar(type, payload);
+    }
+    /** The elements follow, each behind a line break. */
+    void appendArrayHead(ValueType type, std::size_t count)
+    {
+        appendTypeName(type);
+        m_out << count;
+    }
 
     // The parts of a value's text, for those who have no value but its bytes.
     void appendTypeName(ValueType type);
