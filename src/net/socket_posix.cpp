@@ -223,7 +223,8 @@ int recv(SocketHandle socket, void *data, std::size_t length) noexcept
     if (refused(socket))
         return kSocketError;
     const std::size_t count = std::min<std::size_t>(length, INT_MAX);
-    return static_cast<int>(repeatedWhenInterrupted([&] { return ::recv(socket, data, count, 0); }));
+    const auto received = ::recv(socket, data, count, 0);
+    return received < 0 && errno == EINTR ? recv(socket, data, length) : static_cast<int>(received);
 }
 
 int shutdown(SocketHandle socket, ShutdownDirection direction) noexcept

@@ -33,13 +33,17 @@ std::int32_t checkValue(std::uint64_t number)
     return static_cast<std::int32_t>(number % kCheckModulus);
 }
 
-std::string encode(std::int32_t value, std::size_t width)
+/** Writes the number's last three or two digits before end; returns what stands before them. */
+std::uint64_t encode(std::uint64_t number, char *end, int width)
 {
-    auto rest = static_cast<std::uint64_t>(static_cast<std::int64_t>(value));
-    std::string text(width, kAlphabet[0]);
-    for (std::size_t i = width; i-- > 0; rest /= kRadix)
-        text[i] = kAlphabet[rest % kRadix];
-    return text;
+    for (; width > 0; --width, number /= kRadix)
+        *--end = kAlphabet[number % kRadix];
+    return number;
+}
+
+std::uint64_t widened(std::int32_t value)
+{
+    return static_cast<std::uint64_t>(static_cast<std::int64_t>(value));
 }
 
 } // namespace
@@ -58,10 +62,13 @@ std::string PenId::serialText() const
         return "INVALID-PEN-ID";
     if (m_raw)
         return FormatLogText("%016llx", static_cast<unsigned long long>(m_number));
-    const std::string group = encode(groupNumber(m_number), 3);
-    const std::string serial = encode(serialNumber(m_number), 6);
-    const std::string check = encode(checkValue(m_number), 2);
-    return group + "-" + serial.substr(0, 3) + "-" + serial.substr(3) + "-" + check;
+    std::string text = "GGG-SSS-SSS-CC";
+    char *const begin = text.data();
+    encode(widened(groupNumber(m_number)), begin + 3, 3);
+    const std::uint64_t front = encode(widened(serialNumber(m_number)), begin + 11, 3);
+    encode(front, begin + 7, 3);
+    encode(widened(checkValue(m_number)), begin + 14, 2);
+    return text;
 }
 
 } // namespace zel

@@ -177,19 +177,21 @@ RendezvousEvent RendezvousClient::waitForRendezvousEvent()
 
 RendezvousClient::Received RendezvousClient::receiveMessage()
 {
-    m_message.clear();
+    std::size_t length = 0;
     for (;;) {
         // One byte at a time: not one byte of the next message may be consumed.
-        char byte = 0;
+        char &byte = m_buffer[length];
         const int received = net::recv(m_socket.get(), &byte, 1);
         if (received == 0)
             return Received::Closed;
         if (received == net::kSocketError)
             return Received::Failed;
-        if (byte == '\0')
+        if (byte == '\0') {
+            m_message = {m_buffer, length};
             return Received::Message;
-        if (m_message.size() < kLongestMessage)
-            m_message.push_back(byte);
+        }
+        if (length < kLongestMessage)
+            ++length;
     }
 }
 

@@ -75,7 +75,8 @@ private:
     /** The connection that wait() made stays open together with the one that replaces it. */
     bool m_socketIsOfWait = false;
     net::OwnedSocket m_socketOfWait;
-    std::string m_message;
+    char m_buffer[kLongestMessage + 1] = {}; // of what is too long, the last byte is written over
+    std::string_view m_message;              // in there
 };
 
 } // namespace zel
