@@ -1,6 +1,7 @@
 #include "pages/page_selection.h"
 
 #include <algorithm>
+#include <memory_resource>
 #include <set>
 #include <unordered_set>
 
@@ -10,7 +11,7 @@ namespace {
 
 constexpr char kSeparator = ';';
 
-using TextSet = std::unordered_set<std::string_view>;
+using TextSet = std::pmr::unordered_set<std::string_view>;
 
 template <class Action>
 void forEachToken(std::string_view list, Action action)
@@ -52,7 +53,8 @@ std::size_t requestedPageCount(std::string_view list) noexcept
 
 std::vector<bool> occurrences(std::string_view list, const std::vector<std::string> &texts)
 {
-    TextSet tokens;
+    std::pmr::monotonic_buffer_resource memory; // sets grow, and go as a whole
+    TextSet tokens(&memory);
     tokens.reserve(texts.size());
     forEachToken(list, [&](std::string_view token) { tokens.insert(token); });
 

@@ -26,6 +26,7 @@ class TextWindow
 {
 public:
     static constexpr std::size_t kUnlimited = std::numeric_limits<std::size_t>::max();
+    static constexpr std::size_t kSize = 256;
 
     /** kept     receives the text, the last part of it by flush(); may be null
      *  longest  when the kept text becomes longer than this, the window throws ZELException */
@@ -46,6 +47,13 @@ public:
             m_at += text.size();
         }
         return *this;
+    }
+
+    /** A literal, which is as long as its array. */
+    template <std::size_t Size>
+    requires(Size <= kSize) TextWindow &operator<<(const char (&literal)[Size])
+    {
+        return append(literal, Size - 1);
     }
 
     TextWindow &operator<<(char character)
@@ -95,7 +103,6 @@ public:
     void flush();
 
 private:
-    static constexpr std::size_t kSize = 256;
     static constexpr std::size_t kLongestNumber = 20;
     static constexpr std::size_t kShortRun = 32;
 

@@ -34,12 +34,15 @@ const FieldBits &fieldAt(int position)
 /** Appends a number of at most five digits. */
 char *writeDecimal(char *at, unsigned number) noexcept
 {
+    // Without a branch: a leading zero is written and then written over.
     const auto writeDigit = [&](unsigned power) {
-        if (number >= power)
-            *at++ = static_cast<char>('0' + number / power % 10);
+        *at = static_cast<char>('0' + number / power % 10);
+        at += number >= power ? 1 : 0;
     };
-    writeDigit(10000);
-    writeDigit(1000);
+    if (number >= 1000) {
+        writeDigit(10000);
+        writeDigit(1000);
+    }
     writeDigit(100);
     writeDigit(10);
     *at++ = static_cast<char>('0' + number % 10);
