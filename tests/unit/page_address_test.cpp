@@ -95,6 +95,14 @@ TEST(PageAddress, FirstFieldIsShownOnlyWhenItIsNotZero)
     EXPECT_EQ(PageAddress(std::uint64_t{0xFFF} << 52).toString(), "*.0.0.0.0");
 }
 
+TEST(PageAddress, TextShowsNumbersOfAnyLengthWithoutLeadingZeros)
+{
+    for (const char *text :
+         {"0.0.0.1", "9.10.99.100", "1.101.109.110", "999.1000.1001.1010", "4094.9999.100.0", "1.10000.10.1",
+          "1.10001.1.10", "1.65534.4094.4094", "4094.7.60006.1.4094"})
+        EXPECT_EQ(PageAddress(text).toString(), text);
+}
+
 TEST(PageAddress, LongestTextFitsItsRoom)
 {
     EXPECT_EQ(PageAddress("4094.4094.65534.4094.4094").text().view(), "4094.4094.65534.4094.4094");

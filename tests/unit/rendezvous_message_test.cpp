@@ -121,6 +121,39 @@ TEST(RendezvousMessage, KeyAtTheVeryEndIsUnreadable)
     }
 }
 
+TEST(RendezvousMessage, KeyCountsWhereItStandsFirstWhateverStandsAroundIt)
+{
+    const RendezvousEvent event = parsePenMessage("pen-vid=1\r\nopen-pid=2\r\npen-vid=3\r\n-pen--pen-id=4\r\n"
+                                                  "brand-pen-brand=pen-swver=5\r\n");
+    EXPECT_EQ(event.vendorId, 1);
+    EXPECT_EQ(event.productId, 2);
+    EXPECT_EQ(event.penId.number(), 4u);
+    EXPECT_EQ(event.penBrand, "pen-swver=5");
+    EXPECT_EQ(event.penSwVersion, 5);
+}
+
+TEST(RendezvousMessage, PartsOfKeysAreNone)
+{
+    for (const char *message :
+         {"-id=1\r\n", "en-id=1\r\n", "pen_id=1\r\n", "pen-", "-", "----", "pen-i", "Pen-id=1\r\n"})
+        EXPECT_EQ(parsePenMessage(message).penId.number(), 0u) << message;
+    for (const char *message : {"-port=7\r\n", "rvice-port=7\r\n", "service-port", "service-port:7\r\n"})
+        EXPECT_EQ(parsePenMessage(message).servicePort, 0) << message;
+    for (const char *message :
+         {"-prot=PSP10\r\n", "cc-prot=PSP10\r\n", "acc-pro=PSP10\r\n", "acc-", "acc-prot"})
+        EXPECT_TRUE(parsePenMessage(message).pspVersions.ids().empty()) << message;
+}
+
+TEST(RendezvousMessage, VersionStandsBehindTheNextEqualsSignOfItsKey)
+{
+    EXPECT_EQ(parsePenMessage("acc-prot acc-prot\r\n=PSP10\r\n").pspVersions.ids(),
+              (std::vector<std::uint32_t>{1}));
+    EXPECT_EQ(parsePenMessage("aCC-pROT=PSP10\racc-prot=PSP11\rAcc-Prot=psp20\r").pspVersions.ids(),
+              (std::vector<std::uint32_t>{1, 2, 3}));
+    EXPECT_EQ(parsePenMessage("acc-prot=acc-prot=PSP10\r").pspVersions.ids(),
+              (std::vector<std::uint32_t>{0}));
+}
+
 TEST(RendezvousMessage, DfuFlagIsTrueForOneAndMore)
 {
     EXPECT_TRUE(parsePenMessage("RVP1\r\npen-dfu=2\r\n").dfu);

@@ -33,6 +33,20 @@ TEST(TextWindow, PiecesOfEveryLengthAreWholeWhereverTheWindowEnds)
     }
 }
 
+TEST(TextWindow, LiteralsAreWholeWhereverTheWindowEnds)
+{
+    for (std::size_t length = 0; length < 600; ++length) {
+        std::string text;
+        TextWindow window(&text);
+        window.repeat('x', length);
+        window << "a literal"
+               << ""
+               << "and another";
+        window.flush();
+        ASSERT_EQ(text, std::string(length, 'x') + "a literaland another");
+    }
+}
+
 TEST(TextWindow, KeptTextMayBecomeAsLongAsAllowedAndNoLonger)
 {
     std::string text;
