@@ -1,7 +1,6 @@
 #pragma once
 
 #include "protocol/bytes/binary_buffer.h"
-#include "sys/block_allocator.h"
 #include "sys/byte_block.h"
 
 #include <cstdint>
@@ -55,7 +54,7 @@ constexpr bool isNumberType(ValueType type) noexcept
 
 class Value;
 /** An absent element (null pointer) stands for one that decoded to no value. */
-using ValueList = std::vector<std::unique_ptr<Value>, BlockAllocator<std::unique_ptr<Value>>>;
+using ValueList = std::vector<std::unique_ptr<Value>>;
 
 /** The typed datum of PSP. A value owns its text, bytes and elements. Not synchronised: a value
  *  belongs to one thread at a time.
