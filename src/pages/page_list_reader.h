@@ -11,8 +11,8 @@
 
 namespace zel {
 
-/** Takes a pen's list of pages off the stream page by page: it runs to tens of thousands of items, of which
- *  no values are made. */
+/** Reads a pen's list of pages from the stream, page by page. The list can have tens of thousands of items,
+ *  so it is not decoded to values. */
 class PageListReader : public ResultReader
 {
 public:
@@ -23,7 +23,7 @@ public:
     PageList pages() &&;
 
 private:
-    /** An item of another form than pens send, whose page stands at that place. */
+    /** An item of an unusual form, and the index of its page. */
     struct OtherItem {
         std::size_t place;
         std::unique_ptr<Value> value;

@@ -201,7 +201,7 @@ PspClientBase::Response PspClientBase::receive(ResultReader &result, ValueText t
     }
 }
 
-/** Element by element: nobody holds the response as a whole. */
+/** Reads element by element, so that the response is never in memory as a whole. */
 PspClientBase::Response PspClientBase::receiveArray(ValueDecoder &values, ValueText &text,
                                                     ResultReader &result)
 {
@@ -233,7 +233,7 @@ std::optional<std::int32_t> PspClientBase::receiveStatus(ValueDecoder &values, V
     return static_cast<std::int32_t>(status);
 }
 
-/** Arrays of the other kinds are responses too, although no pen is known to answer by one. */
+/** Reads a response that is another kind of array. It is valid, although no pen is known to send one. */
 PspClientBase::Response PspClientBase::receiveOther(ValueType type, ValueDecoder &values, ValueText &text,
                                                     ResultReader &result)
 {

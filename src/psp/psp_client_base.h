@@ -21,30 +21,30 @@ class ValueDecoder;
 class ValueEncoder;
 class ValueText;
 
-/** The connection to one pen's service: one request and its response at a time. A service that
- *  went away leaves the client connected with a failed stream, on which every further exchange
- *  fails; only disconnect() ends it. Exchanges may be asked for by any thread and never
- *  interleave; connect() and disconnect() must not run beside one. */
+/** The connection to one pen's service. It makes one exchange, a request and its response, at a time. When
+ *  the service goes away, the stream fails and so does every further exchange, until disconnect(). Several
+ *  threads may call for exchanges; a lock keeps them apart. No thread may call connect() or disconnect()
+ *  during an exchange. */
 class PspClientBase
 {
 public:
-    /** Address in network byte order, port in the host's. */
+    /** The address is in network byte order, the port in the processor's. */
     PspClientBase(std::uint32_t address, std::uint16_t port);
     virtual ~PspClientBase();
     PspClientBase(const PspClientBase &) = delete;
     PspClientBase &operator=(const PspClientBase &) = delete;
 
-    /** While it is not, neither connections nor exchanges are tried. */
+    /** While it is false, connect() and exchanges throw PspConnectionException. */
     void setPenConnected(bool connected) noexcept { m_penConnected = connected; }
 
-    /** Throws PspConnectionException. A failed attempt keeps the socket for the next one; connecting
-     *  again while connected succeeds. */
+    /** Throws PspConnectionException. After a failure the next attempt uses the same socket. Succeeds also
+     *  when the connection already exists. */
     void connect();
     void disconnect() noexcept;
 
 protected:
     /** One exchange; the arguments travel under the keys 0, 1, 2, ... Throws PspConnectionException when the
-     * connection is lost, and by the status that the pen answers. The result is never null. */
+     *  connection is lost, and by the status that the pen answers. The result is never null. */
     template <class... Arguments>
     std::unique_ptr<Value> execute(std::uint32_t instructionCode, const Arguments &...arguments)
     {
@@ -77,8 +77,8 @@ private:
     static Response receiveArray(ValueDecoder &values, ValueText &text, ResultReader &result);
     static Response receiveOther(ValueType type, ValueDecoder &values, ValueText &text, ResultReader &result);
     static std::optional<std::int32_t> receiveStatus(ValueDecoder &values, ValueText &text);
-    /** After half a request or half a response: what follows in the stream must never be taken for the
-     *  start of one. */
+    /** Makes all further exchanges fail. Call it after a part of a request or response: what comes next in
+     *  the stream is not the start of a response. */
     void failStream() noexcept;
 
     net::OwnedSocket m_socket;

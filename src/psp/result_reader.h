@@ -10,35 +10,35 @@ namespace zel {
 class ValueDecoder;
 class ValueText;
 
-/** Takes the result of an exchange, element 1 of the response. Whether the response is good, and whether
- *  there is a result at all, shows only when all of it has been taken: until then nothing but the input may
- *  raise an exception. */
+/** Receives the result of an exchange, which is element 1 of the response. Only the end of the response shows
+ *  whether the response is valid and whether it has a result. Until then a reader must throw nothing but what
+ *  reading the input throws. */
 class ResultReader
 {
 public:
     virtual ~ResultReader() = default;
 
-    /** Takes the result off the stream and shows it, as an element of the response's text. */
+    /** Reads the result from the stream, and appends its text to the response's log text. */
     virtual void read(ValueDecoder &values, ValueText &text) = 0;
-    /** Takes a result that is a value already; may be absent. */
+    /** Receives a result that was decoded already. It may be absent. */
     virtual void take(std::unique_ptr<Value> value) = 0;
 };
 
-/** Takes a result as the value that it is. */
+/** Receives the result as a value. */
 class ValueResult : public ResultReader
 {
 public:
     void read(ValueDecoder &values, ValueText &text) override;
     void take(std::unique_ptr<Value> value) override { m_value = std::move(value); }
 
-    /** Never null. */
+    /** The result; never null. */
     std::unique_ptr<Value> value() &&;
 
 private:
     std::unique_ptr<Value> m_value;
 };
 
-/** Absent elements become what a deep copy makes of them: null values, and a log text. */
+/** Replaces absent elements as Value::copy() does: by null values, with a log text for each. */
 void replaceAbsent(std::unique_ptr<Value> &value);
 
 } // namespace zel

@@ -49,13 +49,13 @@ void RendezvousClient::initSocket()
 
 void RendezvousClient::openSocket()
 {
-    // A server that ends every connection at once is not to be asked in a tight loop.
+    // Wait, so that a server that closes every connection at once is not called in a tight loop.
     if (std::exchange(m_wasConnected, false))
         pauseFor(kPauseMilliseconds);
     const std::lock_guard guard(m_socketLock);
     if (std::exchange(m_socketIsOfWait, false))
         m_socketOfWait = std::move(m_socket);
-    m_socket.reset(); // first: the system may have no descriptor for another one
+    m_socket.reset(); // first, because the system may have no descriptor left for a second socket
     if (!isDisconnecting())
         m_socket.reset(net::createTcpSocket());
 }
@@ -65,7 +65,7 @@ bool RendezvousClient::connectSocket()
     if (net::connect(m_socket.get(), *m_serverAddress, m_disconnecting) != 0)
         return false;
     m_wasConnected = true;
-    // Told to disconnect while connecting: that shutdown may have met a socket without a connection.
+    // A disconnect during the connect may have shut down the socket before it was connected, without effect.
     return !isDisconnecting();
 }
 
@@ -179,7 +179,7 @@ RendezvousClient::Received RendezvousClient::receiveMessage()
 {
     std::size_t length = 0;
     for (;;) {
-        // One byte at a time: not one byte of the next message may be consumed.
+        // Read one byte at a time, so that no byte of the next message is consumed.
         char &byte = m_buffer[length];
         const int received = net::recv(m_socket.get(), &byte, 1);
         if (received == 0)
@@ -198,7 +198,7 @@ RendezvousClient::Received RendezvousClient::receiveMessage()
 void RendezvousClient::disconnectFromRendezvousServer()
 {
     LogDebug("RendezvousClient::disconnectFromRendezvousServer()");
-    // First the flag: whatever the other thread connects from here on, it gives up itself.
+    // Set the flag first, so that a connect finishing later sees it and gives up.
     m_disconnecting = true;
     m_shutdownEvent.set();
     const std::lock_guard guard(m_socketLock);
@@ -224,7 +224,7 @@ void RendezvousClient::closeLostSocket()
     try {
         closeSocket();
     } catch (const ZELRendezvousException &failure) {
-        // The connection was lost before: that is what is told, not how closing it went.
+        // The caller reports the lost connection. A failure to close it is only logged.
         LogError(failure.what());
     }
 }

@@ -41,8 +41,8 @@ bool contains(std::string_view message, std::string_view word) noexcept
     return message.find(word) != std::string_view::npos;
 }
 
-/** Where each key first stands, wherever that is. One walk over the message's hyphens, of which there are
- * few, finds them all. */
+/** The first position of each key in the message. Every key has a hyphen, and a message has few hyphens, so
+ *  one pass over the hyphens finds all keys. */
 class KeyPlaces
 {
 public:
@@ -72,7 +72,8 @@ private:
     std::array<std::size_t, kKeyCount> m_places;
 };
 
-/** What stands from a position to the end of its line; empty beyond the end of the message. */
+/** The text from a position to the end of its line; empty when the position is beyond the end of the message.
+ */
 std::string_view restOfLine(std::string_view message, std::size_t position) noexcept
 {
     if (position >= message.size())
@@ -199,7 +200,7 @@ bool isPenMessage(std::string_view message) noexcept
 
 RendezvousCommand commandOf(std::string_view message, std::uint16_t servicePort)
 {
-    // The longer word contains the shorter one.
+    // "DISCONNECT" contains "CONNECT", so look for the longer word first.
     if (contains(message, "DISCONNECT")) {
         LogInfo("Pen disconnected ", servicePort);
         return RendezvousCommand::Disconnect;
@@ -223,7 +224,7 @@ RendezvousEvent parsePenMessage(std::string_view text)
     event.dfu = message.dfu();
     event.penBrand = message.brand();
     event.penId = PenId(message.hexadecimal(kPenId));
-    // Hosts compare 16 bits; what stands above them is cut off.
+    // The number is cut to 16 bits, because hosts compare 16 bits.
     event.penSwVersion = static_cast<std::uint16_t>(message.hexadecimal(kSoftwareVersion));
     return event;
 }

@@ -4,17 +4,17 @@
 
 #include <string_view>
 
-/** The text messages of the rendezvous server. They are read from memory, never beyond their end, and
- *  every number ends with its line: what is missing or unreadable leaves the event's default. */
+/** Parses the text messages of the rendezvous server, in memory. A number must be on the line of its key. A
+ *  member of the event keeps its default when the message has no such key or no readable number. */
 namespace zel::rendezvous {
 
-/** "ENDLIST" ends the answer to a list request. */
+/** Whether the message is "ENDLIST", which ends the answer to a list request. */
 bool isEndOfList(std::string_view message) noexcept;
-/** Whether this is a message about a pen, of either mode. */
+/** Whether the message is about a pen, in either mode. */
 bool isPenMessage(std::string_view message) noexcept;
-/** The command word of a notification, logged with the service port. */
+/** The command of a notification. Logs it, with the service port. */
 RendezvousCommand commandOf(std::string_view message, std::uint16_t servicePort);
-/** Everything but the command. Throws ZELException for a pen id that is none. */
+/** Everything except the command. Throws ZELException for an invalid pen id. */
 RendezvousEvent parsePenMessage(std::string_view message);
 
 } // namespace zel::rendezvous

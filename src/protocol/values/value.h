@@ -31,7 +31,7 @@ enum class ValueType : std::uint32_t {
     AnyType = 15,
 };
 
-/** "unknown" for a code that no value on the wire has. */
+/** The name of a type code; "unknown" for a code that is no type. */
 constexpr const char *typeName(std::int32_t code) noexcept
 {
     constexpr const char *kNames[] = {
@@ -53,14 +53,19 @@ constexpr bool isNumberType(ValueType type) noexcept
 }
 
 class Value;
-/** An absent element (null pointer) stands for one that decoded to no value. */
+/** A null pointer is an absent element: one that was decoded from the "any type" code. */
 using ValueList = std::vector<std::unique_ptr<Value>>;
 
-/** The typed datum of PSP. A value owns its text, bytes and elements. Not synchronised: a value
- *  belongs to one thread at a time.
+/** A value of the protocol: null, a number, a text, bytes, or an array of values. It owns its contents. One
+ *  thread at a time.
  *
- *  An answer can hold millions of values, so a value is small and short contents live inside it:
- *  a text or a run of bytes shorter than kInlineSize costs no allocation of its own. */
+ *      const std::unique_ptr<Value> value = Value::createString("text");
+ *      value->getType();      // ValueType::String
+ *      value->textView();     // "text"
+ *      value->getInt();       // throws ZELException: the type differs
+ *
+ *  An answer can have millions of values. Therefore values are small: a text or bytes shorter than
+ *  kInlineSize are stored inside the value, without an allocation. */
 class Value
 {
 public:
@@ -93,24 +98,24 @@ public:
         return createScalar(ValueType::Long64, value);
     }
     static std::unique_ptr<Value> createString(std::string_view text);
-    /** A string that is wiped from memory when it ends, and so are its copies. */
+    /** A string that the destructor wipes from memory. Its copies are wiped too. */
     static std::unique_ptr<Value> createSecretString(std::string_view text);
-    /** A binary likewise. */
+    /** The same for a binary. */
     static std::unique_ptr<Value> createSecretBinary(std::span<const std::uint8_t> bytes);
     static std::unique_ptr<Value> createBinary(const std::uint8_t *data, std::uint32_t size);
-    /** Takes over the block without copying (short contents move into the value). */
+    /** Takes over the block without a copy; only short contents are copied into the value. */
     static std::unique_ptr<Value> createBinaryOwned(ByteBlock data, std::uint32_t size);
-    /** A size of 0 gives one without data, a negative size the null value. */
+    /** With size 0 it has no data. A negative size gives the null value. */
     static std::unique_ptr<Value> createEscapedBinary(const std::uint8_t *data, std::int32_t size);
     static std::unique_ptr<Value> createEscapedBinaryOwned(ByteBlock data, std::uint32_t size);
     static std::unique_ptr<Value> createTerminator() { return createBare(ValueType::Terminator); }
     static std::unique_ptr<Value> createValueArray(ValueList elements);
     static std::unique_ptr<Value> createDataArray(ValueList elements, std::uint32_t elementType);
     static std::unique_ptr<Value> createTerminatedArray(ValueList elements);
-    /** A value without contents, also of a code that the codec does not know. */
+    /** A value with a type code only, which may be an unknown one. */
     static std::unique_ptr<Value> createBare(ValueType type) { return createScalar(type, 0); }
 
-    // Accessors throw ZELException (without text) when the type differs.
+    // The functions below throw ZELException (without text) when the value has another type.
     ValueType getType() const noexcept { return m_type; }
     bool isArray() const noexcept { return isArrayType(m_type); }
     bool getBool() const { return scalarOf(ValueType::Bool) != 0; }
@@ -126,34 +131,34 @@ public:
         return m_payload.scalar;
     }
     void getString(std::string &out) const { out = textView(); }
-    /** The text without a copy; borrowed from the value. */
+    /** The text, borrowed from the value. */
     std::string_view textView() const;
-    /** Binary and escaped binary; the size is stored when asked for. Borrowed. */
+    /** For binary and escaped binary. Stores the size unless the pointer is null. Borrowed from the value. */
     const std::uint8_t *getBinary(std::uint32_t *size) const;
-    /** As getBinary. */
+    /** As getBinary(). */
     std::span<const std::uint8_t> bytesView() const;
-    /** A copy of the bytes; binary and escaped binary. */
+    /** A copy of the bytes. For binary and escaped binary. */
     BinaryBuffer getBinaryBuffer() const;
-    /** Value, data and terminated arrays. */
+    /** For value, data and terminated arrays. */
     const ValueList &getArray() const;
     ValueList &getArray();
-    /** The element type code that a data array was given or decoded with. */
+    /** The type code of a data array's elements. */
     std::uint32_t getElementType() const;
     static constexpr const char *typeName(std::int32_t code) noexcept { return zel::typeName(code); }
 
-    /** A deep copy; a type that cannot be copied is logged and gives the null value. */
+    /** A deep copy. A type that cannot be copied is logged, and the copy is the null value. */
     std::unique_ptr<Value> copy() const;
     void swap(Value &other) noexcept;
-    /** Turns this value into a binary that holds its encoding. */
+    /** Turns this value into a binary that contains the encoded value. */
     void pack();
-    /** The reverse; throws ZELException unless this is a binary. */
+    /** The reverse of pack(). Throws ZELException when this is no binary. */
     void unpack();
-    /** Whether this is a binary whose bytes are exactly one encoded value. A scan in place: it builds
-     *  nothing and never throws. */
+    /** Whether this is a binary whose bytes are exactly one encoded value. Builds no values and never throws.
+     */
     bool isEncodedValue() const noexcept;
-    /** Stores the text form, as log texts and text conversions show it. */
+    /** Stores the value's text form, which log texts and toText() use. */
     void toString(std::string &out, std::int32_t indent = 0) const;
-    /** As toString, behind what the text holds already. */
+    /** As toString(), but appends to the text. */
     void appendTo(std::string &out, std::int32_t indent = 0) const;
 
 private:
@@ -196,7 +201,7 @@ private:
         return type == ValueType::String || type == ValueType::Binary || type == ValueType::EscapedBinary;
     }
     [[noreturn]] static void throwTypeMismatch();
-    /** For a value that has none yet. */
+    /** The value must not have any bytes yet. */
     void setBytes(const void *data, std::size_t size);
 
     std::uint64_t scalarOf(ValueType type) const
@@ -215,8 +220,8 @@ private:
 
     Payload m_payload;
     ValueType m_type;
-    bool m_secret = false;      // text or bytes that are wiped
-    std::uint32_t m_length = 0; // of text and bytes; a data array keeps its element type here
+    bool m_secret = false;      // the destructor wipes text and bytes
+    std::uint32_t m_length = 0; // length of text or bytes; element type of a data array
 };
 
 } // namespace zel

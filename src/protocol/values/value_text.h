@@ -10,14 +10,14 @@
 
 namespace zel {
 
-/** Shows values in their text form. A binary that holds an encoded value is shown as that value in
- *  brackets. */
+/** Composes the text form of values. A binary that holds an encoded value is shown as that value in brackets.
+ */
 class ValueText
 {
 public:
     explicit ValueText(TextWindow &out) noexcept : m_out(out) {}
 
-    /** Null is an absent element. */
+    /** A null pointer is an absent element. */
     void append(const Value *value, std::int32_t indent);
     void appendArray(ValueType type, const ValueList &elements, std::int32_t indent);
 
@@ -33,12 +33,12 @@ public:
         m_out << count;
     }
 
-    // The parts of a value's text, for those who have no value but its bytes.
+    // The parts of a value's text, for callers that have the value's bytes only.
     void appendTypeName(ValueType type);
-    /** A bool or a number, from its payload. */
+    /** Appends a bool or a number. */
     void appendScalar(ValueType type, std::uint64_t scalar);
     void appendQuoted(std::string_view text);
-    /** front: at least the first ten of so many bytes. */
+    /** size is the number of all bytes; front has at least the first ten of them. */
     void appendBytes(std::span<const std::uint8_t> front, std::uint64_t size);
     void appendLineBreak(std::int32_t indent);
     void appendUnknown() { m_out << "unknown"; }
