@@ -62,7 +62,7 @@ std::string PenId::serialText() const
         return "INVALID-PEN-ID";
     if (m_raw)
         return FormatLogText("%016llx", static_cast<unsigned long long>(m_number));
-    std::string text = "GGG-SSS-SSS-CC";
+    std::string text(14, '-'); // three groups of three and one of two
     char *const begin = text.data();
     encode(widened(groupNumber(m_number)), begin + 3, 3);
     const std::uint64_t front = encode(widened(serialNumber(m_number)), begin + 11, 3);
