@@ -78,7 +78,7 @@ protected:
 
     void checkEveryAllocation(Memory memory)
     {
-        failEveryAllocation([&](std::size_t n) { return check(n, memory); });
+        EXPECT_NE(failEveryAllocation([&](std::size_t n) { return check(n, memory); }), 0u);
     }
 
 private:

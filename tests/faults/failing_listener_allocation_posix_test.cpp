@@ -76,10 +76,11 @@ protected:
     /** At the end none fails, and the listener, which has been started as often, announces everything. */
     void checkEveryAllocation(Memory memory)
     {
-        failEveryAllocation([&](std::size_t n) {
+        const std::size_t failures = failEveryAllocation([&](std::size_t n) {
             listen(n, memory);
             return s_failed.load();
         });
+        EXPECT_NE(failures, 0u);
         EXPECT_EQ(s_announced, kAnnouncements);
         EXPECT_EQ(GetParam().initialise(onAnnouncement), ZEL_OK);
         EXPECT_EQ(GetParam().exit(), ZEL_OK);

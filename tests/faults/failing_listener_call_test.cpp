@@ -155,13 +155,20 @@ void announce(const loopback::OwnedSocket &client)
     untilClosed(client);
 }
 
+/** As long as a subscription. The server serves one connection after the other: when it has answered, it has
+ *  done with those that came before. */
+const std::string kAreYouDone(rendezvous_wire::kSubscribe.size(), '?');
+
 /** The ordinary listener comes back to a server that went in its list; that of the firmware-upgrade mode
  *  does not. A connection without a subscription does not count. */
 RendezvousServer::Conversation conversationFor(const ListenerMode &mode)
 {
     return [goesOnce = mode.name == kPens.name](const loopback::OwnedSocket &client) {
         using rendezvous_wire::kSubscribe;
-        if (loopback::receiveExactly(client, kSubscribe.size()).size() != kSubscribe.size())
+        const std::string first = loopback::receiveExactly(client, kSubscribe.size());
+        if (first == kAreYouDone)
+            loopback::sendAll(client, "!");
+        if (first == kAreYouDone || first.size() != kSubscribe.size())
             return;
         if (s_connections == s_waitingConnection)
             s_waitingConnection = kNone;
@@ -276,8 +283,17 @@ private:
         std::vector<std::string>().swap(s_errors); // the memory for them is the listener thread's too
     }
 
+    /** Otherwise a connection that the last listener gave up may count as one of the next. */
+    void waitForServer() const
+    {
+        const zel::net::OwnedSocket client = loopback::connectTo(m_server.endpoint());
+        loopback::sendAll(client, kAreYouDone);
+        EXPECT_EQ(loopback::receiveExactly(client, 1), "!");
+    }
+
     void start()
     {
+        waitForServer();
         s_failed = 0;
         s_ended = false;
         s_arrivals = 0;

@@ -98,11 +98,17 @@ zel::net::Endpoint deadEndpoint()
     return Listener().endpoint();
 }
 
+OwnedSocket connectTo(const zel::net::Endpoint &server)
+{
+    OwnedSocket client = openSocket(SOCK_STREAM);
+    require(zel::net::connect(client.get(), server) == 0, "connect");
+    return client;
+}
+
 std::pair<OwnedSocket, OwnedSocket> connectedPair()
 {
     Listener listener;
-    OwnedSocket client = openSocket(SOCK_STREAM);
-    require(zel::net::connect(client.get(), listener.endpoint()) == 0, "connect");
+    OwnedSocket client = connectTo(listener.endpoint());
     return {std::move(client), listener.accept()};
 }
 

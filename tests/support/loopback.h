@@ -46,6 +46,7 @@ private:
 
 /** An endpoint where nobody listens. */
 zel::net::Endpoint deadEndpoint();
+OwnedSocket connectTo(const zel::net::Endpoint &server);
 /** Both ends of one TCP connection. */
 std::pair<OwnedSocket, OwnedSocket> connectedPair();
 /** Both ends of one UDP association: each send, also an empty one, arrives as one message. */
