@@ -19,7 +19,7 @@ struct Name {
 
 // In the order of the pens' own list. The ids that the library uses are fixed by the pens. The others are
 // numbered consecutively between those; only diagnostics use them.
-constexpr Name kNames[] = {
+constexpr Name kPropertyNames[] = {
     {PEN_ID, "PEN_ID"},
     {PEN_SOFTWARE_VERSION, "PEN_SOFTWARE_VERSION"},
     {0x0002, "MODEM"},
@@ -130,7 +130,7 @@ constexpr Family kFamilies[] = {
 
 std::string propertyName(std::uint16_t id)
 {
-    if (const auto *named = std::ranges::find(kNames, id, &Name::id); named != std::end(kNames))
+    if (const auto *named = std::ranges::find(kPropertyNames, id, &Name::id); named != std::end(kPropertyNames))
         return named->name;
     for (const Family &family : kFamilies)
         if (id >= family.first && id <= family.last)
