@@ -1484,8 +1484,10 @@ private:
         if (pages && !extras.empty())
             pages =
                 PageData::tryAdopt(block.block(), detail::removePages(block.block().get(), *pages, extras));
-        if (!pages)
-            return Error(pages.error());
+        if (!pages) {
+            const Error &error = pages.error();
+            return Error(error);
+        }
         return *std::move(pages);
     }
 

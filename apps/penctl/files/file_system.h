@@ -48,10 +48,10 @@ public:
     MappedFile(const MappedFile &) = delete;
     MappedFile &operator=(const MappedFile &) = delete;
 
-    std::span<const uint8_t> bytes() const { return {m_data, m_size}; }
+    std::span<const uint8_t> bytes() const { return {static_cast<const uint8_t *>(m_data), m_size}; }
 
 private:
-    const uint8_t *m_data = nullptr;
+    void *m_data = nullptr; // as the system gave it; nobody writes there
     std::size_t m_size = 0;
 };
 

@@ -79,14 +79,14 @@ MappedFile::MappedFile(const std::string &name)
         return;
     if (data == MAP_FAILED)
         failOn(name, reason);
-    m_data = static_cast<const uint8_t *>(data);
+    m_data = data;
     m_size = static_cast<std::size_t>(status.st_size);
 }
 
 MappedFile::~MappedFile()
 {
     if (m_data)
-        munmap(const_cast<uint8_t *>(m_data), m_size);
+        munmap(m_data, m_size);
 }
 
 /** Binds a socket in the abstract namespace: it needs no file, all users share it, and it belongs to the

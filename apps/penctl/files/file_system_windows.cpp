@@ -74,7 +74,7 @@ MappedFile::MappedFile(const std::string &name)
                                ? CreateFileMappingW(file, nullptr, PAGE_READONLY, 0, 0, nullptr)
                                : nullptr;
     if (mapping)
-        m_data = static_cast<const uint8_t *>(MapViewOfFile(mapping, FILE_MAP_READ, 0, 0, 0));
+        m_data = MapViewOfFile(mapping, FILE_MAP_READ, 0, 0, 0);
     if (m_data)
         m_size = static_cast<std::size_t>(size.QuadPart);
     const DWORD error = GetLastError();
