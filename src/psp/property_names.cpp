@@ -130,7 +130,8 @@ constexpr Family kFamilies[] = {
 
 std::string propertyName(std::uint16_t id)
 {
-    if (const auto *named = std::ranges::find(kPropertyNames, id, &Name::id); named != std::end(kPropertyNames))
+    if (const auto *named = std::ranges::find(kPropertyNames, id, &Name::id);
+        named != std::end(kPropertyNames))
         return named->name;
     for (const Family &family : kFamilies)
         if (id >= family.first && id <= family.last)
