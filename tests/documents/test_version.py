@@ -57,6 +57,16 @@ def test_the_dotnet_package_takes_it_from_there():
     assert f'ApiVersion = "{API}"' in read("bindings/dotnet/src/Native.cs")
 
 
+def test_the_project_for_the_dotnet_sdk_takes_it_from_there():
+    project = read("bindings/dotnet/Zel.csproj")
+    assert VERSION not in project + read("bindings/dotnet/Zel.nuspec")
+    assert "ReadAllText('$(MSBuildThisFileDirectory)../../CMakeLists.txt')" in project
+    pattern = re.search(r"<Version>\$\(\[System\.Text\.RegularExpressions\.Regex\]::Match"
+                        r"\(\$\(CMakeProject\), '(.*)'\)\.Groups\[1\]\.Value\)</Version>", project)[1]
+    assert re.findall(pattern, CMAKE) == [VERSION]
+    assert "version=$(Version);" in project
+
+
 def test_the_assembly_is_made_with_it(dotnet, tmp_path):
     source = tmp_path / "Version.cs"
     source.write_text("class Version { static void Main() {"

@@ -171,6 +171,10 @@ if [ ${#wine[@]} != 0 ]; then
     "$(command -v wineserver || echo /usr/lib/wine/wineserver)" --kill || true
 fi
 
+# --- Python and .NET
+
+tests/packages/bindings.sh "$packages" "$linux/bin/pensim" "${version#"$version_numbers"}" || bad_cases=$((bad_cases + 1))
+
 # --- Debian: into a fresh system, used, and away without a trace
 
 packages_of() { for one in "$@"; do printf '%s\n' "$packages/${one}_$version-1_amd64.deb"; done; }
