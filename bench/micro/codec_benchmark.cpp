@@ -202,7 +202,7 @@ void decodeZel(benchmark::State &state, const Node &tree)
     MemorySource source(zelBytes(tree).view());
     ValueFormatV1_0 format;
     for (auto _ : state) {
-        ProtocolInputStream in(source.rewound());
+        ProtocolInputStream in(source.rewound(), source);
         benchmark::DoNotOptimize(format.decode(in));
     }
 }
@@ -225,7 +225,7 @@ void encodeZel(benchmark::State &state, const Node &tree)
 {
     const Bytes bytes = zelBytes(tree);
     MemorySource source(bytes.view());
-    ProtocolInputStream in(source.rewound());
+    ProtocolInputStream in(source.rewound(), source);
     ValueFormatV1_0 format;
     const std::unique_ptr<Value> value = format.decode(in);
     MemorySink sink(bytes.size());

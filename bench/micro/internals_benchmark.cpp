@@ -33,7 +33,7 @@ std::size_t sizeOf(const benchmark::State &state)
 std::unique_ptr<Value> decoded(std::string_view bytes)
 {
     MemorySource source(bytes);
-    ProtocolInputStream in(source.rewound());
+    ProtocolInputStream in(source.rewound(), source);
     return ValueFormatV1_0().decode(in);
 }
 
@@ -181,7 +181,7 @@ void binaryZel(benchmark::State &state)
     MemorySource source(Bytes().binaryValue(std::string(sizeOf(state), 's')).view());
     ValueFormatV1_0 format;
     for (auto _ : state) {
-        ProtocolInputStream in(source.rewound());
+        ProtocolInputStream in(source.rewound(), source);
         benchmark::DoNotOptimize(format.decode(in));
     }
 }
@@ -213,7 +213,7 @@ void escapedZel(benchmark::State &state)
     MemorySource source(Bytes().u8(14).raw(stuffed(sizeOf(state))).view());
     ValueFormatV1_0 format;
     for (auto _ : state) {
-        ProtocolInputStream in(source.rewound());
+        ProtocolInputStream in(source.rewound(), source);
         benchmark::DoNotOptimize(format.decode(in));
     }
 }

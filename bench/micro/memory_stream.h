@@ -1,5 +1,7 @@
 #pragma once
 
+#include "sys/read_buffer.h"
+
 #include <iostream>
 #include <streambuf>
 #include <string_view>
@@ -9,7 +11,7 @@ namespace zel::bench {
 
 /** A stream over bytes in memory that can be read, and a buffer that can be written, again and
  *  again without being built anew: a connection's stream is built once too. */
-class MemorySource : private std::streambuf
+class MemorySource : public ReadBuffer
 {
 public:
     explicit MemorySource(std::string_view bytes) : m_bytes(bytes.begin(), bytes.end()), m_stream(this) {}

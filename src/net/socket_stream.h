@@ -16,6 +16,8 @@ public:
 
     explicit SocketStream(net::SocketHandle socket);
 
+    ReadBuffer &buffer() noexcept { return m_buffer; }
+
     /** Wipes what a failed send left in the buffer: it may be a password. */
     void dropUnsent() noexcept { m_buffer.dropUnsent(); }
 

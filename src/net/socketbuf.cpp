@@ -90,7 +90,7 @@ std::streamsize socketbuf::xsgetn(char *target, std::streamsize count)
         const std::streamsize held = std::min<std::streamsize>(egptr() - gptr(), count - done);
         if (held > 0) {
             std::memcpy(target + done, gptr(), static_cast<std::size_t>(held));
-            setg(eback(), gptr() + held, egptr());
+            consume(static_cast<std::size_t>(held));
             done += held;
         } else if (count - done < bufferSize) {
             if (traits_type::eq_int_type(underflow(), traits_type::eof()))

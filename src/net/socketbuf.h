@@ -1,16 +1,16 @@
 #pragma once
 
 #include "net/socket.h"
+#include "sys/read_buffer.h"
 
 #include <cstdint>
 #include <memory>
-#include <streambuf>
 
 namespace zel {
 
 /** The stream buffer of SocketStream. The socket is borrowed. It sends only when its put area is full or on
  *  sync(), and calls recv() once for each refill. */
-class socketbuf : public std::streambuf
+class socketbuf : public ReadBuffer
 {
 public:
     socketbuf(net::SocketHandle socket, std::int32_t size);

@@ -188,7 +188,7 @@ PspClientBase::Response PspClientBase::receive(ResultReader &result)
 
 PspClientBase::Response PspClientBase::receive(ResultReader &result, ValueText text)
 {
-    ProtocolInputStream in(*m_stream);
+    ProtocolInputStream in(*m_stream, m_stream->buffer());
     try {
         ByteSource source(in);
         ValueDecoder values(source, VALUE_HEADER_LENGTH);

@@ -2,12 +2,12 @@
 
 #include "support/wire.h"
 #include "sys/exceptions.h"
+#include "sys/read_buffer.h"
 
 #include <algorithm>
 #include <cstddef>
 #include <istream>
 #include <sstream>
-#include <streambuf>
 #include <string>
 #include <utility>
 
@@ -28,7 +28,7 @@ inline Bytes bytesOf(const std::ostringstream &stream)
 /** Hands out bytes a few at a time, as a socket does, and counts how often it was asked for more after the
  *  last one: on a socket each of those would be a wait for ever. After a refill underflow() returns 0
  *  whatever byte arrived, which the library's own socket buffer does too. */
-class TrickleBuffer : public std::streambuf
+class TrickleBuffer : public ReadBuffer
 {
 public:
     TrickleBuffer(Bytes bytes, std::size_t step) : m_bytes(std::move(bytes)), m_step(step) {}
@@ -72,22 +72,20 @@ private:
 };
 
 /** Gives its bytes and then fails, as a socket that was reset does. */
-class ResetBuffer : public std::stringbuf
+class ResetBuffer : public ReadBuffer
 {
 public:
-    explicit ResetBuffer(const Bytes &bytes) : std::stringbuf(std::string(bytes.begin(), bytes.end())) {}
+    explicit ResetBuffer(Bytes bytes) : m_bytes(std::move(bytes))
+    {
+        char *const begin = reinterpret_cast<char *>(m_bytes.data());
+        setg(begin, begin, begin + m_bytes.size());
+    }
 
 protected:
-    int_type underflow() override
-    {
-        if (gptr() == egptr())
-            throw IOException("reset");
-        return std::stringbuf::underflow();
-    }
-    std::streamsize xsgetn(char *target, std::streamsize count) override
-    {
-        return std::streambuf::xsgetn(target, count);
-    }
+    int_type underflow() override { throw IOException("reset"); }
+
+private:
+    Bytes m_bytes;
 };
 
 /** Lets the failure out, as the socket's stream does. */
@@ -99,6 +97,8 @@ public:
         rdbuf(&m_buffer);
         exceptions(std::ios::badbit);
     }
+
+    ResetBuffer &buffer() { return m_buffer; }
 
 private:
     ResetBuffer m_buffer;

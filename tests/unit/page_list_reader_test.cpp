@@ -21,7 +21,7 @@ class Taken
 public:
     explicit Taken(const Bytes &bytes, std::size_t step = 4096) : m_stream(bytes, step)
     {
-        ProtocolInputStream in(m_stream);
+        ProtocolInputStream in(m_stream, m_stream.buffer());
         TextWindow window(&m_text);
         ValueText text(window);
         ByteSource source(in);

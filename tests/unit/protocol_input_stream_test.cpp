@@ -75,7 +75,7 @@ TEST(ProtocolInputStream, IntegersAreBigEndian)
 TEST(ProtocolInputStream, ResetSocketIsAtItsEnd)
 {
     ResetStream stream({0x2A});
-    ProtocolInputStream in(stream);
+    ProtocolInputStream in(stream, stream.buffer());
     EXPECT_FALSE(in.isAtEnd());
     EXPECT_EQ(in.readByte(), 0x2A);
     EXPECT_TRUE(in.isAtEnd());
@@ -228,7 +228,7 @@ TEST(ProtocolInputStream, SkipDiscardsBytes)
 TEST(ProtocolInputStream, SkipDoesNotLookAtTheByteBehind)
 {
     TrickleStream stream(Bytes(300, 0x41), 7);
-    ProtocolInputStream in(stream);
+    ProtocolInputStream in(stream, stream.buffer());
     in.skipBytes(300);
     EXPECT_EQ(stream.buffer().waits(), 0);
     EXPECT_FALSE(in.isBad());
@@ -257,7 +257,7 @@ TEST(ProtocolInputStream, SkippingBackwardsIsLoggedAndThrows)
 TEST(ProtocolInputStream, IsAtEndLeavesTheByteToBeRead)
 {
     TrickleStream stream({0x2A}, 1);
-    ProtocolInputStream in(stream);
+    ProtocolInputStream in(stream, stream.buffer());
     EXPECT_FALSE(in.isAtEnd());
     EXPECT_FALSE(in.isAtEnd());
     EXPECT_EQ(in.readByte(), 0x2A);

@@ -56,7 +56,7 @@ int depthOf(const Value &value)
 std::unique_ptr<Value> decodedTrickling(const Bytes &bytes)
 {
     TrickleStream stream(bytes, 4096);
-    ProtocolInputStream in(stream);
+    ProtocolInputStream in(stream, stream.buffer());
     return ValueFormatV1_0().decode(in);
 }
 
@@ -144,7 +144,7 @@ namespace {
 std::string ioTextOfReset(const Bytes &bytes)
 {
     ResetStream stream(bytes);
-    ProtocolInputStream in(stream);
+    ProtocolInputStream in(stream, stream.buffer());
     try {
         ValueFormatV1_0().decode(in);
     } catch (const IOException &exception) {
@@ -181,7 +181,7 @@ TEST(ValueDecoder, LengthsOfTwoGibibytesAndMoreAreRefusedUnread)
     for (const Bytes &bytes :
          {Bytes{0x07, 0x80, 0x00, 0x00, 0x00, 0x41}, Bytes{0x07, 0xFF, 0xFF, 0xFF, 0xFF, 0x41}}) {
         TrickleStream stream(bytes, 4096);
-        ProtocolInputStream in(stream);
+        ProtocolInputStream in(stream, stream.buffer());
         EXPECT_THROW(ValueFormatV1_0().decode(in), IOException);
         EXPECT_EQ(in.readByte(), 0x41);
     }
@@ -194,7 +194,7 @@ TEST(ValueDecoder, BinaryOverManyRefillsIsWhole)
     for (std::size_t i = 0; i < content.size(); ++i)
         content[i] = static_cast<std::uint8_t>(i * 7);
     TrickleStream stream(Bytes{0x07} + wire::bigEndian(content.size(), 4) + content + Bytes{0x2A}, 4096);
-    ProtocolInputStream in(stream);
+    ProtocolInputStream in(stream, stream.buffer());
     const auto value = ValueFormatV1_0().decode(in);
     EXPECT_TRUE(std::ranges::equal(value->bytesView(), content));
     EXPECT_EQ(in.readByte(), 0x2A);
@@ -232,7 +232,7 @@ TEST(ValueDecoder, SkippedHeaderBytesPayToo)
     for (int i = 0; i < 6; ++i)
         bytes = std::move(bytes) + Bytes{0x09} + header + Bytes{0xFF, 0xFF, 0x00} + header;
     TrickleStream stream(bytes, 4096);
-    ProtocolInputStream in(stream);
+    ProtocolInputStream in(stream, stream.buffer());
     EXPECT_EQ(ValueFormatV1_0(20001).decode(in)->getArray().size(), 6u);
 }
 

@@ -42,7 +42,7 @@ std::unique_ptr<Value> decoded(const Bytes &bytes, std::uint16_t headerLength = 
 std::unique_ptr<Value> decodedTrickling(const Bytes &bytes, std::size_t step)
 {
     TrickleStream stream(bytes, step);
-    ProtocolInputStream in(stream);
+    ProtocolInputStream in(stream, stream.buffer());
     return ValueFormatV1_0().decode(in);
 }
 
@@ -209,12 +209,12 @@ TEST_P(GoldenBytes, AreAllThatDecodingTakes)
 {
     for (std::size_t step = 1; step <= 4; ++step) {
         TrickleStream exact(GetParam().bytes, step);
-        ProtocolInputStream exactIn(exact);
+        ProtocolInputStream exactIn(exact, exact.buffer());
         ValueFormatV1_0().decode(exactIn);
         EXPECT_EQ(exact.buffer().waits(), 0);
 
         TrickleStream followed(GetParam().bytes + Bytes{0x2A, 0x2B}, step);
-        ProtocolInputStream followedIn(followed);
+        ProtocolInputStream followedIn(followed, followed.buffer());
         ValueFormatV1_0().decode(followedIn);
         EXPECT_EQ(followedIn.readShort(), 0x2A2B);
     }
@@ -537,7 +537,7 @@ TEST_P(ByteCount, ComesWithTheValueFromAStream)
 {
     for (const std::size_t step : {1u, 2u, 3u, 4u, 100u}) {
         TrickleStream stream(GetParam().bytes, step);
-        ProtocolInputStream in(stream);
+        ProtocolInputStream in(stream, stream.buffer());
         std::uint32_t count = 0;
         const auto value = ValueFormatV1_0().decodeAndCountBytes(in, &count);
         EXPECT_TRUE(sameTree(value.get(), decodeValue(GetParam().bytes).get()));
@@ -564,7 +564,7 @@ TEST(ValueFormat, CountIncludesALongerHeader)
     EXPECT_EQ(count, 4u);
 
     TrickleStream stream(bytes, 1);
-    ProtocolInputStream in(stream);
+    ProtocolInputStream in(stream, stream.buffer());
     count = 0;
     EXPECT_EQ(ValueFormatV1_0(3).decodeAndCountBytes(in, &count)->getByte(), 7);
     EXPECT_EQ(count, 4u);

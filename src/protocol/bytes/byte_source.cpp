@@ -2,38 +2,9 @@
 
 #include "sys/exceptions.h"
 
-#include <algorithm>
 #include <cstring>
-#include <limits>
-#include <streambuf>
 
 namespace zel {
-
-namespace {
-
-// The get area of any stream buffer: the standard shows it to derived classes only, which may take the
-// addresses of its members.
-struct GetArea : std::streambuf {
-    static const std::uint8_t *position(const std::streambuf &buffer)
-    {
-        return reinterpret_cast<const std::uint8_t *>((buffer.*(&GetArea::gptr))());
-    }
-    static const std::uint8_t *limit(const std::streambuf &buffer)
-    {
-        return reinterpret_cast<const std::uint8_t *>((buffer.*(&GetArea::egptr))());
-    }
-    static void advance(std::streambuf &buffer, std::size_t count)
-    {
-        constexpr std::size_t kLargestStep = std::numeric_limits<int>::max();
-        while (count > 0) {
-            const std::size_t step = std::min(count, kLargestStep);
-            (buffer.*(&GetArea::gbump))(static_cast<int>(step));
-            count -= step;
-        }
-    }
-};
-
-} // namespace
 
 // cppcheck-suppress uninitMemberVar ; m_scratch is written before it is read
 ByteSource::ByteSource(std::span<const std::uint8_t> memory) noexcept
@@ -50,11 +21,11 @@ ByteSource::ByteSource(ProtocolInputStream &stream) : m_stream(&stream)
 void ByteSource::attach()
 {
     // A stream that has failed gives nothing, whatever its buffer holds.
-    if (!m_stream->stream().good())
+    if (m_stream->buffer() == nullptr || !m_stream->stream().good())
         return;
-    const std::streambuf &buffer = *m_stream->stream().rdbuf();
-    m_begin = m_at = GetArea::position(buffer);
-    m_limit = GetArea::limit(buffer);
+    const std::span<const std::uint8_t> held = m_stream->buffer()->available();
+    m_begin = m_at = held.data();
+    m_limit = m_begin + held.size();
 }
 
 void ByteSource::detach() noexcept
@@ -62,7 +33,7 @@ void ByteSource::detach() noexcept
     if (m_stream == nullptr || m_begin == nullptr)
         return;
     const auto count = static_cast<std::size_t>(m_at - m_begin);
-    GetArea::advance(*m_stream->stream().rdbuf(), count);
+    m_stream->buffer()->consume(count);
     m_takenBefore += count;
     m_begin = m_at = m_limit = nullptr;
 }
@@ -78,7 +49,7 @@ const std::uint8_t *ByteSource::takeSlowly(std::uint32_t count)
 /** Waits for one byte at least, which is missing anyway. */
 bool ByteSource::refill()
 {
-    if (m_stream == nullptr || !m_stream->stream().good())
+    if (m_stream == nullptr || m_stream->buffer() == nullptr || !m_stream->stream().good())
         return false;
     detach();
     m_stream->stream().peek();

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "protocol/bytes/byte_array.h"
+#include "sys/read_buffer.h"
 
 #include <cstdint>
 #include <istream>
@@ -14,6 +15,11 @@ class ProtocolInputStream
 {
 public:
     explicit ProtocolInputStream(std::istream &stream) noexcept : m_stream(&stream) {}
+    /** A stream with this buffer, from which a ByteSource can take what it holds. */
+    ProtocolInputStream(std::istream &stream, ReadBuffer &buffer) noexcept
+        : m_stream(&stream), m_buffer(&buffer)
+    {
+    }
     virtual ~ProtocolInputStream() = default;
     ProtocolInputStream(const ProtocolInputStream &) = delete;
     ProtocolInputStream &operator=(const ProtocolInputStream &) = delete;
@@ -35,12 +41,15 @@ public:
 
     bool isBad() const { return m_stream->fail(); }
     std::istream &stream() const noexcept { return *m_stream; }
+    /** Null when the stream's buffer does not show what it holds. */
+    ReadBuffer *buffer() const noexcept { return m_buffer; }
 
     [[noreturn]] static void throwReadFailure(std::int32_t count);
     [[noreturn]] static void throwSkipFailure(std::int32_t count);
 
 private:
     std::istream *m_stream;
+    ReadBuffer *m_buffer = nullptr;
 };
 
 } // namespace zel
