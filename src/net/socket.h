@@ -4,6 +4,7 @@
 #include <bit>
 #include <cstddef>
 #include <cstdint>
+#include <span>
 #include <string>
 
 /** TCP sockets, with the same functions on both platforms. Errors have Winsock's numbers on both. Every call
@@ -71,6 +72,10 @@ void setNoDelay(SocketHandle socket) noexcept;
 int send(SocketHandle socket, const void *data, std::size_t length) noexcept;
 /** Returns the number of bytes received, 0 when the peer closed the connection, or kSocketError. */
 int recv(SocketHandle socket, void *data, std::size_t length) noexcept;
+/** Receives a text up to its NUL, byte by byte, so that no byte of the next text is taken. Of a text that
+ * does not fit the buffer the rest is dropped. Returns the length with the NUL, 0 when the peer closed the
+ *  connection before, or kSocketError. */
+int recvText(SocketHandle socket, std::span<char> buffer) noexcept;
 /** Also wakes other threads that are blocked in a call on the socket, even where the platform's own shutdown
  *  does not. */
 int shutdown(SocketHandle socket, ShutdownDirection direction) noexcept;

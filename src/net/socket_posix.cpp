@@ -1,3 +1,4 @@
+#include "net/receive_text.h"
 #include "net/socket.h"
 
 #include <algorithm>
@@ -225,6 +226,15 @@ int recv(SocketHandle socket, void *data, std::size_t length) noexcept
     const std::size_t count = std::min<std::size_t>(length, INT_MAX);
     const auto received = ::recv(socket, data, count, 0);
     return received < 0 && errno == EINTR ? recv(socket, data, length) : static_cast<int>(received);
+}
+
+int recvText(SocketHandle socket, std::span<char> buffer) noexcept
+{
+    if (refused(socket))
+        return kSocketError;
+    return receiveText(buffer, [socket](char *byte) {
+        return static_cast<int>(repeatedWhenInterrupted([&] { return ::recv(socket, byte, 1, 0); }));
+    });
 }
 
 int shutdown(SocketHandle socket, ShutdownDirection direction) noexcept

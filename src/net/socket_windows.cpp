@@ -1,3 +1,4 @@
+#include "net/receive_text.h"
 #include "net/socket.h"
 
 #include "sys/log.h"
@@ -158,6 +159,13 @@ int recv(SocketHandle socket, void *data, std::size_t length) noexcept
     if (refused(socket))
         return kSocketError;
     return ::recv(native(socket), static_cast<char *>(data), clamped(length), 0);
+}
+
+int recvText(SocketHandle socket, std::span<char> buffer) noexcept
+{
+    if (refused(socket))
+        return kSocketError;
+    return receiveText(buffer, [socket](char *byte) { return ::recv(native(socket), byte, 1, 0); });
 }
 
 int shutdown(SocketHandle socket, ShutdownDirection direction) noexcept

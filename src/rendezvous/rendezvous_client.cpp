@@ -177,22 +177,13 @@ RendezvousEvent RendezvousClient::waitForRendezvousEvent()
 
 RendezvousClient::Received RendezvousClient::receiveMessage()
 {
-    std::size_t length = 0;
-    for (;;) {
-        // Read one byte at a time, so that no byte of the next message is consumed.
-        char &byte = m_buffer[length];
-        const int received = net::recv(m_socket.get(), &byte, 1);
-        if (received == 0)
-            return Received::Closed;
-        if (received == net::kSocketError)
-            return Received::Failed;
-        if (byte == '\0') {
-            m_message = {m_buffer, length};
-            return Received::Message;
-        }
-        if (length < kLongestMessage)
-            ++length;
-    }
+    const int received = net::recvText(m_socket.get(), m_buffer);
+    if (received == 0)
+        return Received::Closed;
+    if (received == net::kSocketError)
+        return Received::Failed;
+    m_message = {m_buffer, static_cast<std::size_t>(received) - 1};
+    return Received::Message;
 }
 
 void RendezvousClient::disconnectFromRendezvousServer()

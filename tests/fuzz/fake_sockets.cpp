@@ -1,5 +1,6 @@
 #include "fuzz/fake_sockets.h"
 
+#include "net/receive_text.h"
 #include "net/socket.h"
 
 #include <algorithm>
@@ -163,6 +164,13 @@ int recv(SocketHandle socket, void *data, std::size_t length) noexcept
     if (socket == kNoSocket)
         return fuzz::fail(kErrorNotSocket);
     return s_peer->receive(static_cast<char *>(data), length);
+}
+
+int recvText(SocketHandle socket, std::span<char> buffer) noexcept
+{
+    if (socket == kNoSocket)
+        return fuzz::fail(kErrorNotSocket);
+    return receiveText(buffer, [](char *byte) { return s_peer->receive(byte, 1); });
 }
 
 int shutdown(SocketHandle socket, ShutdownDirection) noexcept

@@ -53,6 +53,8 @@ TEST(Socket, EveryCallOnNoSocketFailsAsNotASocket)
     EXPECT_EQ(net::lastError(), 10038);
     EXPECT_EQ(net::recv(net::kNoSocket, &byte, 1), net::kSocketError);
     EXPECT_EQ(net::lastError(), 10038);
+    EXPECT_EQ(net::recvText(net::kNoSocket, {&byte, 1}), net::kSocketError);
+    EXPECT_EQ(net::lastError(), 10038);
     EXPECT_EQ(net::shutdown(net::kNoSocket, net::ShutdownDirection::Both), net::kSocketError);
     EXPECT_EQ(net::lastError(), 10038);
     EXPECT_EQ(net::close(net::kNoSocket), net::kSocketError);
@@ -202,6 +204,46 @@ TEST(Socket, SendToPeerThatWentAwayFailsWithoutASignal)
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
     }
     EXPECT_TRUE(error == net::kErrorConnectionReset || error == net::kErrorConnectionAborted) << error;
+}
+
+TEST(Socket, TextIsReceivedUpToItsNulAndNoFurther)
+{
+    const auto [client, server] = loopback::connectedPair();
+    loopback::sendAll(server, std::string_view("first\0\0next", 11));
+    char buffer[16] = {};
+    EXPECT_EQ(net::recvText(client.get(), buffer), 6);
+    EXPECT_STREQ(buffer, "first");
+    EXPECT_EQ(net::recvText(client.get(), buffer), 1);
+    EXPECT_STREQ(buffer, "");
+    EXPECT_EQ(loopback::receiveExactly(client, 4), "next");
+}
+
+TEST(Socket, RestOfATextThatDoesNotFitIsDropped)
+{
+    const auto [client, server] = loopback::connectedPair();
+    loopback::sendAll(server, std::string_view("1234\0"
+                                               "12345\0"
+                                               "123456789\0"
+                                               "next",
+                                               25));
+    char buffer[6] = "?????";
+    const std::span<char> room(buffer, 5);
+    EXPECT_EQ(net::recvText(client.get(), room), 5);
+    EXPECT_STREQ(buffer, "1234");
+    EXPECT_EQ(net::recvText(client.get(), room), 5);
+    EXPECT_STREQ(buffer, "1234");
+    EXPECT_EQ(net::recvText(client.get(), room), 5);
+    EXPECT_STREQ(buffer, "1234");
+    EXPECT_EQ(loopback::receiveExactly(client, 4), "next");
+}
+
+TEST(Socket, EndOfTheConnectionWithinATextReadsAsZero)
+{
+    auto [client, server] = loopback::connectedPair();
+    loopback::sendAll(server, "half");
+    server.reset();
+    char buffer[16] = {};
+    EXPECT_EQ(net::recvText(client.get(), buffer), 0);
 }
 
 TEST(Socket, ShutdownWakesPendingReceive)
