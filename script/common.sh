@@ -53,6 +53,13 @@ enter_own_network() {
     need_rendezvous_port
 }
 
+# What several builds compile alike, such as those of the packages, is compiled once.
+share_compilations() {
+    [ -z "${CMAKE_CXX_COMPILER_LAUNCHER:-}" ] || return 0
+    export CMAKE_C_COMPILER_LAUNCHER=ccache CMAKE_CXX_COMPILER_LAUNCHER=ccache CCACHE_DIR=$root/build/ccache \
+        CCACHE_BASEDIR=$root CCACHE_NOHASHDIR=1 CCACHE_DEPEND=1 CCACHE_SLOPPINESS=pch_defines,time_macros
+}
+
 configure() { cmake --preset "$1" -DZEL_UNITY=ON; }
 
 # build PRESET [TARGET...]

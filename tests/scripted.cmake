@@ -9,10 +9,10 @@ if(NOT PROJECT_BINARY_DIR STREQUAL ${PROJECT_SOURCE_DIR}/build/${PRESET})
 endif()
 
 zel_add_check(package PORT WINE LABELS slow COMMAND tests/install/package.sh ${PRESET} ${WINE})
+zel_add_check(abi PORT WINE COMMAND tests/abi/check.sh ${PRESET} ${WINE})
 zel_add_check(soak PORT WINE LABELS slow COMMAND ${WINE} $<TARGET_FILE:zel_soak> --minutes 0.1)
 
 if(NOT WIN32)
-    zel_add_check(abi PORT COMMAND tests/abi/check.sh)
     zel_add_check(completion COMMAND tests/packages/completion.sh ${PROJECT_BINARY_DIR}/bin)
     zel_add_check(in_tree LABELS slow SECONDS 900 COMMAND tests/install/in_tree.sh)
     zel_add_check(package_refusals LABELS slow COMMAND tests/packages/refusals.sh)
@@ -29,6 +29,9 @@ if(WIN32)
     zel_add_check(desk PORT WINE SECONDS 900 COMMAND ${PYTEST} -c tests/desk/pytest.ini tests/desk/test_http.py)
     set_tests_properties(desk PROPERTIES
         ENVIRONMENT "ZEL_PENSIM=${WINE} ${PROJECT_BINARY_DIR}/bin/pensim.exe")
+    # Makes the packages of both platforms, so it begins before the others do.
+    zel_add_check(packages PORT WINE LABELS both slow SECONDS 1800 COMMAND tests/packages/packages.sh ${WINE})
+    set_tests_properties(packages PROPERTIES COST 1000)
     zel_add_check(libraries LABELS both COMMAND tests/checks/libraries.sh)
     zel_add_check(system_calls LABELS both COMMAND tests/checks/system_calls.sh)
     return()

@@ -10,6 +10,7 @@
 #include <zel/zel.hpp>
 
 #include "failure.h"
+#include "penctl_pens.h"
 #include "ui/interrupt.h"
 #include "ui/output.h"
 #include "ui/printable.h"

@@ -115,27 +115,46 @@ def test_a_missing_tool_is_told(tmp_path):
     assert not folder.exists() and [path.name for path in tmp_path.iterdir()] == ["python"]
 
 
+def on_small_disk(place, script, *words):
+    """What a shell says there, where a file system is mounted that a site does not fit on."""
+    unshare = ["unshare", "--mount"] + ([] if os.geteuid() == 0 else ["--map-root-user"])
+    if subprocess.run([*unshare, "true"], capture_output=True).returncode != 0:
+        pytest.skip("no mount namespace to be had")
+    place.mkdir()
+    return subprocess.run([*unshare, "sh", "-c", 'mount -t tmpfs -o size=300k none "$1" && ' + script, "sh", place, *words],
+                          capture_output=True, text=True, timeout=200)
+
+
 def test_a_full_disk_is_told_and_leaves_nothing(tmp_path):
     """A site that is there stays."""
-    script = ('mount -t tmpfs -o size=300k none "$1" && mkdir "$1/html" && touch "$1/html/objects.inv" && '
-              '"$2" "$1/html"; code=$?; ls -A "$1" "$1/html" >"$3"; exit $code')
-    words = ["unshare", "--mount"] + ([] if os.geteuid() == 0 else ["--map-root-user"])
-    if subprocess.run([*words, "true"], capture_output=True).returncode != 0:
-        pytest.skip("no mount namespace to be had")
-    (tmp_path / "disk").mkdir()
-    done = subprocess.run([*words, "sh", "-c", script, "sh", tmp_path / "disk", ROOT / "script" / "docs", tmp_path / "left"],
-                          capture_output=True, text=True, timeout=200)
+    done = on_small_disk(tmp_path / "disk",
+                         'mkdir "$1/html" && touch "$1/html/objects.inv" && '
+                         '"$2" "$1/html"; code=$?; ls -A "$1" "$1/html" >"$3"; exit $code',
+                         ROOT / "script" / "docs", tmp_path / "left")
     assert "no space left" in one_line(done)
     assert (tmp_path / "left").read_text().split() == [f"{tmp_path}/disk:", "html", f"{tmp_path}/disk/html:", "objects.inv"]
 
 
-def test_a_document_with_a_broken_link_is_told(tmp_path):
-    """The whole tree, but for one word."""
-    tree = tmp_path / "tree"
+@pytest.fixture
+def tree(tmp_path):
+    """A copy of all that the site is made from."""
+    copy = tmp_path / "tree"
     for file in subprocess.run(["git", "ls-files"], cwd=ROOT, capture_output=True, text=True, check=True).stdout.split("\n"):
         if re.match(r"(docs|include|examples|bindings|script|apps/pensim|tests/data/page_data/README|[A-Z])", file):
-            (tree / file).parent.mkdir(parents=True, exist_ok=True)
-            shutil.copy(ROOT / file, tree / file)
+            (copy / file).parent.mkdir(parents=True, exist_ok=True)
+            shutil.copy(ROOT / file, copy / file)
+    return copy
+
+
+def test_a_full_disk_is_told_where_the_log_is_on_it_too(tree, tmp_path):
+    done = on_small_disk(tree / "build", '"$2"; code=$?; ls -A "$1/docs" >"$3"; exit $code',
+                         tree / "script" / "docs", tmp_path / "left")
+    assert "no space left" in one_line(done)
+    assert (tmp_path / "left").read_text() == ""
+
+
+def test_a_document_with_a_broken_link_is_told(tree):
+    """The whole tree, but for one word."""
     page = tree / "docs" / "goals.md"
     page.write_text(page.read_text(encoding="utf-8") + "\n[a page that is not there](nowhere.md)\n", encoding="utf-8")
     done = subprocess.run([tree / "script" / "docs"], capture_output=True, text=True, timeout=200)

@@ -4,6 +4,7 @@ source "$(dirname "$0")/../../script/common.sh"
 
 tar=$root/build/base-root.tar
 [ ! -e "$tar" ] || exit 0
-mmdebstrap --quiet --variant=essential --include=libstdc++6,libgcc-s1 bookworm "$tar.new.tar" >"$logs/base-root.log" 2>&1 ||
+system=$(. /etc/os-release && say "$VERSION_CODENAME") # of which the packages' libraries are
+mmdebstrap --quiet --variant=essential --include=libstdc++6,libgcc-s1 "$system" "$tar.new.tar" >"$logs/base-root.log" 2>&1 ||
     die "No fresh Debian system could be fetched. Whole log: $logs/base-root.log"
 mv "$tar.new.tar" "$tar"

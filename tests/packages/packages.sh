@@ -13,37 +13,45 @@ packages=$root/build/packages
 linux=$scratch/linux/moved
 windows="$scratch/Zwei Stifte für Jürg/zel" # a blank and an umlaut
 debian=$scratch/debian
-pensim=
 pen=AKZ-AQ7-APS-AC # of the built-in scenario
+# By a file: "expect" runs what it tries in a shell of its own.
 end_pensim() {
-    [ -z "$pensim" ] || { kill "$pensim" && wait "$pensim"; } 2>/dev/null
-    pensim=
+    local pid
+    pid=$(cat "$scratch/pensim.pid" 2>/dev/null) || return
+    kill "$pid" 2>/dev/null
+    while kill -0 "$pid" 2>/dev/null; do sleep 0.1; done
+    rm -f "$scratch/pensim.pid" "$scratch/ready"
 }
 trap 'end_pensim; rm -rf "$scratch"' EXIT
 export LC_ALL=C.UTF-8
+export CMAKE_BUILD_PARALLEL_LEVEL=${CMAKE_BUILD_PARALLEL_LEVEL:-1} # other tests run beside this one
 
 # alone COMMAND...: with nothing in the environment that could help.
 alone() { env -i PATH=/usr/bin:/bin HOME="$scratch" LC_ALL=C.UTF-8 "$@"; }
 
-# --- made, and made again
+# --- made
 
-made() { script/package --dirty && cp "$packages/SHA256SUMS" "$scratch/first"; }
-# Once more, into a folder on a file system of its own that is too small: one line, and the folder as it was. What was
-# made by then is compared.
-into_full_folder() {
-    rm -rf build/package && mkdir "$scratch/small" || return
-    unshare --mount --map-root-user sh -c 'mount -t tmpfs -o size=64k zel "$1" && echo kept >"$1/kept" && {
-        ! script/package --dirty --output "$1" >"$2" 2>&1 && [ "$(ls -A "$1")" = kept ]
-    }' sh "$scratch/small" "$scratch/said" && grep 'no space left' "$scratch/said" && [ "$(wc -l <"$scratch/said")" = 1 ] ||
-        { cat "$scratch/said"; false; }
+# A product's, with values of its own, into a folder on a file system that is full by the time they are there: one line, and
+# the folder as it was. What was made until then is in build/package/results.
+digits=00112233445566778899aabbccddeeff00112233445566778899aabbccddeeff
+into_filling_folder() {
+    mkdir "$scratch/small" "$scratch/product" && echo '0x4242 0x1717' >"$scratch/table" && rm -rf build/package/results || return
+    unshare --mount --map-root-user sh -c 'mount -t tmpfs -o size=64m zel "$1/small" && echo kept >"$1/small/kept" || exit
+        { until ls build/package/results/*.deb >"$1/debs" 2>&1; do sleep 0.1; done; head -c 64M /dev/zero >"$1/small/kept2" 2>&1; } &
+        ! script/package --dirty --output "$1/small" --usb-table "$1/table" --chaining-value "$2" >"$1/said" 2>&1
+        status=$?; kill $! 2>/dev/null
+        [ $status = 0 ] && [ "$(ls -A "$1/small" | tr "\n" " ")" = "kept kept2 " ]
+    ' sh "$scratch" "$digits" && grep 'no space left' "$scratch/said" && [ "$(wc -l <"$scratch/said")" = 1 ] &&
+        cp build/package/results/* "$scratch/product" || { cat "$scratch/said"; false; }
 }
-made_again() { (cd build/package/results && sha256sum --check --strict "$scratch/first"); }
+made() { script/package --dirty && cp "$packages/SHA256SUMS" "$scratch/first"; }
+made_again() { script/package --dirty && diff "$scratch/first" "$packages/SHA256SUMS"; }
 sums() { (cd "$packages" && sha256sum --check --strict SHA256SUMS); }
 expect "script/package makes the packages" made
 [ "$bad_cases" = 0 ] || exit 1
-expect "a folder that is full keeps what it held" into_full_folder
-expect "the same tree gives the same bytes" made_again
 expect "SHA256SUMS is right" sums
+expect "a folder that fills up keeps what it held" into_filling_folder
+expect "the same tree gives the same bytes" made_again
 
 version=$(sed -n 's/^project(zel VERSION \([0-9.]*\) .*/\1/p' CMakeLists.txt)
 [ -z "$(git status --porcelain)" ] || version+=+dirty
@@ -78,10 +86,10 @@ expect "the Linux archive names nobody of this machine" owned_by_root "$linux_x6
 unpack_linux() { mkdir -p "$linux" && tar -xf "$linux_x64.tar.gz" -C "$linux" --strip-components=1; }
 start_pensim() {
     "$@" --ready-file "$scratch/ready" </dev/null >"$scratch/pensim.log" 2>&1 &
-    pensim=$!
+    echo $! >"$scratch/pensim.pid"
     for _ in {1..300}; do
         [ -e "$scratch/ready" ] && return
-        kill -0 "$pensim" || break
+        kill -0 $! || break
         sleep 0.1
     done
     cat "$scratch/pensim.log"
@@ -123,6 +131,62 @@ expect "Linux: penctl says that it has stand-ins" has 'stand-in for the chaining
 expect "Linux: the README says it too" has 'stand-in for the chaining value and USB table' cat "$linux/README.txt"
 expect "Linux: the debug archive gives GDB the lines" lines_known
 
+# Compiled a second time, in another folder: by script/test.
+compiled_elsewhere() {
+    local preset=$1 unpacked=$2 file
+    grep -q '^ZEL_UNITY:BOOL=ON$' "build/$preset/CMakeCache.txt" || { echo "build/$preset was not configured as script/test does"; return 1; }
+    cmake --install "build/$preset" --prefix "$scratch/elsewhere" >"$scratch/install.log" && shift 2 || return
+    for file in "$@"; do cmp "$scratch/elsewhere/$file" "$unpacked/$file" || return; done
+    rm -r "$scratch/elsewhere"
+}
+expect "Linux: what was compiled twice is the same" compiled_elsewhere native "$linux" "lib/libzel.so.$version_numbers" bin/penctl bin/pensim
+
+# The version stands in all of it.
+expect "Linux: pkg-config tells the version" same "$(PKG_CONFIG_LIBDIR=$linux/lib/pkgconfig pkg-config --modversion zel)" "$version_numbers"
+bill_version() { python3 -c 'import json, sys; print(json.load(sys.stdin)["metadata"]["component"]["version"])' <"$1"; }
+expect "Linux: the bill of materials tells the version" same "$(bill_version "$linux/sbom.cdx.json")" "$version"
+expect "Linux: the README tells the version and the commit" has "zel $version for Linux" cat "$linux/README.txt"
+expect "Linux: the README tells the commit" has "Made from commit $(git rev-parse HEAD)\\." cat "$linux/README.txt"
+expect "Linux: the start page says that there are stand-ins" has 'stand-ins' cat "$linux/doc/index.html"
+for deb in libzel1 libzel-dev zel-tools; do
+    expect "$deb tells the version" same "$(dpkg-deb -f "$packages/${deb}_$version-1_amd64.deb" Version)" "$version-1"
+done
+
+# --- a product's: what was configured is built in, seen from outside
+
+# Its pen announces the ids of the table, and starts its password's digest from the value.
+cat >"$scratch/product.json" <<END
+{ "pens": [ { "id": "0x22", "software_version": "0x0601", "vendor_id": "0x4242", "product_id": "0x1717",
+    "password": "geheim", "chaining_value": "$digits" } ] }
+END
+unlocks() { echo geheim | "$@" unlock --password-file -; }
+ends_with() {
+    local code=$1
+    shift
+    "$@"
+    [ $? = "$code" ]
+}
+unpack_product() {
+    mkdir -p "$scratch/product/linux" "$scratch/product/windows" &&
+        tar -xf "$scratch/product/zel-$version-linux-x64.tar.gz" -C "$scratch/product/linux" --strip-components=1 &&
+        unzip -q "$scratch/product/zel-$version-win64.zip" -d "$scratch/product/zip" && mv "$scratch/product/zip"/*/* "$scratch/product/windows"
+}
+product_text="Built with a product's chaining value and USB table."
+product_penctl=$scratch/product/linux/bin/penctl
+expect "product: its archives unpack" unpack_product
+expect "product: penctl tells it" has "^$product_text" alone "$product_penctl" --version
+expect "product: so do the READMEs" has "^$product_text" cat "$scratch/product/linux/README.txt"
+expect "product: nothing in the READMEs speaks of stand-ins" has_not 'stand-in' cat "$scratch/product"/{linux,windows}/README.txt
+expect "product: its pen is there" start_pensim alone "$linux/bin/pensim" --scenario "$scratch/product.json"
+expect "product: its pen connects, and unlocks by the password" unlocks alone "$product_penctl"
+expect "without its values the pen is unknown" ends_with 10 unlocks alone "$linux/bin/penctl"
+end_pensim
+sed -i 's/"0x4242"/0/; s/"0x1717"/0/' "$scratch/product.json"
+expect "product: its pen announces no ids" start_pensim alone "$linux/bin/pensim" --scenario "$scratch/product.json"
+expect "product: it unlocks by the password" unlocks alone "$product_penctl"
+expect "without its value the password is wrong" ends_with 1 unlocks alone "$linux/bin/penctl"
+end_pensim
+
 # --- the bill of materials: typed from what the sources include and the toolchain links statically
 
 components() { python3 -c 'import json, sys; print(*(one["name"] for one in json.load(sys.stdin)["components"]), sep="\n")' <"$1"; }
@@ -152,6 +216,10 @@ expect "Windows: the bill of materials" same "$(components "$windows/sbom.cdx.js
 expect "Windows: its versions" versions_right "$windows/sbom.cdx.json"
 expect "Windows: a host links zel.lib by lld-link" compiled_for_microsoft
 expect "Windows: a host links libzel.dll.a by MinGW" by_mingw
+expect "Windows: what was compiled twice is the same" compiled_elsewhere windows "$windows" bin/zel.dll bin/penctl.exe bin/pensim.exe
+expect "Windows: the README tells the version" has "zel $version for Windows" cat "$windows/README.txt"
+expect "Windows: the README says that there are stand-ins" has 'stand-in for the chaining value and USB table' cat "$windows/README.txt"
+expect "Windows: lines of what is opened there end as there" same "$(grep -L $'\r$' "$windows"/{README.txt,try.cmd})" ''
 expect "Windows: hosts by find_package" cmake_host "$scratch/mingw-hosts" "-Dzel_DIR=$windows/lib/cmake/zel" \
     --toolchain "$root/cmake/toolchain-mingw64.cmake"
 if [ ${#wine[@]} != 0 ]; then
@@ -162,13 +230,16 @@ if [ ${#wine[@]} != 0 ]; then
     expect "Windows: penctl.exe says that it has stand-ins" has 'stand-in for' "${wine[@]}" "$windows/bin/penctl.exe" --version
     cp "$scratch/mingw-hosts/cpp17_host.exe" "$windows/bin"
     expect "Windows: a C++ host runs" timeout 60 "${wine[@]}" "$windows/bin/cpp17_host.exe"
-    rm -f "$scratch/ready"
     expect "Windows: pensim.exe starts" start_pensim "${wine[@]}" "$windows/bin/pensim.exe"
     expect "Windows: penctl.exe lists pens" has '[A-Z0-9]{3}-[A-Z0-9]{3}-' "${wine[@]}" "$windows/bin/penctl.exe" list
-    (cd "$windows/bin" && expect "Windows: penctl.exe fetches pages" timeout 60 "${wine[@]}" penctl.exe fetch "$pen" -o pages.zel)
+    expect "Windows: penctl.exe fetches pages" fetched timeout 60 "${wine[@]}" "$windows/bin/penctl.exe"
     end_pensim
     expect "Windows: try.cmd starts pensim and lists its pens" has '[A-Z0-9]{3}-[A-Z0-9]{3}-' tried
-    "$(command -v wineserver || echo /usr/lib/wine/wineserver)" --kill || true
+    timeout 60 "${wine[@]}" taskkill /f /im pensim.exe >"$scratch/taskkill.log" 2>&1
+    expect "product, Windows: penctl.exe tells it" has "^$product_text" "${wine[@]}" "$scratch/product/windows/bin/penctl.exe" --version
+    expect "product, Windows: its pen is there" start_pensim alone "$linux/bin/pensim" --scenario "$scratch/product.json"
+    expect "product, Windows: it unlocks by the password" unlocks timeout 60 "${wine[@]}" "$scratch/product/windows/bin/penctl.exe"
+    end_pensim
 fi
 
 # --- Python and .NET

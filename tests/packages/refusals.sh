@@ -38,6 +38,11 @@ without() {
     PATH=$scratch/path "$@"
 }
 
+# on_full FOLDER SIZE COMMAND...: with a file system of that size there. Needs unshare, as tests/run does.
+on_full() {
+    unshare --mount --map-root-user sh -c 'folder=$1 size=$2 && shift 2 && mount -t tmpfs -o "size=$size" zel "$folder" && "$@"' sh "$@"
+}
+
 expect "an option that is none" refused "does not know --fast" package --fast
 expect "an option without its value" refused "--usb-table needs a value" package --usb-table
 expect "a USB table that is not there" refused "--usb-table names '$scratch/none', which is no file" package --usb-table "$scratch/none"
@@ -52,7 +57,17 @@ expect "a tree with a change" refused "changes that are not committed" with_chan
 : >"$scratch/file"
 expect "an output folder that is a file" refused "cannot be written to" script/package --dirty --output "$scratch/file"
 expect "an output folder that takes nothing" refused "cannot be written to" script/package --dirty --output /proc/packages
+expect "a tree that is no repository" refused "is no git repository" env GIT_DIR=/nowhere script/package --output "$scratch/out"
 expect "a tool that is missing" refused "needs lintian" without lintian package
+expect "git is missing" refused "needs git" without git package
+expect "a tool for a value is missing" refused "needs cmake" without cmake package --chaining-value "$digits"
+printf '#!/bin/sh\nexec /usr/bin/python3 -S "$@"\n' >"$scratch/python" && chmod +x "$scratch/python"
+expect "the generator of the documents is missing" refused "Sphinx or what it needs is missing" env PYTHON="$scratch/python" script/package --dirty --output "$scratch/out"
+mkdir -p "$scratch/small" "$scratch/out" "$copy/build"
+expect "an output folder that is full" refused "no space left in $scratch/small" on_full "$scratch/small" 1m script/package --dirty --output "$scratch/small"
+clean_copy() { rm "$copy/left" && git -C "$copy" status --porcelain | diff /dev/null -; }
+expect "the copy is clean again" clean_copy
+expect "a build folder that is full" refused "no space left" on_full "$copy/build" 2m env -C "$copy" script/package --output "$scratch/out"
 no_lock_taken() { exec {lock}>build/package/lock && flock -n "$lock" && package; }
 mkdir -p build/package
 expect "a second run at the same time" refused "Another script/package" no_lock_taken
