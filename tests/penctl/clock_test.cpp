@@ -1,4 +1,4 @@
-#include "ui/units.h"
+#include "ui/text.h"
 
 #include <gtest/gtest.h>
 

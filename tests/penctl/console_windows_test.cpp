@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "files/file_system.h"
+#include "files/files.h"
 #include "ui/terminal.h"
 
 namespace penctl {

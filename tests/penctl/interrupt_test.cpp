@@ -6,7 +6,7 @@
 
 #include <gtest/gtest.h>
 
-#include "files/whole_file.h"
+#include "files/files.h"
 
 namespace penctl {
 namespace {

@@ -1,9 +1,8 @@
 #include <gtest/gtest.h>
 
-#include "ui/printable.h"
 #include "ui/progress.h"
 #include "ui/table.h"
-#include "ui/units.h"
+#include "ui/text.h"
 
 namespace penctl {
 namespace {

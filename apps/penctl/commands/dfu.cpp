@@ -1,42 +1,21 @@
-#include "program.h"
+#include "commands/command.h"
 
 #include <atomic>
 #include <chrono>
 #include <future>
-#include <memory>
 #include <thread>
-#include <utility>
 
-#include <fmt/format.h>
 #include <zel/firmware.hpp>
 
-#include "commands/options.h"
-#include "failure.h"
-#include "files/file_system.h"
-#include "files/whole_file.h"
-#include "pen/answer.h"
-#include "pen/pens.h"
+#include "files/files.h"
 #include "ui/interrupt.h"
-#include "ui/printable.h"
 #include "ui/progress.h"
-#include "ui/table.h"
-#include "ui/units.h"
 
 namespace penctl {
 
 namespace {
 
 constexpr std::size_t kLongestImage = 1024u * 1024 * 1024;
-
-struct DfuOptions {
-    PenChoice choice;
-    std::string image;
-    bool boot = false;
-    bool yes = false;
-    bool json = false;
-};
-
-using SharedDfuOptions = std::shared_ptr<DfuOptions>;
 
 zelpp::DfuLibrary startLibrary()
 {
@@ -48,10 +27,10 @@ Json dfuPenJson(const zelpp::PenInfo &pen)
     return {{"serial", pen.serial}, {"penId", penIdText(pen.penId)}};
 }
 
-void listDfuPens(const DfuOptions &options)
+void listDfuPens(const Question &question)
 {
     const zelpp::DfuLibrary library = startLibrary();
-    const std::vector<zelpp::PenInfo> pens = findPens(library, options.choice);
+    const std::vector<zelpp::PenInfo> pens = findPens(library, question.choice);
     Json list = Json::array();
     Table table({{"SERIAL"}, {"PEN ID"}, {"MODE"}});
     for (const zelpp::PenInfo &pen : pens) {
@@ -60,11 +39,11 @@ void listDfuPens(const DfuOptions &options)
         table.addRow({printable(pen.serial), penIdText(pen.penId),
                       pen.firmwareUpgrade ? "firmware upgrade" : "ordinary"});
     }
-    if (options.json)
+    if (question.json)
         printJson({{"pens", list}});
     if (pens.empty())
-        failWithoutPens(options.choice);
-    if (!options.json)
+        failWithoutPens(question.choice);
+    if (!question.json)
         print(table.text(coloursOn(Stream::Output)));
 }
 
@@ -96,12 +75,12 @@ struct DfuSession {
     zelpp::DfuPen pen;
 };
 
-void showStatus(const DfuOptions &options)
+void showStatus(const Question &question)
 {
-    const DfuSession session(options.choice);
+    const DfuSession session(question.choice);
     const zelpp::DfuStatus status =
         check(session.pen.tryStatus(), "cannot read the status", "the pen gave no status record");
-    if (!options.json)
+    if (!question.json)
         return print(fmt::format("state         {}\nstatus        {}: {}\npoll timeout  {} ms\n",
                                  dfuStateName(status.state), status.status,
                                  zelpp::dfuStatusText(status.status), status.pollTimeout.count()));
@@ -113,13 +92,13 @@ void showStatus(const DfuOptions &options)
     printJson(json);
 }
 
-void showDescriptor(const DfuOptions &options)
+void showDescriptor(const Question &question)
 {
-    const DfuSession session(options.choice);
+    const DfuSession session(question.choice);
     const zelpp::DfuDescriptor descriptor = check(session.pen.tryDescriptor(), "cannot read the descriptor",
                                                   "the pen gave no functional descriptor");
     const auto yesNo = [](bool flag) { return flag ? "yes" : "no"; };
-    if (!options.json)
+    if (!question.json)
         return print(fmt::format("takes images              {}\ngives images              {}\n"
                                  "answers after manifesting {}\ndetach timeout            {} ms\n"
                                  "transfer size             {} bytes\n",
@@ -217,7 +196,13 @@ void checkDownload(const zelpp::Result<void> &result)
     throw Failure(static_cast<int>(code), fmt::format("{} ({})", error.detail(), code));
 }
 
-void downloadImage(const DfuOptions &options)
+struct DownloadOptions {
+    PenChoice choice;
+    std::string image;
+    bool yes = false;
+};
+
+void downloadImage(const DownloadOptions &options)
 {
     const std::vector<uint8_t> image = readWholeFile(options.image, kLongestImage);
     if (image.empty())
@@ -250,36 +235,30 @@ constexpr Request kDetach = {"detach", "Let the pen change between its firmware 
 constexpr Request kDetachBoot = {"detach", "", &zelpp::DfuPen::tryDetachToBootLoader,
                                  "cannot detach to the boot loader", "detached"};
 
-void tell(const DfuOptions &options, const Request &request)
+void tell(const PenChoice &choice, const Request &request)
 {
-    DfuSession session(options.choice);
+    DfuSession session(choice);
     check((session.pen.*request.send)(), request.failure, "the pen did not answer");
     print(fmt::format("pen {}: {}\n", session.serial(), request.done));
 }
 
-void addQuestion(CLI::App &dfu, const char *name, const char *help, const SharedDfuOptions &options,
-                 void (*ask)(const DfuOptions &))
+struct DetachOptions {
+    PenChoice choice;
+    bool boot = false;
+};
+
+void detach(const DetachOptions &options)
 {
-    CLI::App &command = addCommand(dfu, name, help, [options, ask] { ask(*options); });
-    addPen(command, options->choice);
-    addJson(command, options->json);
+    tell(options.choice, options.boot ? kDetachBoot : kDetach);
 }
 
-void addDownload(CLI::App &dfu, const SharedDfuOptions &options)
+void addDownload(CLI::App &dfu)
 {
-    CLI::App &command =
-        addCommand(dfu, "download", "Send a firmware image to a pen", [options] { downloadImage(*options); });
-    addPenBeforeOthers(command, options->choice);
-    addText(command, "IMAGE", options->image, "", "The file that holds the image", Need::Required);
-    addYes(command, options->yes);
-}
-
-void addDetach(CLI::App &dfu, const SharedDfuOptions &options)
-{
-    CLI::App &command = addCommand(dfu, kDetach.command, kDetach.help,
-                                   [options] { tell(*options, options->boot ? kDetachBoot : kDetach); });
-    addPen(command, options->choice);
-    addFlag(command, "--boot", options->boot, "Detach to the boot loader");
+    auto [command, options] =
+        addCommand<DownloadOptions>(dfu, "download", "Send a firmware image to a pen", downloadImage);
+    addPenBeforeOthers(command, options.choice);
+    addText(command, "IMAGE", options.image, "", "The file that holds the image", Need::Required);
+    addYes(command, options.yes);
 }
 
 } // namespace
@@ -287,19 +266,21 @@ void addDetach(CLI::App &dfu, const SharedDfuOptions &options)
 void addDfu(CLI::App &program)
 {
     CLI::App &dfu = addFamily(program, "dfu", "Firmware-upgrade mode");
-    const auto options = std::make_shared<DfuOptions>();
-    CLI::App &list =
-        addCommand(dfu, "list", "List the pens announced in this mode", [options] { listDfuPens(*options); });
-    addWaiting(list, options->choice);
-    addJson(list, options->json);
-    addQuestion(dfu, "status", "Show a pen's upgrade status", options, showStatus);
-    addQuestion(dfu, "descriptor", "Show what a pen's upgrade mode can do", options, showDescriptor);
-    addDownload(dfu, options);
-    addDetach(dfu, options);
-    for (const Request &request : kRequests)
-        addPen(
-            addCommand(dfu, request.command, request.help, [options, &request] { tell(*options, request); }),
-            options->choice);
+    auto [list, question] =
+        addCommand<Question>(dfu, "list", "List the pens announced in this mode", listDfuPens);
+    addWaiting(list, question.choice);
+    addJson(list, question.json);
+    addQuestion(dfu, "status", "Show a pen's upgrade status", showStatus);
+    addQuestion(dfu, "descriptor", "Show what a pen's upgrade mode can do", showDescriptor);
+    addDownload(dfu);
+    auto [leave, options] = addCommand<DetachOptions>(dfu, kDetach.command, kDetach.help, detach);
+    addPen(leave, options.choice);
+    addFlag(leave, "--boot", options.boot, "Detach to the boot loader");
+    for (const Request &request : kRequests) {
+        auto [command, choice] = addCommand<PenChoice>(
+            dfu, request.command, request.help, [&request](const PenChoice &given) { tell(given, request); });
+        addPen(command, choice);
+    }
 }
 
 } // namespace penctl

@@ -1,19 +1,9 @@
-#include "program.h"
+#include "commands/command.h"
 
-#include <memory>
 #include <set>
-#include <utility>
 
-#include <fmt/format.h>
-
-#include "commands/options.h"
-#include "files/whole_file.h"
-#include "pen/answer.h"
-#include "pen/pens.h"
-#include "ui/output.h"
-#include "ui/printable.h"
+#include "files/files.h"
 #include "ui/progress.h"
-#include "ui/units.h"
 
 namespace penctl {
 

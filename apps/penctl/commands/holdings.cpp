@@ -1,18 +1,10 @@
-#include "program.h"
+#include "commands/command.h"
 
 #include <algorithm>
 #include <array>
-#include <memory>
+#include <string_view>
 
-#include <fmt/format.h>
-
-#include "commands/options.h"
-#include "failure.h"
-#include "files/whole_file.h"
-#include "pen/answer.h"
-#include "pen/pens.h"
-#include "ui/printable.h"
-#include "ui/units.h"
+#include "files/files.h"
 
 /** What a pen holds besides pages: certificate, signing key, encrypted data. Each is a family of commands
  * that tell of it, bring it and take it away; the tables below say what is special about each. */
@@ -23,18 +15,6 @@ namespace {
 constexpr std::size_t kKeyParts = 8;
 constexpr std::size_t kLongestPart = 1024 * 1024;
 
-struct HoldingOptions {
-    PenChoice choice;
-    /** The key's number; a text, because otherwise one that is no number would count as a file. */
-    std::string number;
-    uint64_t argument = 0;
-    std::vector<std::string> files;
-    std::string output;
-    bool yes = false;
-    bool json = false;
-};
-
-using SharedHoldingOptions = std::shared_ptr<HoldingOptions>;
 using Parts = std::vector<std::vector<uint8_t>>;
 
 /** One thing that `show` tells. */
@@ -46,7 +26,7 @@ struct Fact {
 };
 
 struct Holding {
-    const char *command;
+    std::string_view command;
     const char *help;
     /** As it stands in sentences. */
     const char *name;
@@ -59,8 +39,9 @@ struct Holding {
 /** A command that brings something from files. */
 struct Installation {
     /** The family that the command belongs to. */
-    const char *family;
+    std::string_view family;
     const char *command;
+    const char *help;
     const char *name;
     std::size_t files;
     const char *filesHelp;
@@ -69,10 +50,10 @@ struct Installation {
     Meaning refused;
 };
 
-Fact yesOrNo(const char *label, const char *jsonKey, const zelpp::Result<bool> &answer)
+std::vector<Fact> yesOrNo(const char *label, const char *jsonKey, const zelpp::Result<bool> &answer)
 {
     const bool present = check(answer, fmt::format("cannot ask for the {}", label));
-    return {label, jsonKey, present ? "yes" : "no", present};
+    return {{label, jsonKey, present ? "yes" : "no", present}};
 }
 
 std::vector<Fact> certificateFacts(const zelpp::Pen &pen)
@@ -89,76 +70,76 @@ std::vector<Fact> certificateFacts(const zelpp::Pen &pen)
              info ? Json::array({info->number, info->value1, info->value2}) : Json(nullptr)}};
 }
 
+std::vector<Fact> keyFacts(const zelpp::Pen &pen)
+{
+    return yesOrNo("signing key", "signingKey", pen.tryHasSigningKey());
+}
+
+std::vector<Fact> encryptedDataFacts(const zelpp::Pen &pen)
+{
+    return yesOrNo("encrypted data", "encryptedData", pen.tryHasEncryptedData());
+}
+
 constexpr std::array kHoldings = {
-    Holding{"cert",
-            "A pen's certificate and its authenticator",
-            "certificate",
-            "Tell what certificate a pen holds",
-            certificateFacts,
-            &zelpp::Pen::tryClearCertificate,
-            {}},
-    Holding{"key",
-            "A pen's signing key",
-            "signing key",
-            "Tell whether a pen holds a signing key",
-            [](const zelpp::Pen &pen) {
-                return std::vector{yesOrNo("signing key", "signingKey", pen.tryHasSigningKey())};
-            },
-            &zelpp::Pen::tryClearSigningKey,
-            {}},
+    Holding{"cert", "A pen's certificate and its authenticator", "certificate",
+            "Tell what certificate a pen holds", certificateFacts, &zelpp::Pen::tryClearCertificate, ""},
+    Holding{"key", "A pen's signing key", "signing key", "Tell whether a pen holds a signing key", keyFacts,
+            &zelpp::Pen::tryClearSigningKey, ""},
     Holding{"encrypted", "A pen's encrypted data", "encrypted data",
-            "Tell whether a pen holds encrypted data",
-            [](const zelpp::Pen &pen) {
-                return std::vector{yesOrNo("encrypted data", "encryptedData", pen.tryHasEncryptedData())};
-            },
-            &zelpp::Pen::tryClearEncryptedData, "the pen refused"},
+            "Tell whether a pen holds encrypted data", encryptedDataFacts, &zelpp::Pen::tryClearEncryptedData,
+            "the pen refused"},
 };
+
+zelpp::Result<void> installCertificate(zelpp::Pen &pen, uint16_t, const Parts &parts)
+{
+    return pen.tryInstallCertificate(parts[0]);
+}
+
+zelpp::Result<void> installAuthenticator(zelpp::Pen &pen, uint16_t, const Parts &parts)
+{
+    return pen.tryInstallCertificateAuthenticator(parts[0], parts[1]);
+}
+
+zelpp::Result<void> installKey(zelpp::Pen &pen, uint16_t number, const Parts &parts)
+{
+    std::array<zelpp::Bytes, kKeyParts> bytes;
+    std::copy(parts.begin(), parts.end(), bytes.begin());
+    return pen.tryInstallSigningKey(number, bytes);
+}
 
 constexpr std::array kInstallations = {
-    Installation{
-        "cert",
-        "install",
-        "certificate",
-        1,
-        "The certificate",
-        false,
-        [](zelpp::Pen &pen, uint16_t, const Parts &parts) { return pen.tryInstallCertificate(parts[0]); },
-        {}},
-    Installation{"cert", "authenticator", "certificate authenticator", 2, "Its two parts", false,
-                 [](zelpp::Pen &pen, uint16_t, const Parts &parts) {
-                     return pen.tryInstallCertificateAuthenticator(parts[0], parts[1]);
-                 },
+    Installation{"cert", "install", "Install a certificate", "certificate", 1, "The certificate", false,
+                 installCertificate, ""},
+    Installation{"cert", "authenticator", "Install the certificate authenticator",
+                 "certificate authenticator", 2, "Its two parts", false, installAuthenticator,
                  "the second file must not be empty"},
-    Installation{"key",
-                 "install",
-                 "signing key",
-                 kKeyParts,
-                 "The eight parts of the key",
-                 true,
-                 [](zelpp::Pen &pen, uint16_t number, const Parts &parts) {
-                     std::array<zelpp::Bytes, kKeyParts> bytes;
-                     std::copy(parts.begin(), parts.end(), bytes.begin());
-                     return pen.tryInstallSigningKey(number, bytes);
-                 },
-                 {}},
+    Installation{"key", "install", "Install a signing key", "signing key", kKeyParts,
+                 "The eight parts of the key", true, installKey, ""},
 };
 
-void show(const Holding &holding, const HoldingOptions &options)
+void showHolding(const Holding &holding, const Question &question)
 {
-    const zelpp::Pen pen = openPen(options.choice);
+    const zelpp::Pen pen = openPen(question.choice);
     Json json = penJson(pen.info());
     std::string text;
     for (const Fact &fact : holding.facts(pen)) {
         json[fact.jsonKey] = fact.json;
         text += fmt::format("{}: {}\n", fact.label, fact.text);
     }
-    if (options.json)
+    if (question.json)
         printJson(json);
     else
         print(text);
 }
 
-void install(const Installation &installation, const HoldingOptions &options)
+struct InstallOptions {
+    PenChoice choice;
+    /** The key's number; a text, because otherwise one that is no number would count as a file. */
+    std::string number;
+    std::vector<std::string> files;
+};
+
+void install(const Installation &installation, const InstallOptions &options)
 {
     const std::optional<uint64_t> number =
         installation.numbered ? parseNumber(options.number, UINT16_MAX) : uint64_t{0};
@@ -174,7 +155,23 @@ void install(const Installation &installation, const HoldingOptions &options)
     print(fmt::format("installed the {} in pen {}\n", installation.name, serialOf(pen)));
 }
 
-void clear(const Holding &holding, const HoldingOptions &options)
+void addInstallation(CLI::App &family, const Installation &installation)
+{
+    auto [command, options] = addCommand<InstallOptions>(
+        family, installation.command, installation.help,
+        [&installation](const InstallOptions &given) { install(installation, given); });
+    addPenBeforeOthers(command, options.choice);
+    if (installation.numbered)
+        addText(command, "NUMBER", options.number, "", "The key's number", Need::Required);
+    addTexts(command, "FILE", options.files, installation.files, installation.filesHelp);
+}
+
+struct ClearOptions {
+    PenChoice choice;
+    bool yes = false;
+};
+
+void clear(const Holding &holding, const ClearOptions &options)
 {
     zelpp::Pen pen = openPen(options.choice);
     const std::string serial = serialOf(pen);
@@ -183,7 +180,13 @@ void clear(const Holding &holding, const HoldingOptions &options)
     print(fmt::format("removed the {} from pen {}\n", holding.name, serial));
 }
 
-void fetchEncrypted(const HoldingOptions &options)
+struct FetchEncryptedOptions {
+    PenChoice choice;
+    uint64_t argument = 0;
+    std::string output;
+};
+
+void fetchEncrypted(const FetchEncryptedOptions &options)
 {
     AtomicFile file(options.output);
     const zelpp::Pen pen = openPen(options.choice);
@@ -195,44 +198,30 @@ void fetchEncrypted(const HoldingOptions &options)
                       counted(data.size(), "byte", "bytes"), serialOf(pen)));
 }
 
-void addInstallation(CLI::App &family, const Installation &installation, const SharedHoldingOptions &options)
+void addFetchEncrypted(CLI::App &family)
 {
-    const char *const article = installation.command == std::string("install") ? "a" : "the";
-    CLI::App &command = addCommand(family, installation.command,
-                                   fmt::format("Install {} {}", article, installation.name).c_str(),
-                                   [&installation, options] { install(installation, *options); });
-    addPenBeforeOthers(command, options->choice);
-    if (installation.numbered)
-        addText(command, "NUMBER", options->number, "", "The key's number", Need::Required);
-    addTexts(command, "FILE", options->files, installation.files, installation.filesHelp);
-}
-
-void addFetchEncrypted(CLI::App &family, const SharedHoldingOptions &options)
-{
-    CLI::App &fetch = addCommand(family, "fetch", "Write a pen's encrypted data to a file",
-                                 [options] { fetchEncrypted(*options); });
-    addPen(fetch, options->choice);
-    addText(fetch, "-o,--output", options->output, "FILE", "The file to write", Need::Required);
-    addNumber(fetch, "--argument", options->argument, "A number that is handed on with the request");
+    auto [command, options] = addCommand<FetchEncryptedOptions>(
+        family, "fetch", "Write a pen's encrypted data to a file", fetchEncrypted);
+    addPen(command, options.choice);
+    addText(command, "-o,--output", options.output, "FILE", "The file to write", Need::Required);
+    addNumber(command, "--argument", options.argument, "A number that is handed on with the request");
 }
 
 void addHolding(CLI::App &program, const Holding &holding)
 {
-    CLI::App &family = addFamily(program, holding.command, holding.help);
-    const auto options = std::make_shared<HoldingOptions>();
-    CLI::App &showing =
-        addCommand(family, "show", holding.showHelp, [&holding, options] { show(holding, *options); });
-    addPen(showing, options->choice);
-    addJson(showing, options->json);
+    CLI::App &family = addFamily(program, holding.command.data(), holding.help);
+    addQuestion(family, "show", holding.showHelp,
+                [&holding](const Question &question) { showHolding(holding, question); });
     for (const Installation &installation : kInstallations)
-        if (installation.family == std::string(holding.command))
-            addInstallation(family, installation, options);
-    if (holding.command == std::string("encrypted"))
-        addFetchEncrypted(family, options);
-    CLI::App &clearing = addCommand(family, "clear", fmt::format("Remove the {}", holding.name).c_str(),
-                                    [&holding, options] { clear(holding, *options); });
-    addPen(clearing, options->choice);
-    addYes(clearing, options->yes);
+        if (installation.family == holding.command)
+            addInstallation(family, installation);
+    if (holding.command == "encrypted")
+        addFetchEncrypted(family);
+    auto [command, options] =
+        addCommand<ClearOptions>(family, "clear", fmt::format("Remove the {}", holding.name).c_str(),
+                                 [&holding](const ClearOptions &given) { clear(holding, given); });
+    addPen(command, options.choice);
+    addYes(command, options.yes);
 }
 
 } // namespace

@@ -1,105 +1,80 @@
-#include "program.h"
-
-#include <memory>
+#include "commands/command.h"
 
 #include <fmt/color.h>
 
-#include "commands/options.h"
-#include "commands/settings.h"
-#include "pen/answer.h"
-#include "pen/pens.h"
-#include "ui/printable.h"
 #include "ui/progress.h"
-#include "ui/units.h"
 
 namespace penctl {
 
 namespace {
 
-/** The answers of a pen: rows under headings for people, an object of objects for programs. */
-class InfoView
+constexpr std::size_t kMemoryBar = 20;
+
+/** What a pen answered to one question after the other: rows under headings for people, and an object of
+ *  objects for programs. */
+class Interview
 {
 public:
-    void section(std::string title, std::string key);
-    void row(std::string label, std::string key, Reading reading);
+    Interview(const zelpp::Pen &pen, bool boldTitles) : m_pen(pen), m_boldTitles(boldTitles) {}
 
-    std::string text(bool boldTitles) const;
+    void section(const char *title, const char *key)
+    {
+        m_text += m_boldTitles ? fmt::format(fmt::emphasis::bold, "{}", title) : title;
+        m_text += "\n";
+        m_section = key;
+    }
 
-    /** Adds an object for each section. A question without an answer is null, and "unavailable" says why. */
-    void addTo(Json &json) const;
+    /** Raises Failure when the connection is lost, because every later question would fail too. */
+    void add(const char *label, const char *key, const Reading &reading)
+    {
+        if (reading.code == ZEL_ERR_COMMUNICATION)
+            requireAnswer(reading, fmt::format("cannot read {}", label));
+        m_text += fmt::format("  {:<18} {}\n", label, readingText(reading));
+        m_json[m_section][key] = reading.json;
+        if (reading.code == ZEL_OK)
+            return;
+        m_unavailable.push_back({{"name", fmt::format("{}.{}", m_section, key)},
+                                 {"code", reading.code},
+                                 {"reason", resultWords(reading.code)}});
+        const bool expected = reading.code == ZEL_ERR_PEN_LOCKED || reading.code == ZEL_ERR_NOT_SUPPORTED;
+        if (m_firstFailure.code == ZEL_OK && !expected)
+            m_firstFailure = reading;
+    }
+    void known(const char *label, const char *key, const std::string &text)
+    {
+        add(label, key, {ZEL_OK, printable(text), text});
+    }
+    void setting(const char *label, const char *key, const char *name)
+    {
+        add(label, key, readSetting(m_pen, name));
+    }
+    void flag(const char *label, const char *key, const zelpp::Result<bool> &answer)
+    {
+        add(label, key, flagReading(answer, "yes", "no"));
+    }
 
-    /** The first result code other than "locked" and "not supported", which are expected; 0 when there is
-     * none. */
-    uint32_t firstFailure() const;
+    const std::string &text() const { return m_text; }
+
+    /** An object for each section. A question without an answer is null, and "unavailable" says why. */
+    Json json() const
+    {
+        Json json = penJson(m_pen.info(), m_json);
+        json["unavailable"] = m_unavailable;
+        return json;
+    }
+
+    /** The first failure other than "locked" and "not supported", which are expected. */
+    const Reading &firstFailure() const { return m_firstFailure; }
 
 private:
-    struct Row {
-        std::string label;
-        std::string key;
-        Reading reading;
-    };
-    struct Section {
-        std::string title;
-        std::string key;
-        std::vector<Row> rows;
-    };
-
-    std::vector<Section> m_sections;
+    const zelpp::Pen &m_pen;
+    bool m_boldTitles;
+    std::string m_text;
+    std::string m_section;
+    Json m_json;
+    Json m_unavailable = Json::array();
+    Reading m_firstFailure;
 };
-
-void InfoView::section(std::string title, std::string key)
-{
-    m_sections.push_back({std::move(title), std::move(key), {}});
-}
-
-void InfoView::row(std::string label, std::string key, Reading reading)
-{
-    m_sections.back().rows.push_back({std::move(label), std::move(key), std::move(reading)});
-}
-
-std::string InfoView::text(bool boldTitles) const
-{
-    std::string all;
-    for (const Section &section : m_sections) {
-        all += boldTitles ? fmt::format(fmt::emphasis::bold, "{}", section.title) : section.title;
-        all += "\n";
-        for (const Row &row : section.rows)
-            all += fmt::format("  {:<18} {}\n", row.label, readingText(row.reading));
-    }
-    return all;
-}
-
-void InfoView::addTo(Json &json) const
-{
-    Json unavailable = Json::array();
-    for (const Section &section : m_sections) {
-        for (const Row &row : section.rows) {
-            const uint32_t code = row.reading.code;
-            json[section.key][row.key] = code == ZEL_OK ? row.reading.json : Json(nullptr);
-            if (code != ZEL_OK)
-                unavailable.push_back(
-                    {{"name", section.key + "." + row.key}, {"code", code}, {"reason", resultWords(code)}});
-        }
-    }
-    json["unavailable"] = unavailable;
-}
-
-uint32_t InfoView::firstFailure() const
-{
-    for (const Section &section : m_sections)
-        for (const Row &row : section.rows)
-            if (row.reading.code != ZEL_OK && row.reading.code != ZEL_ERR_PEN_LOCKED &&
-                row.reading.code != ZEL_ERR_NOT_SUPPORTED)
-                return row.reading.code;
-    return ZEL_OK;
-}
-
-struct InfoOptions {
-    PenChoice choice;
-    bool json = false;
-};
-
-constexpr std::size_t kMemoryBar = 20;
 
 Reading readProductName(const zelpp::Pen &pen)
 {
@@ -150,59 +125,21 @@ std::string memoryText(const zelpp::MemoryStatus &memory)
                        humanBytes(memory.used), humanBytes(memory.total));
 }
 
-Reading readMemory(const zelpp::Pen &pen)
+Json memoryJson(const zelpp::MemoryStatus &memory)
 {
-    return readingOf(pen.tryMemoryStatus(), memoryText, [](const zelpp::MemoryStatus &memory) {
-        return Json{{"used", memory.used}, {"total", memory.total}};
-    });
+    return {{"used", memory.used}, {"total", memory.total}};
 }
 
-Reading readPages(const zelpp::Pen &pen)
+std::string pageListText(const zelpp::PageList &list)
 {
-    return readingOf(
-        pen.tryPages(),
-        [](const zelpp::PageList &list) {
-            return fmt::format("{}, {} of strokes", counted(list.addresses.size(), "page", "pages"),
-                               humanBytes(list.totalBytes));
-        },
-        [](const zelpp::PageList &list) {
-            return Json{{"count", list.addresses.size()}, {"bytes", list.totalBytes}};
-        });
+    return fmt::format("{}, {} of strokes", counted(list.addresses.size(), "page", "pages"),
+                       humanBytes(list.totalBytes));
 }
 
-/** Asks one question after the other. Raises Failure when the connection is lost, because every later
- * question would fail too. */
-class Interview
+Json pageListJson(const zelpp::PageList &list)
 {
-public:
-    explicit Interview(const zelpp::Pen &pen) : m_pen(pen) {}
-
-    void section(const char *title, const char *key) { m_view.section(title, key); }
-    void add(const char *label, const char *key, Reading reading)
-    {
-        if (reading.code == ZEL_ERR_COMMUNICATION)
-            requireAnswer(reading, fmt::format("cannot read {}", label));
-        m_view.row(label, key, std::move(reading));
-    }
-    void known(const char *label, const char *key, const std::string &text)
-    {
-        add(label, key, {ZEL_OK, printable(text), text});
-    }
-    void setting(const char *label, const char *key, const char *name)
-    {
-        add(label, key, readSetting(m_pen, name));
-    }
-    void flag(const char *label, const char *key, const zelpp::Result<bool> &answer)
-    {
-        add(label, key, flagReading(answer, "yes", "no"));
-    }
-
-    const InfoView &view() const { return m_view; }
-
-private:
-    const zelpp::Pen &m_pen;
-    InfoView m_view;
-};
+    return {{"count", list.addresses.size()}, {"bytes", list.totalBytes}};
+}
 
 void askAll(Interview &interview, const zelpp::Pen &pen)
 {
@@ -220,8 +157,8 @@ void askAll(Interview &interview, const zelpp::Pen &pen)
     interview.setting("auto power off", "autoPowerOff", "auto-power-off");
     interview.setting("wake-up", "wakeUp", "wake-up");
     interview.section("Memory", "memory");
-    interview.add("used", "bytes", readMemory(pen));
-    interview.add("pages", "pages", readPages(pen));
+    interview.add("used", "bytes", readingOf(pen.tryMemoryStatus(), memoryText, memoryJson));
+    interview.add("pages", "pages", readingOf(pen.tryPages(), pageListText, pageListJson));
     interview.setting("secure delete", "secureDelete", "secure-delete");
     interview.section("Bluetooth", "bluetooth");
     interview.setting("Bluetooth", "enabled", "bluetooth");
@@ -234,30 +171,23 @@ void askAll(Interview &interview, const zelpp::Pen &pen)
     interview.flag("encrypted data", "encryptedData", pen.tryHasEncryptedData());
 }
 
-void info(const InfoOptions &options)
+void info(const Question &question)
 {
-    const zelpp::Pen pen = openPen(options.choice);
-    Interview interview(pen);
+    const zelpp::Pen pen = openPen(question.choice);
+    Interview interview(pen, coloursOn(Stream::Output));
     askAll(interview, pen);
-    if (options.json) {
-        Json json = penJson(pen.info());
-        interview.view().addTo(json);
-        printJson(json);
-    } else {
-        print(interview.view().text(coloursOn(Stream::Output)));
-    }
-    requireAnswer({interview.view().firstFailure(), {}, nullptr}, "some of it cannot be read");
+    if (question.json)
+        printJson(interview.json());
+    else
+        print(interview.text());
+    requireAnswer(interview.firstFailure(), "some of it cannot be read");
 }
 
 } // namespace
 
 void addInfo(CLI::App &program)
 {
-    auto options = std::make_shared<InfoOptions>();
-    CLI::App &command =
-        addCommand(program, "info", "Show all that a pen tells of itself", [options] { info(*options); });
-    addPen(command, options->choice);
-    addJson(command, options->json);
+    addQuestion(program, "info", "Show all that a pen tells of itself", info);
 }
 
 } // namespace penctl

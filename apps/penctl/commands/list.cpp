@@ -1,15 +1,4 @@
-#include "program.h"
-
-#include <memory>
-
-#include <fmt/format.h>
-
-#include "commands/options.h"
-#include "pen/answer.h"
-#include "pen/pens.h"
-#include "ui/output.h"
-#include "ui/printable.h"
-#include "ui/table.h"
+#include "commands/command.h"
 
 namespace penctl {
 

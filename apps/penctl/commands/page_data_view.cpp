@@ -5,9 +5,8 @@
 #include <fmt/format.h>
 
 #include "failure.h"
-#include "ui/printable.h"
 #include "ui/table.h"
-#include "ui/units.h"
+#include "ui/text.h"
 
 namespace penctl {
 

@@ -1,17 +1,7 @@
-#include "program.h"
+#include "commands/command.h"
 
 #include <algorithm>
-#include <memory>
-
-#include <fmt/format.h>
-
-#include "commands/options.h"
-#include "failure.h"
-#include "pen/answer.h"
-#include "pen/pens.h"
-#include "ui/output.h"
-#include "ui/printable.h"
-#include "ui/units.h"
+#include <set>
 
 namespace penctl {
 
@@ -24,53 +14,22 @@ struct RmOptions {
     bool yes = false;
 };
 
-/** Counts the pages that were removed, by the lists before and after: one address may stand for no page or
- * for many. */
-class Removal
+std::vector<std::string> listedPages(const zelpp::Pen &pen)
 {
-public:
-    explicit Removal(zelpp::Pen &pen) : m_pen(pen), m_before(listedPages()) {}
-
-    void remove(const std::string &address) const
-    {
-        check(m_pen.tryRemovePage(address), fmt::format("cannot remove page {}", address));
-    }
-
-    std::string removed() const
-    {
-        const std::vector<std::string> after = listedPages();
-        const auto gone = std::count_if(m_before.begin(), m_before.end(), [&](const std::string &address) {
-            return std::find(after.begin(), after.end(), address) == after.end();
-        });
-        return counted(static_cast<uint64_t>(gone), "page", "pages");
-    }
-
-private:
-    std::vector<std::string> listedPages() const
-    {
-        return check(m_pen.tryPages(), "cannot list the pages").addresses;
-    }
-
-    zelpp::Pen &m_pen;
-    std::vector<std::string> m_before;
-};
-
-[[noreturn]] void failHalfway(const Failure &failure, const std::vector<std::string> &done)
-{
-    if (done.empty())
-        throw failure;
-    throw Failure(failure.exitCode(),
-                  fmt::format("{}; already removed: {}", failure.what(), fmt::join(done, " ")));
+    return check(pen.tryPages(), "cannot list the pages").addresses;
 }
 
-void removePages(const Removal &removal, const std::vector<std::string> &addresses)
+void removePages(zelpp::Pen &pen, const std::vector<std::string> &addresses)
 {
     std::vector<std::string> done;
     for (const std::string &address : addresses) {
         try {
-            removal.remove(address);
+            check(pen.tryRemovePage(address), fmt::format("cannot remove page {}", address));
         } catch (const Failure &failure) {
-            failHalfway(failure, done);
+            if (done.empty())
+                throw;
+            throw Failure(failure.exitCode(),
+                          fmt::format("{}; already removed: {}", failure.what(), fmt::join(done, " ")));
         }
         done.push_back(address);
     }
@@ -93,29 +52,33 @@ bool isWildcard(const std::string &address)
 void rm(const RmOptions &options)
 {
     zelpp::Pen pen = openPen(options.choice);
-    const std::string serial = serialOf(pen);
     if (options.all)
         return removeAll(pen, options);
     if (std::any_of(options.addresses.begin(), options.addresses.end(), isWildcard))
         requireConsent(options.yes, fmt::format("Remove every page like {} from pen {}?",
-                                                fmt::join(options.addresses, " "), serial));
-    const Removal removal(pen);
-    removePages(removal, options.addresses);
-    print(fmt::format("removed {} from pen {}\n", removal.removed(), serial));
+                                                fmt::join(options.addresses, " "), serialOf(pen)));
+    // An address may stand for no page or for many: the lists before and after tell how many went.
+    const std::vector<std::string> before = listedPages(pen);
+    removePages(pen, options.addresses);
+    const std::vector<std::string> after = listedPages(pen);
+    const std::set<std::string_view> left(after.begin(), after.end());
+    const auto gone = std::count_if(before.begin(), before.end(),
+                                    [&](const std::string &address) { return left.count(address) == 0; });
+    print(fmt::format("removed {} from pen {}\n", counted(static_cast<uint64_t>(gone), "page", "pages"),
+                      serialOf(pen)));
 }
 
 } // namespace
 
 void addRm(CLI::App &program)
 {
-    auto options = std::make_shared<RmOptions>();
-    CLI::App &command = addCommand(program, "rm", "Remove pages from a pen", [options] { rm(*options); });
-    addPen(command, options->choice);
-    addPageAddresses(command, options->addresses,
+    auto [command, options] = addCommand<RmOptions>(program, "rm", "Remove pages from a pen", rm);
+    addPen(command, options.choice);
+    addPageAddresses(command, options.addresses,
                      "A page to remove, as `pages` lists it; \"*\" for any number");
-    addFlag(command, "--all", options->all, "Remove all strokes");
+    addFlag(command, "--all", options.all, "Remove all strokes");
     requireOneOf(command, {"--page", "--all"}, 1);
-    addFlag(command, "-y,--yes", options->yes, "Do not ask before --all, nor before a page with \"*\"");
+    addFlag(command, "-y,--yes", options.yes, "Do not ask before --all, nor before a page with \"*\"");
 }
 
 } // namespace penctl

@@ -1,20 +1,8 @@
-#include "commands/settings.h"
+#include "commands/command.h"
 
 #include <algorithm>
 #include <array>
 #include <chrono>
-#include <memory>
-
-#include <fmt/format.h>
-
-#include "commands/options.h"
-#include "failure.h"
-#include "pen/pens.h"
-#include "program.h"
-#include "ui/output.h"
-#include "ui/printable.h"
-#include "ui/table.h"
-#include "ui/units.h"
 
 namespace penctl {
 
@@ -31,11 +19,6 @@ struct Setting {
     zelpp::Result<void> (*set)(zelpp::Pen &pen, const std::string &value);
 };
 
-[[noreturn]] void refuse(const std::string &value, const char *values)
-{
-    throw Failure(kUsageError, fmt::format("\"{}\" is not {}", printable(value), values));
-}
-
 constexpr const char *kFlagValues = "\"on\" or \"off\"";
 constexpr const char *kTimeValues =
     "\"now\", milliseconds since 1970, or a GMT time like 2026-03-31T12:00:00Z";
@@ -43,9 +26,13 @@ constexpr const char *kPowerOffValues = "a number from 0 to 65535";
 constexpr const char *kWakeUpValues = "\"never\" or a number of seconds";
 constexpr const char *kPinValues = "a text of digits";
 
-uint64_t millisOf(zelpp::Time time)
+/** The value that a text was understood as; raises Failure (64) when it was not. */
+template <class T>
+T understood(const std::optional<T> &parsed, const std::string &value, const char *values)
 {
-    return static_cast<uint64_t>(time.time_since_epoch().count());
+    if (!parsed)
+        throw Failure(kUsageError, fmt::format("\"{}\" is not {}", printable(value), values));
+    return *parsed;
 }
 
 template <zelpp::Result<bool> (zelpp::Pen::*Get)() const>
@@ -57,24 +44,26 @@ Reading getFlag(const zelpp::Pen &pen)
 template <zelpp::Result<void> (zelpp::Pen::*Set)(bool)>
 zelpp::Result<void> setFlag(zelpp::Pen &pen, const std::string &value)
 {
-    if (value != "on" && value != "off")
-        refuse(value, kFlagValues);
-    return (pen.*Set)(value == "on");
+    const std::optional<bool> flag =
+        value == "on" || value == "off" ? std::optional(value == "on") : std::nullopt;
+    return (pen.*Set)(understood(flag, value, kFlagValues));
+}
+
+uint64_t penMillis(const zelpp::PenTime &time)
+{
+    return static_cast<uint64_t>(time.pen.time_since_epoch().count());
 }
 
 Reading getTime(const zelpp::Pen &pen)
 {
     return readingOf(
-        pen.tryTime(), [](const zelpp::PenTime &time) { return utcText(millisOf(time.pen)); },
-        [](const zelpp::PenTime &time) { return millisOf(time.pen); });
+        pen.tryTime(), [](const zelpp::PenTime &time) { return utcText(penMillis(time)); }, penMillis);
 }
 
 zelpp::Result<void> setTime(zelpp::Pen &pen, const std::string &value)
 {
-    const std::optional<uint64_t> millis = parseTime(value);
-    if (!millis)
-        refuse(value, kTimeValues);
-    return pen.trySetTime(zelpp::Time(std::chrono::milliseconds(static_cast<int64_t>(*millis))));
+    const uint64_t millis = understood(parseTime(value), value, kTimeValues);
+    return pen.trySetTime(zelpp::Time(std::chrono::milliseconds(static_cast<int64_t>(millis))));
 }
 
 Reading getBluetoothPin(const zelpp::Pen &pen)
@@ -96,10 +85,8 @@ Reading getAutoPowerOff(const zelpp::Pen &pen)
 
 zelpp::Result<void> setAutoPowerOff(zelpp::Pen &pen, const std::string &value)
 {
-    const std::optional<uint64_t> number = parseNumber(value, UINT16_MAX);
-    if (!number)
-        refuse(value, kPowerOffValues);
-    return pen.trySetAutoPowerOff(static_cast<uint16_t>(*number));
+    const uint64_t number = understood(parseNumber(value, UINT16_MAX), value, kPowerOffValues);
+    return pen.trySetAutoPowerOff(static_cast<uint16_t>(number));
 }
 
 Reading getWakeUp(const zelpp::Pen &pen)
@@ -107,7 +94,7 @@ Reading getWakeUp(const zelpp::Pen &pen)
     return readingOf(
         pen.tryWakeUpTime(),
         [](std::chrono::seconds time) {
-            return time.count() == 0 ? std::string("never") : fmt::format("{} s", time.count());
+            return time.count() == 0 ? "never" : fmt::format("{} s", time.count());
         },
         [](std::chrono::seconds time) { return time.count(); });
 }
@@ -115,23 +102,19 @@ Reading getWakeUp(const zelpp::Pen &pen)
 zelpp::Result<void> setWakeUp(zelpp::Pen &pen, const std::string &value)
 {
     const std::optional<uint64_t> seconds = value == "never" ? 0 : parseNumber(value, UINT32_MAX);
-    if (!seconds)
-        refuse(value, kWakeUpValues);
-    return pen.trySetWakeUpTime(std::chrono::seconds(*seconds));
+    return pen.trySetWakeUpTime(std::chrono::seconds(understood(seconds, value, kWakeUpValues)));
 }
 
 Reading getRevisions(const zelpp::Pen &pen)
 {
-    using zelpp::Revisions;
+    using Four = std::array<std::string, 4>;
+    const auto four = [](const zelpp::Revisions &r) {
+        return Four{r.revision0, r.hardware, r.revision3, r.revision5};
+    };
     return readingOf(
         pen.tryRevisions(),
-        [](const Revisions &r) {
-            return printable(
-                fmt::format("{}, {}, {}, {}", r.revision0, r.hardware, r.revision3, r.revision5));
-        },
-        [](const Revisions &r) {
-            return Json::array({r.revision0, r.hardware, r.revision3, r.revision5});
-        });
+        [&](const zelpp::Revisions &r) { return printable(fmt::format("{}", fmt::join(four(r), ", "))); },
+        four);
 }
 
 constexpr std::array kSettings = {
@@ -155,13 +138,12 @@ constexpr std::array kSettings = {
 /** The setting of that name; raises Failure (64), naming those there are, when there is none. */
 const Setting &findSetting(const std::string &name)
 {
-    const auto found = std::find_if(kSettings.begin(), kSettings.end(),
-                                    [&](const Setting &setting) { return name == setting.name; });
-    if (found != kSettings.end())
-        return *found;
     std::string names;
-    for (const Setting &setting : kSettings)
+    for (const Setting &setting : kSettings) {
+        if (name == setting.name)
+            return setting;
         names += fmt::format("{}{}", names.empty() ? "" : ", ", setting.name);
+    }
     throw Failure(kUsageError,
                   fmt::format("there is no setting \"{}\"; there are {}", printable(name), names));
 }
@@ -171,23 +153,6 @@ struct GetOptions {
     std::vector<std::string> names;
     bool json = false;
 };
-
-void getOne(const zelpp::Pen &pen, const Setting &setting)
-{
-    const Reading reading = setting.get(pen);
-    requireAnswer(reading, fmt::format("cannot read {}", setting.name));
-    print(reading.text + "\n");
-}
-
-/** Raises Failure for a setting that was not read, unless the pen lacks it and it was not asked for by name.
- */
-void checkAll(const std::vector<std::pair<const Setting *, Reading>> &readings, bool named)
-{
-    for (const auto &[setting, reading] : readings) {
-        if (named || reading.code != ZEL_ERR_NOT_SUPPORTED)
-            requireAnswer(reading, fmt::format("cannot read {}", setting->name));
-    }
-}
 
 std::vector<const Setting *> chosenSettings(const GetOptions &options)
 {
@@ -200,25 +165,36 @@ std::vector<const Setting *> chosenSettings(const GetOptions &options)
     return settings;
 }
 
+/** Raises Failure for a setting that was not read. */
+void requireSetting(const Setting &setting, const Reading &reading)
+{
+    requireAnswer(reading, fmt::format("cannot read {}", setting.name));
+}
+
 void get(const GetOptions &options)
 {
     const std::vector<const Setting *> settings = chosenSettings(options);
-    zelpp::Pen pen = openPen(options.choice);
-    if (settings.size() == 1 && !options.json)
-        return getOne(pen, *settings.front());
-    std::vector<std::pair<const Setting *, Reading>> readings;
+    const zelpp::Pen pen = openPen(options.choice);
+    std::vector<Reading> readings;
     Table table({{"SETTING"}, {"VALUE"}});
     Json json = penJson(pen.info());
     for (const Setting *setting : settings) {
-        const Reading &reading = readings.emplace_back(setting, setting->get(pen)).second;
+        const Reading &reading = readings.emplace_back(setting->get(pen));
         table.addRow({setting->name, readingText(reading)});
-        json["settings"][setting->name] = reading.code == ZEL_OK ? reading.json : Json(nullptr);
+        json["settings"][setting->name] = reading.json;
     }
-    if (options.json)
+    if (options.json) {
         printJson(json);
-    else
+    } else if (settings.size() == 1) {
+        requireSetting(*settings[0], readings[0]);
+        print(readings[0].text + "\n");
+    } else {
         print(table.text(coloursOn(Stream::Output)));
-    checkAll(readings, !options.names.empty());
+    }
+    // A setting that the pen lacks is a failure only if it was asked for by name.
+    for (std::size_t i = 0; i < settings.size(); ++i)
+        if (!options.names.empty() || readings[i].code != ZEL_ERR_NOT_SUPPORTED)
+            requireSetting(*settings[i], readings[i]);
 }
 
 struct SetOptions {
@@ -234,17 +210,15 @@ void set(const SetOptions &options)
         throw Failure(kUsageError, fmt::format("{} can only be read", setting.name));
     zelpp::Pen pen = openPen(options.choice);
     check(setting.set(pen, options.value), fmt::format("cannot set {}", setting.name));
-    const Reading now = setting.get(pen);
-    print(fmt::format("{} of pen {}: {}\n", setting.name, serialOf(pen), readingText(now)));
+    print(fmt::format("{} of pen {}: {}\n", setting.name, serialOf(pen), readingText(setting.get(pen))));
 }
 
 void addGet(CLI::App &program)
 {
-    auto options = std::make_shared<GetOptions>();
-    CLI::App &command = addCommand(program, "get", "Read settings of a pen", [options] { get(*options); });
-    addPenBeforeOthers(command, options->choice);
-    addTexts(command, "SETTING", options->names, "The settings to read; default: all", Need::Optional);
-    addJson(command, options->json);
+    auto [command, options] = addCommand<GetOptions>(program, "get", "Read settings of a pen", get);
+    addPenBeforeOthers(command, options.choice);
+    addTexts(command, "SETTING", options.names, "The settings to read; default: all", Need::Optional);
+    addJson(command, options.json);
     std::string names = "Settings:\n";
     for (const Setting &setting : kSettings)
         names += fmt::format("  {:<15} {}\n", setting.name, setting.explanation);
@@ -253,11 +227,10 @@ void addGet(CLI::App &program)
 
 void addSet(CLI::App &program)
 {
-    auto options = std::make_shared<SetOptions>();
-    CLI::App &command = addCommand(program, "set", "Change a setting of a pen", [options] { set(*options); });
-    addPenBeforeOthers(command, options->choice);
-    addText(command, "SETTING", options->name, "", "The setting's name", Need::Required);
-    addText(command, "VALUE", options->value, "", "Its new value", Need::Required);
+    auto [command, options] = addCommand<SetOptions>(program, "set", "Change a setting of a pen", set);
+    addPenBeforeOthers(command, options.choice);
+    addText(command, "SETTING", options.name, "", "The setting's name", Need::Required);
+    addText(command, "VALUE", options.value, "", "Its new value", Need::Required);
     std::string values = "Settings and their values:\n";
     for (const Setting &setting : kSettings)
         if (setting.set)

@@ -1,16 +1,6 @@
-#include "program.h"
-
-#include <memory>
-
-#include <fmt/format.h>
-#include <zel/page_data.hpp>
-
-#include "commands/options.h"
+#include "commands/command.h"
 #include "commands/page_data_view.h"
-#include "failure.h"
-#include "files/file_system.h"
-#include "ui/output.h"
-#include "ui/printable.h"
+#include "files/files.h"
 
 namespace penctl {
 
@@ -39,11 +29,10 @@ void show(const ShowOptions &options)
 
 void addShow(CLI::App &program)
 {
-    auto options = std::make_shared<ShowOptions>();
-    CLI::App &command = addCommand(program, "show", "Show what a file written by `fetch` holds",
-                                   [options] { show(*options); });
-    addText(command, "FILE", options->file, "", "The file", Need::Required);
-    addJson(command, options->json);
+    auto [command, options] =
+        addCommand<ShowOptions>(program, "show", "Show what a file written by `fetch` holds", show);
+    addText(command, "FILE", options.file, "", "The file", Need::Required);
+    addJson(command, options.json);
 }
 
 } // namespace penctl

@@ -1,16 +1,4 @@
-#include "program.h"
-
-#include <memory>
-
-#include <fmt/format.h>
-
-#include "commands/options.h"
-#include "failure.h"
-#include "pen/answer.h"
-#include "pen/pens.h"
-#include "ui/output.h"
-#include "ui/printable.h"
-#include "ui/units.h"
+#include "commands/command.h"
 
 namespace penctl {
 
@@ -22,7 +10,6 @@ struct UserDataOptions {
     std::optional<std::string> a;
     std::optional<std::string> b;
     std::optional<std::string> c;
-    bool json = false;
 };
 
 zelpp::UserData readUserData(const zelpp::Pen &pen)
@@ -30,18 +17,13 @@ zelpp::UserData readUserData(const zelpp::Pen &pen)
     return check(pen.tryUserData(), "cannot read the user data");
 }
 
-void showUserData(const UserDataOptions &options)
+void showUserData(const Question &question)
 {
-    zelpp::Pen pen = openPen(options.choice);
+    const zelpp::Pen pen = openPen(question.choice);
     const zelpp::UserData data = readUserData(pen);
-    if (!options.json)
-        return print(
-            fmt::format("A: {}\nB: {}\nC: {}\n", printable(data.a), printable(data.b), printable(data.c)));
-    Json json = penJson(pen.info());
-    json["a"] = data.a;
-    json["b"] = data.b;
-    json["c"] = data.c;
-    printJson(json);
+    if (question.json)
+        return printJson(penJson(pen.info(), {{"a", data.a}, {"b", data.b}, {"c", data.c}}));
+    print(fmt::format("A: {}\nB: {}\nC: {}\n", printable(data.a), printable(data.b), printable(data.c)));
 }
 
 /** The protocol sends the length of a text, with its final zero, as 16 bits. */
@@ -71,17 +53,13 @@ void setUserData(const UserDataOptions &options)
 void addUserData(CLI::App &program)
 {
     CLI::App &userData = addFamily(program, "userdata", "The owner's data in a pen");
-    const auto options = std::make_shared<UserDataOptions>();
-    CLI::App &show =
-        addCommand(userData, "show", "Show the three texts", [options] { showUserData(*options); });
-    addPen(show, options->choice);
-    addJson(show, options->json);
-    CLI::App &set =
-        addCommand(userData, "set", "Change one or more of the texts", [options] { setUserData(*options); });
-    addPen(set, options->choice);
-    addText(set, "--a", options->a, "TEXT", "Text A, the owner's name");
-    addText(set, "--b", options->b, "TEXT", "Text B, the owner's e-mail address");
-    addText(set, "--c", options->c, "TEXT", "Text C, the owner's telephone number");
+    addQuestion(userData, "show", "Show the three texts", showUserData);
+    auto [set, options] =
+        addCommand<UserDataOptions>(userData, "set", "Change one or more of the texts", setUserData);
+    addPen(set, options.choice);
+    addText(set, "--a", options.a, "TEXT", "Text A, the owner's name");
+    addText(set, "--b", options.b, "TEXT", "Text B, the owner's e-mail address");
+    addText(set, "--c", options.c, "TEXT", "Text C, the owner's telephone number");
     requireOneOf(set, {"--a", "--b", "--c"}, 3);
 }
 

@@ -1,16 +1,5 @@
-#include "program.h"
-
-#include <memory>
-
-#include <fmt/format.h>
-
-#include "commands/options.h"
-#include "pen/answer.h"
-#include "pen/pens.h"
+#include "commands/command.h"
 #include "ui/interrupt.h"
-#include "ui/output.h"
-#include "ui/printable.h"
-#include "ui/units.h"
 
 namespace penctl {
 
@@ -20,21 +9,17 @@ struct WatchOptions {
     bool json = false;
 };
 
-std::string now()
-{
-    return utcSecondsText(hostMillis());
-}
-
 void printEvent(const zelpp::PenEvent &change, bool json)
 {
     const zelpp::PenInfo &pen = change.pen;
     const char *event = change.kind == zelpp::PenEvent::Kind::departed ? "departed" : "arrived";
+    const std::string now = utcSecondsText(hostMillis());
     if (json) {
-        Json line = {{"event", event}, {"time", now()}};
+        Json line = {{"event", event}, {"time", now}};
         line.update(penJson(pen));
         return printJsonLine(line);
     }
-    print(fmt::format("{}  {:8}  {}  {}  {}\n", now(), event, printable(pen.serial), penIdText(pen.penId),
+    print(fmt::format("{}  {:8}  {}  {}  {}\n", now, event, printable(pen.serial), penIdText(pen.penId),
                       usbText(pen)));
     finishOutput();
 }
@@ -51,10 +36,9 @@ void watch(const WatchOptions &options)
 
 void addWatch(CLI::App &program)
 {
-    auto options = std::make_shared<WatchOptions>();
-    CLI::App &command = addCommand(program, "watch", "Tell of pens that arrive and depart, until Ctrl-C",
-                                   [options] { watch(*options); });
-    addFlag(command, "--json", options->json, "Print one JSON object per line");
+    auto [command, options] = addCommand<WatchOptions>(
+        program, "watch", "Tell of pens that arrive and depart, until Ctrl-C", watch);
+    addFlag(command, "--json", options.json, "Print one JSON object per line");
 }
 
 } // namespace penctl

@@ -3,38 +3,29 @@
 #include <fmt/format.h>
 
 #include "failure.h"
-#include "ui/printable.h"
+#include "ui/text.h"
 
 namespace penctl {
 
 std::string_view resultWords(uint32_t code)
 {
-    switch (code) {
-    case ZEL_OK:
-        return "done";
-    case ZEL_ERR_INVALID_ARGUMENT:
-        return "the request was not accepted";
-    case ZEL_ERR_PEN_LOCKED:
-        return "the pen is locked";
-    case ZEL_ERR_COMMUNICATION:
-        return "the connection to the pen failed";
-    case ZEL_ERR_NOT_SUPPORTED:
-        return "the pen does not support this";
-    case ZEL_ERR_NOT_INITIALIZED:
-        return "the library is not initialised";
-    case ZEL_ERR_ALREADY_INITIALIZED:
-        return "the library is initialised already";
-    case ZEL_ERR_VALUE_OUT_OF_RANGE:
-        return "the value is out of range";
-    case ZEL_ERR_SYNC_BUSY:
-        return "the pen is busy with another retrieval";
-    case ZEL_ERR_DEVICE_NOT_SUPPORTED:
-        return "the device is not supported";
-    case ZEL_ERR_UNEXPECTED:
-        return "the pen gave no usable answer";
-    default:
-        return "unknown result";
-    }
+    static constexpr std::pair<uint32_t, std::string_view> kWords[] = {
+        {ZEL_OK, "done"},
+        {ZEL_ERR_INVALID_ARGUMENT, "the request was not accepted"},
+        {ZEL_ERR_PEN_LOCKED, "the pen is locked"},
+        {ZEL_ERR_COMMUNICATION, "the connection to the pen failed"},
+        {ZEL_ERR_NOT_SUPPORTED, "the pen does not support this"},
+        {ZEL_ERR_NOT_INITIALIZED, "the library is not initialised"},
+        {ZEL_ERR_ALREADY_INITIALIZED, "the library is initialised already"},
+        {ZEL_ERR_VALUE_OUT_OF_RANGE, "the value is out of range"},
+        {ZEL_ERR_SYNC_BUSY, "the pen is busy with another retrieval"},
+        {ZEL_ERR_DEVICE_NOT_SUPPORTED, "the device is not supported"},
+        {ZEL_ERR_UNEXPECTED, "the pen gave no usable answer"},
+    };
+    for (const auto &[known, words] : kWords)
+        if (known == code)
+            return words;
+    return "unknown result";
 }
 
 namespace {

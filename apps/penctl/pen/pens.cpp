@@ -7,7 +7,7 @@
 
 #include "failure.h"
 #include "pen/answer.h"
-#include "ui/printable.h"
+#include "ui/text.h"
 
 namespace penctl {
 
@@ -88,12 +88,14 @@ std::string usbText(const zelpp::PenInfo &pen)
     return fmt::format("{:04x}:{:04x}", pen.vendorId, pen.productId);
 }
 
-Json penJson(const zelpp::PenInfo &pen)
+Json penJson(const zelpp::PenInfo &pen, const Json &more)
 {
-    return {{"serial", pen.serial},
-            {"penId", penIdText(pen.penId)},
-            {"vendorId", fmt::format("0x{:04x}", pen.vendorId)},
-            {"productId", fmt::format("0x{:04x}", pen.productId)}};
+    Json json = {{"serial", pen.serial},
+                 {"penId", penIdText(pen.penId)},
+                 {"vendorId", fmt::format("0x{:04x}", pen.vendorId)},
+                 {"productId", fmt::format("0x{:04x}", pen.productId)}};
+    json.update(more);
+    return json;
 }
 
 bool looksLikeSerial(const std::string &text)

@@ -42,9 +42,9 @@ std::string penIdText(uint64_t penId);
 /** "1209:0001" */
 std::string usbText(const zelpp::PenInfo &pen);
 
-/** A pen in JSON: serial, penId, vendorId, productId. Identities are texts, because many JSON readers cannot
- * hold 64 bits in a number. */
-Json penJson(const zelpp::PenInfo &pen);
+/** A pen in JSON: serial, penId, vendorId, productId, and the members of another object behind them.
+ * Identities are texts, because many JSON readers cannot hold 64 bits in a number. */
+Json penJson(const zelpp::PenInfo &pen, const Json &more = Json::object());
 
 /** Whether a text has the form of a serial, XXX-XXX-XXX-XX, so that it can be told from other arguments. */
 bool looksLikeSerial(const std::string &text);

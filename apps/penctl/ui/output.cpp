@@ -2,7 +2,6 @@
 
 #include <cerrno>
 #include <cstdio>
-#include <cstdlib>
 #include <system_error>
 
 #include <fmt/format.h>
@@ -24,12 +23,6 @@ namespace {
 std::string dumped(const Json &value, int indent)
 {
     return value.dump(indent, ' ', false, Json::error_handler_t::replace) + "\n";
-}
-
-std::string environment(const char *name)
-{
-    const char *value = std::getenv(name);
-    return value ? value : "";
 }
 
 } // namespace
@@ -63,27 +56,6 @@ void note(std::string_view text)
     const std::string line = fmt::format("{}\n", text);
     std::fwrite(line.data(), 1, line.size(), stderr);
     std::fflush(stderr); // some platforms buffer it when it is a file
-}
-
-bool drawsOn(Stream stream)
-{
-    return isTerminal(stream) && environment("TERM") != "dumb";
-}
-
-bool coloursOn(Stream stream)
-{
-    return drawsOn(stream) && environment("NO_COLOR").empty();
-}
-
-void requireConsent(bool agreed, const std::string &question)
-{
-    if (agreed)
-        return;
-    if (!isTerminal(Stream::Input) || !isTerminal(Stream::Error))
-        throw Failure(kUsageError, "there is no terminal to ask on; say --yes to go ahead");
-    const std::string answer = askLine(question + " [y/N] ", Echo::On).value_or("");
-    if (answer != "y" && answer != "Y" && answer != "yes")
-        throw Failure(kRefused, "left as it was");
 }
 
 } // namespace penctl

@@ -27,14 +27,4 @@ void finishOutput();
 /** Writes a line to standard error: what a person may want to know and a script does not read. */
 void note(std::string_view text);
 
-/** Whether the stream may be given colours and cursor movements: a terminal that is not "dumb". */
-bool drawsOn(Stream stream);
-
-/** Whether texts on the stream may be coloured: as above, and NO_COLOR is not set. */
-bool coloursOn(Stream stream);
-
-/** Asks on the terminal unless `agreed`. Raises Failure when the answer is not yes (77), or without a
- * terminal to ask on (64), which names --yes. */
-void requireConsent(bool agreed, const std::string &question);
-
 } // namespace penctl

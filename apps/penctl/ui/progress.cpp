@@ -7,8 +7,7 @@
 #include <fmt/color.h>
 
 #include "ui/output.h"
-#include "ui/printable.h"
-#include "ui/units.h"
+#include "ui/text.h"
 
 namespace penctl {
 

@@ -4,58 +4,46 @@
 
 #include <fmt/color.h>
 
-#include "ui/printable.h"
+#include "ui/text.h"
 
 namespace penctl {
 
-namespace {
-
-constexpr std::size_t kGap = 2;
-
-std::vector<std::string> titles(const std::vector<Column> &columns)
+Table::Table(const std::vector<Column> &columns) : m_widths(columns.size())
 {
-    std::vector<std::string> texts;
-    texts.reserve(columns.size());
-    for (const Column &column : columns)
-        texts.push_back(column.title);
-    return texts;
+    std::vector<std::string> titles;
+    for (const Column &column : columns) {
+        m_aligns.push_back(column.align);
+        titles.push_back(column.title);
+    }
+    addRow(std::move(titles));
 }
 
-std::string padded(const std::string &text, std::size_t width, Align align)
+void Table::addRow(std::vector<std::string> cells)
 {
-    const std::string blanks(width - std::min(width, displayWidth(text)), ' ');
-    return align == Align::Left ? text + blanks : blanks + text;
-}
-
-} // namespace
-
-std::vector<std::size_t> Table::widths() const
-{
-    std::vector<std::size_t> widest;
-    for (const Column &column : m_columns)
-        widest.push_back(displayWidth(column.title));
-    for (const std::vector<std::string> &row : m_rows)
-        for (std::size_t i = 0; i < row.size(); ++i)
-            widest[i] = std::max(widest[i], displayWidth(row[i]));
-    return widest;
-}
-
-std::string Table::line(const std::vector<std::string> &cells, const std::vector<std::size_t> &widths) const
-{
-    std::string text;
     for (std::size_t i = 0; i < cells.size(); ++i)
-        text += padded(cells[i], widths[i], m_columns[i].align) + std::string(kGap, ' ');
+        m_widths[i] = std::max(m_widths[i], displayWidth(cells[i]));
+    m_rows.push_back(std::move(cells));
+}
+
+std::string Table::line(const std::vector<std::string> &cells) const
+{
+    constexpr const char *gap = "  ";
+    std::string text;
+    for (std::size_t i = 0; i < cells.size(); ++i) {
+        const std::string blanks(m_widths[i] - displayWidth(cells[i]), ' ');
+        text += (m_aligns[i] == Align::Left ? cells[i] + blanks : blanks + cells[i]) + gap;
+    }
     text.erase(text.find_last_not_of(' ') + 1);
     return text;
 }
 
 std::string Table::text(bool boldTitles) const
 {
-    const std::vector<std::size_t> widest = widths();
-    const std::string head = line(titles(m_columns), widest);
-    std::string all = (boldTitles ? fmt::format(fmt::emphasis::bold, "{}", head) : head) + "\n";
-    for (const std::vector<std::string> &row : m_rows)
-        all += line(row, widest) + "\n";
+    std::string all;
+    for (const std::vector<std::string> &row : m_rows) {
+        const bool bold = boldTitles && all.empty();
+        all += (bold ? fmt::format(fmt::emphasis::bold, "{}", line(row)) : line(row)) + "\n";
+    }
     return all;
 }
 

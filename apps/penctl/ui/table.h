@@ -17,19 +17,19 @@ struct Column {
 class Table
 {
 public:
-    explicit Table(std::vector<Column> columns) : m_columns(std::move(columns)) {}
+    explicit Table(const std::vector<Column> &columns);
 
-    void addRow(std::vector<std::string> cells) { m_rows.push_back(std::move(cells)); }
+    void addRow(std::vector<std::string> cells);
 
     /** The whole table, a line feed after each row. The line of titles is bold if asked for. */
     std::string text(bool boldTitles) const;
 
 private:
-    std::vector<std::size_t> widths() const;
-    std::string line(const std::vector<std::string> &cells, const std::vector<std::size_t> &widths) const;
+    std::string line(const std::vector<std::string> &cells) const;
 
-    std::vector<Column> m_columns;
-    std::vector<std::vector<std::string>> m_rows;
+    std::vector<Align> m_aligns;
+    std::vector<std::size_t> m_widths;
+    std::vector<std::vector<std::string>> m_rows; // the first has the titles
 };
 
 } // namespace penctl

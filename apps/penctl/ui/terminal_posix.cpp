@@ -3,13 +3,10 @@
 #include <cerrno>
 #include <clocale>
 #include <csignal>
-#include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
 #include <initializer_list>
 #include <langinfo.h>
-#include <memory>
 #include <sys/ioctl.h>
 #include <termios.h>
 #include <thread>
@@ -21,27 +18,12 @@ namespace penctl {
 
 namespace {
 
-int descriptorOf(Stream stream)
-{
-    switch (stream) {
-    case Stream::Input:
-        return STDIN_FILENO;
-    case Stream::Output:
-        return STDOUT_FILENO;
-    case Stream::Error:
-        return STDERR_FILENO;
-    }
-    return STDERR_FILENO;
-}
-
-struct CloseTerminal {
-    void operator()(std::FILE *terminal) const { std::fclose(terminal); }
-};
-
-/** The terminal whose echo is off, for the handler of Ctrl-Z. */
+/** The terminal whose echo is off, for the handler of Ctrl-Z; -1 for none. */
 int s_terminal = -1;
 termios s_echoing{};
 termios s_silent{};
+struct sigaction s_beforeStop {
+};
 
 /** Handles SIGTSTP: the echo is on while this program is stopped, because others use the terminal then. */
 void stopWithEcho(int)
@@ -51,74 +33,6 @@ void stopWithEcho(int)
     raise(SIGSTOP);
     tcsetattr(s_terminal, TCSANOW, &s_silent);
     errno = error;
-}
-
-/** Does nothing in the background, where the terminal belongs to another program. */
-void restoreEcho()
-{
-    if (tcgetpgrp(s_terminal) == getpgrp())
-        tcsetattr(s_terminal, TCSAFLUSH, &s_echoing);
-}
-
-/** Switches the echo of the terminal off, and back on however the prompt ends. One object at a time. */
-class EchoOff
-{
-public:
-    explicit EchoOff(int terminal)
-    {
-        if (tcgetattr(terminal, &s_echoing) != 0)
-            return;
-        s_terminal = terminal;
-        s_silent = s_echoing;
-        s_silent.c_lflag &= ~static_cast<tcflag_t>(ECHO);
-        m_onInterrupt.emplace([] {
-            restoreEcho();
-            return std::string();
-        });
-        handleStop();
-        m_works = tcsetattr(terminal, TCSAFLUSH, &s_silent) == 0;
-    }
-    ~EchoOff()
-    {
-        if (s_terminal < 0)
-            return;
-        restoreEcho();
-        sigaction(SIGTSTP, &m_beforeStop, nullptr);
-        s_terminal = -1;
-    }
-    EchoOff(const EchoOff &) = delete;
-    EchoOff &operator=(const EchoOff &) = delete;
-
-    bool works() const { return m_works; }
-
-private:
-    void handleStop()
-    {
-        sigaction(SIGTSTP, nullptr, &m_beforeStop);
-        if (m_beforeStop.sa_handler == SIG_IGN)
-            return;
-        struct sigaction stop {
-        };
-        stop.sa_handler = stopWithEcho;
-        stop.sa_flags = SA_RESTART;
-        sigaction(SIGTSTP, &stop, nullptr);
-    }
-
-    std::optional<OnInterrupt> m_onInterrupt;
-    struct sigaction m_beforeStop {
-    };
-    bool m_works = false;
-};
-
-std::optional<std::string> readLine(std::FILE *file)
-{
-    std::string line;
-    for (int c = std::fgetc(file); c != '\n'; c = std::fgetc(file)) {
-        if (c == EOF)
-            return std::nullopt;
-        line.push_back(static_cast<char>(c));
-    }
-    return line;
 }
 
 /** Opens descriptors 0 to 2 that are closed: the next file to be opened would get that number, and with it
@@ -150,13 +64,13 @@ void restoreConsole() {}
 
 bool isTerminal(Stream stream)
 {
-    return isatty(descriptorOf(stream)) != 0;
+    return isatty(static_cast<int>(stream)) != 0;
 }
 
 std::size_t terminalWidth(Stream stream)
 {
     winsize size{};
-    if (ioctl(descriptorOf(stream), TIOCGWINSZ, &size) == 0 && size.ws_col > 0)
+    if (ioctl(static_cast<int>(stream), TIOCGWINSZ, &size) == 0 && size.ws_col > 0)
         return size.ws_col;
     return 80;
 }
@@ -166,24 +80,64 @@ bool showsUnicode(Stream)
     return std::strcmp(nl_langinfo(CODESET), "UTF-8") == 0;
 }
 
-std::optional<std::string> askLine(const std::string &prompt, Echo echo)
+PromptTerminal::PromptTerminal() : m_input(open("/dev/tty", O_RDWR | O_CLOEXEC)), m_output(m_input) {}
+
+PromptTerminal::~PromptTerminal()
 {
-    const std::unique_ptr<std::FILE, CloseTerminal> terminal(std::fopen("/dev/tty", "r+"));
-    if (!terminal)
-        return std::nullopt;
-    const int descriptor = fileno(terminal.get());
-    const OnInterrupt leaveLine([descriptor] {
-        [[maybe_unused]] const ssize_t written = write(descriptor, "\n", 1);
-        return std::string();
-    });
-    std::optional<EchoOff> silence;
-    if (echo == Echo::Off && !silence.emplace(descriptor).works())
-        return std::nullopt;
-    std::fputs(prompt.c_str(), terminal.get());
-    std::fflush(terminal.get());
-    std::optional<std::string> line = readLine(terminal.get());
-    if (echo == Echo::Off)
-        std::fputc('\n', terminal.get());
+    showTyping();
+    if (isOpen())
+        close(static_cast<int>(m_input));
+}
+
+bool PromptTerminal::hideTyping() const
+{
+    const int terminal = static_cast<int>(m_input);
+    if (tcgetattr(terminal, &s_echoing) != 0)
+        return false;
+    s_silent = s_echoing;
+    s_silent.c_lflag &= ~static_cast<tcflag_t>(ECHO);
+    sigaction(SIGTSTP, nullptr, &s_beforeStop);
+    s_terminal = terminal;
+    if (s_beforeStop.sa_handler != SIG_IGN) {
+        struct sigaction stop {
+        };
+        stop.sa_handler = stopWithEcho;
+        stop.sa_flags = SA_RESTART;
+        sigaction(SIGTSTP, &stop, nullptr);
+    }
+    return tcsetattr(terminal, TCSAFLUSH, &s_silent) == 0;
+}
+
+void PromptTerminal::showTyping() const
+{
+    if (s_terminal < 0)
+        return;
+    // In the background the terminal belongs to another program.
+    if (tcgetpgrp(s_terminal) == getpgrp())
+        tcsetattr(s_terminal, TCSAFLUSH, &s_echoing);
+    sigaction(SIGTSTP, &s_beforeStop, nullptr);
+    s_terminal = -1;
+}
+
+void PromptTerminal::write(std::string_view text) const
+{
+    [[maybe_unused]] const ssize_t written = ::write(static_cast<int>(m_output), text.data(), text.size());
+}
+
+void PromptTerminal::endLine() const
+{
+    write("\n");
+}
+
+std::optional<std::string> PromptTerminal::readLine() const
+{
+    std::string line;
+    for (char c = 0; c != '\n';) {
+        if (read(static_cast<int>(m_input), &c, 1) != 1)
+            return std::nullopt;
+        line.push_back(c);
+    }
+    line.pop_back();
     return line;
 }
 

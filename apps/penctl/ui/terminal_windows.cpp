@@ -1,6 +1,7 @@
 #include "ui/terminal.h"
 
 #include <cstdio>
+#include <cstdlib>
 #include <fcntl.h>
 #include <io.h>
 #include <windows.h>
@@ -11,30 +12,15 @@ namespace penctl {
 
 namespace {
 
-DWORD handleName(Stream stream)
-{
-    switch (stream) {
-    case Stream::Input:
-        return STD_INPUT_HANDLE;
-    case Stream::Output:
-        return STD_OUTPUT_HANDLE;
-    case Stream::Error:
-        return STD_ERROR_HANDLE;
-    }
-    return STD_ERROR_HANDLE;
-}
-
 HANDLE handleOf(Stream stream)
 {
-    return GetStdHandle(handleName(stream));
+    // The standard handles are numbered downwards.
+    return GetStdHandle(STD_INPUT_HANDLE - static_cast<DWORD>(stream));
 }
 
-std::string toUtf8(const wchar_t *text, int length)
+HANDLE asHandle(intptr_t number)
 {
-    const int size = WideCharToMultiByte(CP_UTF8, 0, text, length, nullptr, 0, nullptr, nullptr);
-    std::string utf8(static_cast<std::size_t>(size), '\0');
-    WideCharToMultiByte(CP_UTF8, 0, text, length, utf8.data(), size, nullptr, nullptr);
-    return utf8;
+    return reinterpret_cast<HANDLE>(number);
 }
 
 /** The console as prepareConsole() found it. */
@@ -61,90 +47,14 @@ void restoreMode(Stream stream, const std::optional<DWORD> &mode)
         SetConsoleMode(handleOf(stream), *mode);
 }
 
-/** The console itself, also when standard input and output are redirected. */
-class Console
+/** The mode of the console whose echo is off. */
+std::optional<DWORD> s_echoing;
+
+intptr_t openConsole(const wchar_t *name)
 {
-public:
-    explicit Console(const wchar_t *name)
-        : m_handle(CreateFileW(name, GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE,
-                               nullptr, OPEN_EXISTING, 0, nullptr))
-    {
-    }
-    ~Console()
-    {
-        if (isOpen())
-            CloseHandle(m_handle);
-    }
-    Console(const Console &) = delete;
-    Console &operator=(const Console &) = delete;
-
-    bool isOpen() const { return m_handle != INVALID_HANDLE_VALUE; }
-    HANDLE handle() const { return m_handle; }
-
-    void write(const std::string &text) const
-    {
-        DWORD written = 0;
-        WriteConsoleA(m_handle, text.data(), static_cast<DWORD>(text.size()), &written, nullptr);
-    }
-
-private:
-    HANDLE m_handle;
-};
-
-/** Switches the echo of the console off, and back on however the prompt ends. */
-class EchoOff
-{
-public:
-    explicit EchoOff(HANDLE console) : m_console(console)
-    {
-        if (!GetConsoleMode(m_console, &m_before))
-            return;
-        m_onInterrupt.emplace([this] {
-            restore();
-            return std::string();
-        });
-        m_works = SetConsoleMode(m_console, (m_before | ENABLE_LINE_INPUT | ENABLE_PROCESSED_INPUT) &
-                                                ~static_cast<DWORD>(ENABLE_ECHO_INPUT));
-    }
-    ~EchoOff()
-    {
-        m_onInterrupt.reset();
-        if (m_works)
-            restore();
-    }
-    EchoOff(const EchoOff &) = delete;
-    EchoOff &operator=(const EchoOff &) = delete;
-
-    bool works() const { return m_works; }
-
-private:
-    void restore() const { SetConsoleMode(m_console, m_before); }
-
-    HANDLE m_console;
-    DWORD m_before = 0;
-    bool m_works = false;
-    std::optional<OnInterrupt> m_onInterrupt;
-};
-
-std::optional<std::string> readLine(HANDLE console)
-{
-    std::wstring line;
-    for (;;) {
-        wchar_t c = 0;
-        DWORD count = 0;
-        SetLastError(ERROR_SUCCESS);
-        if (!ReadConsoleW(console, &c, 1, &count, nullptr) || count == 0) {
-            // Ctrl-C ends the read just before the interruption begins on another thread, which ends the
-            // process.
-            if (GetLastError() == ERROR_OPERATION_ABORTED)
-                Sleep(2000);
-            return std::nullopt;
-        }
-        if (c == L'\n')
-            return toUtf8(line.data(), static_cast<int>(line.size()));
-        if (c != L'\r')
-            line.push_back(c);
-    }
+    return reinterpret_cast<intptr_t>(CreateFileW(name, GENERIC_READ | GENERIC_WRITE,
+                                                  FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_EXISTING,
+                                                  0, nullptr));
 }
 
 /** For Ctrl-C, Ctrl-Break, a closed window, logging off and shutting down. The system calls this on a thread
@@ -192,24 +102,68 @@ bool showsUnicode(Stream stream)
     return isTerminal(stream) && GetConsoleOutputCP() == CP_UTF8;
 }
 
-std::optional<std::string> askLine(const std::string &prompt, Echo echo)
+PromptTerminal::PromptTerminal() : m_input(openConsole(L"CONIN$")), m_output(openConsole(L"CONOUT$")) {}
+
+PromptTerminal::~PromptTerminal()
 {
-    const Console input(L"CONIN$");
-    const Console output(L"CONOUT$");
-    if (!input.isOpen() || !output.isOpen())
-        return std::nullopt;
-    const OnInterrupt leaveLine([&output] {
-        output.write("\r\n");
-        return std::string();
-    });
-    std::optional<EchoOff> silence;
-    if (echo == Echo::Off && !silence.emplace(input.handle()).works())
-        return std::nullopt;
-    output.write(prompt);
-    std::optional<std::string> line = readLine(input.handle());
-    if (echo == Echo::Off)
-        output.write("\r\n");
-    return line;
+    showTyping();
+    for (const intptr_t console : {m_input, m_output})
+        if (console != -1)
+            CloseHandle(asHandle(console));
+}
+
+bool PromptTerminal::hideTyping() const
+{
+    DWORD mode = 0;
+    if (!GetConsoleMode(asHandle(m_input), &mode))
+        return false;
+    s_echoing = mode;
+    return SetConsoleMode(asHandle(m_input), (mode | ENABLE_LINE_INPUT | ENABLE_PROCESSED_INPUT) &
+                                                 ~static_cast<DWORD>(ENABLE_ECHO_INPUT));
+}
+
+void PromptTerminal::showTyping() const
+{
+    if (s_echoing)
+        SetConsoleMode(asHandle(m_input), *s_echoing);
+    s_echoing.reset();
+}
+
+void PromptTerminal::write(std::string_view text) const
+{
+    DWORD written = 0;
+    WriteConsoleA(asHandle(m_output), text.data(), static_cast<DWORD>(text.size()), &written, nullptr);
+}
+
+void PromptTerminal::endLine() const
+{
+    write("\r\n");
+}
+
+std::optional<std::string> PromptTerminal::readLine() const
+{
+    std::wstring line;
+    for (;;) {
+        wchar_t c = 0;
+        DWORD count = 0;
+        SetLastError(ERROR_SUCCESS);
+        if (!ReadConsoleW(asHandle(m_input), &c, 1, &count, nullptr) || count == 0) {
+            // Ctrl-C ends the read just before the interruption begins on another thread, which ends the
+            // process.
+            if (GetLastError() == ERROR_OPERATION_ABORTED)
+                Sleep(2000);
+            return std::nullopt;
+        }
+        if (c == L'\n')
+            break;
+        if (c != L'\r')
+            line.push_back(c);
+    }
+    const int length = static_cast<int>(line.size());
+    const int size = WideCharToMultiByte(CP_UTF8, 0, line.data(), length, nullptr, 0, nullptr, nullptr);
+    std::string utf8(static_cast<std::size_t>(size), '\0');
+    WideCharToMultiByte(CP_UTF8, 0, line.data(), length, utf8.data(), size, nullptr, nullptr);
+    return utf8;
 }
 
 void makeStandardInputBinary()

@@ -1,11 +1,21 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
 
 namespace penctl {
+
+/** Numbers, times and foreign texts in the form in which people read and write them. */
+
+/** A text that came from a pen or a file, made fit for a terminal: control characters (escape sequences among
+ *  them) and bytes that are no UTF-8 stand as "\x1b". */
+std::string printable(std::string_view text);
+
+/** How many columns a printable text takes: one for each character. */
+std::size_t displayWidth(std::string_view text);
 
 /** "1,234,567" */
 std::string grouped(uint64_t number);

@@ -1,4 +1,4 @@
-#include "files/whole_file.h"
+#include "files/files.h"
 
 #include <fstream>
 #include <iterator>

@@ -1,4 +1,4 @@
-#include "files/whole_file.h"
+#include "files/files.h"
 
 #include <cerrno>
 #include <fstream>
@@ -9,8 +9,8 @@
 #include <fmt/format.h>
 
 #include "failure.h"
-#include "ui/printable.h"
 #include "ui/terminal.h"
+#include "ui/text.h"
 
 namespace penctl {
 
@@ -70,6 +70,11 @@ std::vector<uint8_t> readAll(std::istream &in, const std::string &name, std::siz
 }
 
 } // namespace
+
+void failOnReading(const std::string &name, const std::string &reason)
+{
+    throw Failure(kNoInput, fmt::format("cannot read {}: {}", printable(name), reason));
+}
 
 AtomicFile::AtomicFile(const std::string &name)
     : m_target(resolveTarget(pathFromUtf8(name))), m_temporary(nameBeside(m_target))

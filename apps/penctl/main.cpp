@@ -1,20 +1,14 @@
-#include "program.h"
-
 #include <algorithm>
 #include <cstdio>
 #include <exception>
+#include <filesystem>
 #include <sstream>
-#include <utility>
 
 #include <CLI/CLI.hpp>
-#include <zel/zel.hpp>
 
-#include "failure.h"
+#include "commands/command.h"
 #include "penctl_pens.h"
 #include "ui/interrupt.h"
-#include "ui/output.h"
-#include "ui/printable.h"
-#include "ui/terminal.h"
 
 namespace penctl {
 
@@ -25,30 +19,13 @@ constexpr const char *kExitCodes =
     "64 wrong usage, 65 damaged file, 66 unreadable file, 69 no such pen, 74 cannot write,\n"
     "75 another penctl has the pen, 77 not agreed to, 130 interrupted.";
 
+constexpr void (*kCommands[])(CLI::App &program) = {addList,  addWatch,    addInfo,     addPages,
+                                                    addFetch, addRm,       addShow,     addSettings,
+                                                    addLock,  addHoldings, addUserData, addDfu};
+
 std::string versionText()
 {
     return "penctl, library " + zelpp::apiVersion() + "\n" PENCTL_PENS;
-}
-
-void addCommands(CLI::App &program)
-{
-    addList(program);
-    addWatch(program);
-    addInfo(program);
-    addPages(program);
-    addFetch(program);
-    addRm(program);
-    addShow(program);
-    addSettings(program);
-    addLock(program);
-    addHoldings(program);
-    addUserData(program);
-    addDfu(program);
-}
-
-[[noreturn]] void failOnUsage(const CLI::ParseError &error)
-{
-    throw Failure(kUsageError, printable(error.what()) + "\nRun with --help for more information.");
 }
 
 void parseAndRun(CLI::App &program, std::vector<std::string> arguments)
@@ -58,7 +35,7 @@ void parseAndRun(CLI::App &program, std::vector<std::string> arguments)
         program.parse(arguments);
     } catch (const CLI::ParseError &error) {
         if (error.get_exit_code() != 0)
-            failOnUsage(error);
+            throw Failure(kUsageError, printable(error.what()) + "\nRun with --help for more information.");
         std::ostringstream help;
         program.exit(error, help);
         return print(help.str());
@@ -74,7 +51,8 @@ void run(std::vector<std::string> arguments)
     // Not 1: CLI11 would then answer a mistyped command with "a subcommand is required".
     program.require_subcommand(0, 1);
     program.set_version_flag("--version", versionText, "Print the version and leave");
-    addCommands(program);
+    for (const auto add : kCommands)
+        add(program);
     parseAndRun(program, std::move(arguments));
     finishOutput();
 }
@@ -103,8 +81,7 @@ int exitCodeOf(std::vector<std::string> arguments)
     }
 }
 
-} // namespace
-
+/** Runs the whole program and returns its exit code. The arguments are UTF-8, without the program's name. */
 int runProgram(std::vector<std::string> arguments)
 {
     prepareConsole();
@@ -115,4 +92,30 @@ int runProgram(std::vector<std::string> arguments)
     return exitCode;
 }
 
+} // namespace
+
 } // namespace penctl
+
+// The two forms of main() stand here, because twins would be longer than what differs.
+#ifdef _WIN32
+/** Tells MinGW's start-up code not to replace "*" by the names of files: page addresses hold it too. */
+extern "C" int _dowildcard;
+int _dowildcard = 0;
+
+/** The arguments as main() gets them are in the system's code page, which need not have all characters. */
+extern "C" int wmain(int argc, wchar_t **argv)
+{
+    std::vector<std::string> arguments;
+    for (int i = 1; i < argc; ++i) {
+        const std::u8string text = std::filesystem::path(argv[i]).u8string();
+        arguments.emplace_back(text.begin(), text.end());
+    }
+    return penctl::runProgram(std::move(arguments));
+}
+#else
+int main(int argc, char **argv)
+{
+    return penctl::runProgram(argc == 0 ? std::vector<std::string>()
+                                        : std::vector<std::string>(argv + 1, argv + argc));
+}
+#endif

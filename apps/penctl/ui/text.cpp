@@ -1,12 +1,14 @@
-#include "ui/units.h"
+#include "ui/text.h"
 
+#include <algorithm>
 #include <array>
 #include <charconv>
 #include <chrono>
 #include <regex>
 #include <system_error>
 
-#include <fmt/format.h>
+#include <boost/locale/utf.hpp>
+#include <fmt/chrono.h>
 
 namespace penctl {
 
@@ -23,16 +25,47 @@ bool endsCalendar(uint64_t millis)
     return millis / kMillisPerDay > static_cast<uint64_t>(kLastDay);
 }
 
+template <class Unit>
 std::string dateAndTime(uint64_t millis)
 {
     const year_month_day date{sys_days(days(static_cast<int>(millis / kMillisPerDay)))};
-    const uint64_t inDay = millis % kMillisPerDay;
-    return fmt::format("{:04}-{:02}-{:02} {:02}:{:02}:{:02}", static_cast<int>(date.year()),
+    return fmt::format("{:04}-{:02}-{:02} {:%T}", static_cast<int>(date.year()),
                        static_cast<unsigned>(date.month()), static_cast<unsigned>(date.day()),
-                       inDay / 3'600'000, inDay / 60'000 % 60, inDay / 1000 % 60);
+                       floor<Unit>(milliseconds(millis % kMillisPerDay)));
+}
+
+bool isShown(uint32_t code)
+{
+    const bool control = code < 0x20 || (code >= 0x7F && code < 0xA0);
+    // Marks that change the direction of what follows could make one text look like another.
+    const bool direction = (code >= 0x202A && code <= 0x202E) || (code >= 0x2066 && code <= 0x2069);
+    return !control && !direction;
 }
 
 } // namespace
+
+std::string printable(std::string_view text)
+{
+    using Utf8 = boost::locale::utf::utf_traits<char>;
+    std::string shown;
+    for (const char *at = text.begin(), *end = text.end(); at != end;) {
+        const char *next = at;
+        const boost::locale::utf::code_point code = Utf8::decode(next, end);
+        if (boost::locale::utf::is_valid_codepoint(code) && isShown(code)) {
+            shown.append(at, next);
+            at = next;
+        } else {
+            shown += fmt::format("\\x{:02x}", static_cast<uint8_t>(*at++));
+        }
+    }
+    return shown;
+}
+
+std::size_t displayWidth(std::string_view text)
+{
+    const auto isFirst = [](char c) { return (static_cast<uint8_t>(c) & 0xC0) != 0x80; };
+    return static_cast<std::size_t>(std::count_if(text.begin(), text.end(), isFirst));
+}
 
 std::string grouped(uint64_t number)
 {
@@ -62,13 +95,12 @@ std::string counted(uint64_t number, std::string_view singular, std::string_view
 
 std::string utcSecondsText(uint64_t millis)
 {
-    return endsCalendar(millis) ? fmt::format("{} ms", millis) : dateAndTime(millis) + "Z";
+    return endsCalendar(millis) ? fmt::format("{} ms", millis) : dateAndTime<seconds>(millis) + "Z";
 }
 
 std::string utcText(uint64_t millis)
 {
-    return endsCalendar(millis) ? fmt::format("{} ms", millis)
-                                : fmt::format("{}.{:03} UTC", dateAndTime(millis), millis % 1000);
+    return endsCalendar(millis) ? fmt::format("{} ms", millis) : dateAndTime<milliseconds>(millis) + " UTC";
 }
 
 uint64_t hostMillis()
@@ -84,11 +116,10 @@ std::string driftText(int64_t millisAhead)
                                             : static_cast<uint64_t>(millisAhead);
     if (millis < 60'000)
         return fmt::format("{}.{:03} s {}", millis / 1000, millis % 1000, side);
-    const uint64_t seconds = millis / 1000;
-    const uint64_t days = seconds / 86'400;
-    const std::string dayText = days == 0 ? "" : fmt::format("{} {} ", days, days == 1 ? "day" : "days");
-    return fmt::format("{}{:02}:{:02}:{:02} {}", dayText, seconds / 3600 % 24, seconds / 60 % 60,
-                       seconds % 60, side);
+    const uint64_t fullDays = millis / kMillisPerDay;
+    const std::string dayText =
+        fullDays == 0 ? "" : fmt::format("{} {} ", fullDays, fullDays == 1 ? "day" : "days");
+    return fmt::format("{}{:%T} {}", dayText, seconds(millis % kMillisPerDay / 1000), side);
 }
 
 std::optional<uint64_t> parseNumber(std::string_view text, uint64_t most)

@@ -1,12 +1,9 @@
-#include "commands/options.h"
+#include "commands/command.h"
 
 #include <cmath>
 
 #include <CLI/CLI.hpp>
-#include <fmt/format.h>
 #include <zel/page_data.hpp>
-
-#include "ui/units.h"
 
 namespace penctl {
 
@@ -156,13 +153,6 @@ void addJson(CLI::App &command, bool &json)
 void addYes(CLI::App &command, bool &yes)
 {
     addFlag(command, "-y,--yes", yes, "Do not ask before it is done");
-}
-
-void addPasswordFile(CLI::App &command, std::string &file)
-{
-    addText(command, "--password-file", file, "FILE",
-            "Read passwords from the lines of this file (- for standard input) instead of asking",
-            Need::Optional);
 }
 
 } // namespace penctl

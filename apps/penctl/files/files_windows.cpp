@@ -1,27 +1,19 @@
-#include "files/file_system.h"
+#include "files/files.h"
 
 #include <cerrno>
-#include <cstdio>
 #include <fcntl.h>
 #include <io.h>
 #include <regex>
 #include <system_error>
 #include <windows.h>
 
-#include <fmt/format.h>
-
-#include "failure.h"
-#include "ui/printable.h"
-
 namespace penctl {
 
 namespace {
 
-/** Raises Failure with the reason in GetLastError(). */
-[[noreturn]] void failOn(const std::string &name)
+std::error_code lastError()
 {
-    const std::error_code error(static_cast<int>(GetLastError()), std::system_category());
-    throw Failure(kNoInput, fmt::format("cannot read {}: {}", printable(name), error.message()));
+    return {static_cast<int>(GetLastError()), std::system_category()};
 }
 
 } // namespace
@@ -32,9 +24,7 @@ OpenFile createFile(const std::filesystem::path &path, const std::filesystem::pa
     const HANDLE handle = CreateFileW(path.c_str(), GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_DELETE,
                                       nullptr, CREATE_NEW, FILE_ATTRIBUTE_NORMAL, nullptr);
     if (handle == INVALID_HANDLE_VALUE) {
-        errno = std::error_code(static_cast<int>(GetLastError()), std::system_category())
-                    .default_error_condition()
-                    .value();
+        errno = lastError().default_error_condition().value();
         return nullptr;
     }
     const int descriptor = _open_osfhandle(reinterpret_cast<intptr_t>(handle), _O_WRONLY | _O_BINARY);
@@ -62,28 +52,26 @@ MappedFile::MappedFile(const std::string &name)
     std::error_code ignored;
     if (isDeviceName(path) ||
         (std::filesystem::exists(path, ignored) && !std::filesystem::is_regular_file(path, ignored)))
-        throw Failure(kNoInput, fmt::format("cannot read {}: it is not a regular file", printable(name)));
+        failOnReading(name, "it is not a regular file");
     const HANDLE file = CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_DELETE, nullptr,
                                     OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
-    if (file == INVALID_HANDLE_VALUE)
-        failOn(name);
     LARGE_INTEGER size{};
-    const bool known = GetFileSizeEx(file, &size) != 0;
+    const bool known = file != INVALID_HANDLE_VALUE && GetFileSizeEx(file, &size) != 0;
     // An empty file cannot be mapped.
     const HANDLE mapping = known && size.QuadPart > 0
                                ? CreateFileMappingW(file, nullptr, PAGE_READONLY, 0, 0, nullptr)
                                : nullptr;
     if (mapping)
         m_data = MapViewOfFile(mapping, FILE_MAP_READ, 0, 0, 0);
-    if (m_data)
-        m_size = static_cast<std::size_t>(size.QuadPart);
-    const DWORD error = GetLastError();
+    const std::error_code error = lastError();
     if (mapping)
         CloseHandle(mapping); // the view keeps the mapping
-    CloseHandle(file);
-    SetLastError(error);
-    if (!m_data && !(known && size.QuadPart == 0))
-        failOn(name);
+    if (file != INVALID_HANDLE_VALUE)
+        CloseHandle(file);
+    if (m_data)
+        m_size = static_cast<std::size_t>(size.QuadPart);
+    else if (!known || size.QuadPart > 0)
+        failOnReading(name, error.message());
 }
 
 MappedFile::~MappedFile()

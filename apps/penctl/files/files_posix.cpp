@@ -1,4 +1,4 @@
-#include "files/file_system.h"
+#include "files/files.h"
 
 #include <cerrno>
 #include <cstddef>
@@ -11,26 +11,7 @@
 #include <system_error>
 #include <unistd.h>
 
-#include <fmt/format.h>
-
-#include "failure.h"
-#include "ui/printable.h"
-
 namespace penctl {
-
-namespace {
-
-[[noreturn]] void failOn(const std::string &name, const std::string &reason)
-{
-    throw Failure(kNoInput, fmt::format("cannot read {}: {}", printable(name), reason));
-}
-
-std::string systemReason()
-{
-    return std::generic_category().message(errno);
-}
-
-} // namespace
 
 OpenFile createFile(const std::filesystem::path &path, const std::filesystem::path &replaced)
 {
@@ -65,22 +46,20 @@ MappedFile::MappedFile(const std::string &name)
 {
     // O_NONBLOCK: opening a pipe would wait for a writer.
     const int file = open(name.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
-    if (file < 0)
-        failOn(name, systemReason());
     struct stat status {
     };
-    void *data = MAP_FAILED;
-    const bool regular = fstat(file, &status) == 0 && S_ISREG(status.st_mode);
-    if (regular && status.st_size > 0)
-        data = mmap(nullptr, static_cast<std::size_t>(status.st_size), PROT_READ, MAP_PRIVATE, file, 0);
-    const std::string reason = regular ? systemReason() : "it is not a regular file";
-    close(file);
-    if (regular && status.st_size == 0)
-        return;
-    if (data == MAP_FAILED)
-        failOn(name, reason);
-    m_data = data;
-    m_size = static_cast<std::size_t>(status.st_size);
+    const bool regular = file >= 0 && fstat(file, &status) == 0 && S_ISREG(status.st_mode);
+    // An empty file cannot be mapped.
+    m_size = regular ? static_cast<std::size_t>(status.st_size) : 0;
+    if (m_size > 0)
+        m_data = mmap(nullptr, m_size, PROT_READ, MAP_PRIVATE, file, 0);
+    const std::error_code error(errno, std::generic_category());
+    if (file >= 0)
+        close(file);
+    if (file < 0 || m_data == MAP_FAILED)
+        failOnReading(name, error.message());
+    if (!regular)
+        failOnReading(name, "it is not a regular file");
 }
 
 MappedFile::~MappedFile()
