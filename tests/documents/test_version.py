@@ -46,6 +46,10 @@ def test_the_cmake_package_tells_it(prefix):
     assert f'set(PACKAGE_VERSION "{VERSION}")' in package
 
 
+def test_the_pkg_config_package_tells_it(prefix):
+    assert f"\nVersion: {VERSION}\n" in (prefix / "lib" / "pkgconfig" / "zel.pc").read_text()
+
+
 def test_the_python_package_takes_it_from_there():
     assert "CMakeLists.txt" in read("bindings/python/setup.py")
     assert 'dynamic = ["version"]' in read("bindings/python/pyproject.toml")

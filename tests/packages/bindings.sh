@@ -49,9 +49,7 @@ specification() { unzip -p "$nupkg" Zel.nuspec; }
 expect "the NuGet package has the version" has "<version>${version/+/\\+}</version>" specification
 expect "the NuGet package's specification names no files of this machine" has_not '<file |\$' specification
 
-start_pensim() {
-    "$pensim" --ready-file "$scratch/ready" </dev/null >"$scratch/pensim.log" 2>&1 &
-    service=$!
+ready() {
     for _ in {1..300}; do
         [ -e "$scratch/ready" ] && return
         kill -0 "$service" || break
@@ -60,7 +58,9 @@ start_pensim() {
     cat "$scratch/pensim.log"
     false
 }
-expect "pensim starts" start_pensim
+"$pensim" --ready-file "$scratch/ready" </dev/null >"$scratch/pensim.log" 2>&1 & # in this shell, which ends it
+service=$!
+expect "pensim starts" ready
 
 # --- Python
 

@@ -14,20 +14,19 @@ linux=$scratch/linux/moved
 windows="$scratch/Zwei Stifte für Jürg/zel" # a blank and an umlaut
 debian=$scratch/debian
 pen=AKZ-AQ7-APS-AC # of the built-in scenario
-# By a file: "expect" runs what it tries in a shell of its own.
+pensim=
 end_pensim() {
-    local pid
-    pid=$(cat "$scratch/pensim.pid" 2>/dev/null) || return
-    kill "$pid" 2>/dev/null
-    while kill -0 "$pid" 2>/dev/null; do sleep 0.1; done
-    rm -f "$scratch/pensim.pid" "$scratch/ready"
+    [ -z "$pensim" ] || { kill "$pensim" && wait "$pensim"; } 2>/dev/null
+    pensim=
+    rm -f "$scratch/ready"
 }
 trap 'end_pensim; rm -rf "$scratch"' EXIT
 export LC_ALL=C.UTF-8
 export CMAKE_BUILD_PARALLEL_LEVEL=${CMAKE_BUILD_PARALLEL_LEVEL:-1} # other tests run beside this one
 
 # alone COMMAND...: with nothing in the environment that could help.
-alone() { env -i PATH=/usr/bin:/bin HOME="$scratch" LC_ALL=C.UTF-8 "$@"; }
+clean=(env -i PATH=/usr/bin:/bin "HOME=$scratch" LC_ALL=C.UTF-8)
+alone() { "${clean[@]}" "$@"; }
 
 # --- made
 
@@ -84,16 +83,22 @@ expect "the Linux archive names nobody of this machine" owned_by_root "$linux_x6
 # --- Linux: unpacked anywhere
 
 unpack_linux() { mkdir -p "$linux" && tar -xf "$linux_x64.tar.gz" -C "$linux" --strip-components=1; }
-start_pensim() {
-    "$@" --ready-file "$scratch/ready" </dev/null >"$scratch/pensim.log" 2>&1 &
-    echo $! >"$scratch/pensim.pid"
+ready() {
     for _ in {1..300}; do
         [ -e "$scratch/ready" ] && return
-        kill -0 $! || break
+        kill -0 "$pensim" || break
         sleep 0.1
     done
     cat "$scratch/pensim.log"
     false
+}
+# expect_pensim WHAT COMMAND...: in this shell, which then can end it.
+expect_pensim() {
+    local what=$1
+    shift
+    "$@" --ready-file "$scratch/ready" </dev/null >"$scratch/pensim.log" 2>&1 &
+    pensim=$!
+    expect "$what" ready
 }
 c_host() {
     # shellcheck disable=SC2046 # words
@@ -114,7 +119,7 @@ lines_known() {
         cp -r "$scratch/debug/lib/.debug" "$linux/lib/" &&
         has 'is at .*src/api/.*\.cpp|Line [0-9]+ of .*src/api/' gdb --batch -ex 'info line zelGetApiVersion' "$linux/lib/libzel.so"
 }
-fetched() { "$@" fetch "$pen" -o "$scratch/pages.zel" && "$@" show "$scratch/pages.zel" && rm "$scratch/pages.zel"; }
+fetched() { (cd "$scratch" && "$@" fetch "$pen" -o pages.zel && "$@" show pages.zel && rm pages.zel); }
 expect "Linux: the archive unpacks" unpack_linux
 expect "Linux: the library is stripped" small "$linux/lib/libzel.so" 600000
 expect "Linux: a C99 host by pkg-config and GCC" c_host
@@ -123,7 +128,7 @@ expect "Linux: C++ hosts by find_package" cmake_host "$scratch/hosts" "-DCMAKE_P
 for host in c_host cpp_host cpp17_host; do
     expect "Linux: $host runs" alone "$scratch/hosts/$host"
 done
-expect "Linux: pensim starts" start_pensim alone "$linux/bin/pensim"
+expect_pensim "Linux: pensim starts" "${clean[@]}" "$linux/bin/pensim"
 expect "Linux: penctl lists pens" has '[A-Z0-9]{3}-[A-Z0-9]{3}-' alone "$linux/bin/penctl" list
 expect "Linux: penctl fetches pages" fetched alone "$linux/bin/penctl"
 end_pensim
@@ -131,15 +136,15 @@ expect "Linux: penctl says that it has stand-ins" has 'stand-in for the chaining
 expect "Linux: the README says it too" has 'stand-in for the chaining value and USB table' cat "$linux/README.txt"
 expect "Linux: the debug archive gives GDB the lines" lines_known
 
-# Compiled a second time, in another folder: by script/test.
-compiled_elsewhere() {
+# By script/test, in other folders.
+built_elsewhere() {
     local preset=$1 unpacked=$2 file
     grep -q '^ZEL_UNITY:BOOL=ON$' "build/$preset/CMakeCache.txt" || { echo "build/$preset was not configured as script/test does"; return 1; }
     cmake --install "build/$preset" --prefix "$scratch/elsewhere" >"$scratch/install.log" && shift 2 || return
     for file in "$@"; do cmp "$scratch/elsewhere/$file" "$unpacked/$file" || return; done
     rm -r "$scratch/elsewhere"
 }
-expect "Linux: what was compiled twice is the same" compiled_elsewhere native "$linux" "lib/libzel.so.$version_numbers" bin/penctl bin/pensim
+expect "Linux: what is built in another folder is the same" built_elsewhere native "$linux" "lib/libzel.so.$version_numbers" bin/penctl bin/pensim
 
 # The version stands in all of it.
 expect "Linux: pkg-config tells the version" same "$(PKG_CONFIG_LIBDIR=$linux/lib/pkgconfig pkg-config --modversion zel)" "$version_numbers"
@@ -177,12 +182,12 @@ expect "product: its archives unpack" unpack_product
 expect "product: penctl tells it" has "^$product_text" alone "$product_penctl" --version
 expect "product: so do the READMEs" has "^$product_text" cat "$scratch/product/linux/README.txt"
 expect "product: nothing in the READMEs speaks of stand-ins" has_not 'stand-in' cat "$scratch/product"/{linux,windows}/README.txt
-expect "product: its pen is there" start_pensim alone "$linux/bin/pensim" --scenario "$scratch/product.json"
+expect_pensim "product: its pen is there" "${clean[@]}" "$linux/bin/pensim" --scenario "$scratch/product.json"
 expect "product: its pen connects, and unlocks by the password" unlocks alone "$product_penctl"
 expect "without its values the pen is unknown" ends_with 10 unlocks alone "$linux/bin/penctl"
 end_pensim
 sed -i 's/"0x4242"/0/; s/"0x1717"/0/' "$scratch/product.json"
-expect "product: its pen announces no ids" start_pensim alone "$linux/bin/pensim" --scenario "$scratch/product.json"
+expect_pensim "product: its pen announces no ids" "${clean[@]}" "$linux/bin/pensim" --scenario "$scratch/product.json"
 expect "product: it unlocks by the password" unlocks alone "$product_penctl"
 expect "without its value the password is wrong" ends_with 1 unlocks alone "$linux/bin/penctl"
 end_pensim
@@ -216,7 +221,7 @@ expect "Windows: the bill of materials" same "$(components "$windows/sbom.cdx.js
 expect "Windows: its versions" versions_right "$windows/sbom.cdx.json"
 expect "Windows: a host links zel.lib by lld-link" compiled_for_microsoft
 expect "Windows: a host links libzel.dll.a by MinGW" by_mingw
-expect "Windows: what was compiled twice is the same" compiled_elsewhere windows "$windows" bin/zel.dll bin/penctl.exe bin/pensim.exe
+expect "Windows: what is built in another folder is the same" built_elsewhere windows "$windows" bin/zel.dll bin/penctl.exe bin/pensim.exe
 expect "Windows: the README tells the version" has "zel $version for Windows" cat "$windows/README.txt"
 expect "Windows: the README says that there are stand-ins" has 'stand-in for the chaining value and USB table' cat "$windows/README.txt"
 expect "Windows: lines of what is opened there end as there" same "$(grep -L $'\r$' "$windows"/{README.txt,try.cmd})" ''
@@ -230,14 +235,14 @@ if [ ${#wine[@]} != 0 ]; then
     expect "Windows: penctl.exe says that it has stand-ins" has 'stand-in for' "${wine[@]}" "$windows/bin/penctl.exe" --version
     cp "$scratch/mingw-hosts/cpp17_host.exe" "$windows/bin"
     expect "Windows: a C++ host runs" timeout 60 "${wine[@]}" "$windows/bin/cpp17_host.exe"
-    expect "Windows: pensim.exe starts" start_pensim "${wine[@]}" "$windows/bin/pensim.exe"
+    expect_pensim "Windows: pensim.exe starts" "${wine[@]}" "$windows/bin/pensim.exe"
     expect "Windows: penctl.exe lists pens" has '[A-Z0-9]{3}-[A-Z0-9]{3}-' "${wine[@]}" "$windows/bin/penctl.exe" list
     expect "Windows: penctl.exe fetches pages" fetched timeout 60 "${wine[@]}" "$windows/bin/penctl.exe"
     end_pensim
     expect "Windows: try.cmd starts pensim and lists its pens" has '[A-Z0-9]{3}-[A-Z0-9]{3}-' tried
     timeout 60 "${wine[@]}" taskkill /f /im pensim.exe >"$scratch/taskkill.log" 2>&1
     expect "product, Windows: penctl.exe tells it" has "^$product_text" "${wine[@]}" "$scratch/product/windows/bin/penctl.exe" --version
-    expect "product, Windows: its pen is there" start_pensim alone "$linux/bin/pensim" --scenario "$scratch/product.json"
+    expect_pensim "product, Windows: its pen is there" "${clean[@]}" "$linux/bin/pensim" --scenario "$scratch/product.json"
     expect "product, Windows: it unlocks by the password" unlocks timeout 60 "${wine[@]}" "$scratch/product/windows/bin/penctl.exe"
     end_pensim
 fi
