@@ -12,11 +12,10 @@ source tests/checks/cases.sh
 
 library=build/native/libzel.so
 baseline=tests/abi/1.0.0/libzel.so.abi
-public=(--exported-interfaces-only --drop-private-types)
 mingw=x86_64-w64-mingw32
 
 if [ "$1" = --move ]; then
-    abidw "${public[@]}" --headers-dir include --no-corpus-path --no-comp-dir-path --no-show-locs "$library" >"$baseline"
+    abidw --exported-interfaces-only --drop-private-types --headers-dir include --no-corpus-path --no-comp-dir-path --no-show-locs "$library" >"$baseline"
     exit
 fi
 platform=$1
@@ -25,7 +24,8 @@ shift
 scratch=$(mktemp -d)
 trap 'rm -rf "$scratch"' EXIT
 
-unchanged() { abidiff "${public[@]}" --headers-dir2 include --no-added-syms "$baseline" "$library"; }
+# The baseline knows nothing private. Told where the headers are, abidiff would take today's record for private, too.
+unchanged() { abidiff --exported-interfaces-only --no-added-syms "$baseline" "$library"; }
 
 released_names() { sed -n "s/.*<elf-symbol name='\(zel[A-Za-z]*\)'.*/\1/p" "$baseline"; }
 exported_by_dll() { $mingw-objdump -p build/windows/zel.dll | awk '/^\[Ordinal\/Name Pointer\]/ { on = 1; next } on && NF == 0 { exit } on { print $NF }'; }
