@@ -1,4 +1,4 @@
-// As exchange.c, through the C++ header.
+// The same as exchange.c, but through the C++ header.
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>

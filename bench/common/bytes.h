@@ -7,8 +7,8 @@
 
 namespace zel::bench {
 
-/** Bytes of the pen service protocol as they stand on the wire, written independently of the
- *  library: the benchmark must not lean on what it measures. */
+/** Bytes of the pen service protocol as they are sent. Written independently of the library, because the
+ *  benchmark must not use what it measures. */
 class Bytes
 {
 public:
@@ -30,7 +30,7 @@ public:
     Bytes &stringValue(std::string_view text) { return u8(6).u16(text.size() + 1).raw(text).u8(0); }
     Bytes &binaryValue(std::string_view bytes) { return u8(7).u32(bytes.size()).raw(bytes); }
     Bytes &arrayOf(std::uint64_t count) { return u8(8).u16(count); }
-    /** What opens an answer: a list of the status and a result, which follows. */
+    /** The beginning of an answer: a list of the status and the result. The result follows. */
     Bytes &goodAnswer() { return arrayOf(2).intValue(0); }
 
     void overwrite64(std::size_t at, std::uint64_t value)

@@ -6,7 +6,7 @@ namespace zel::bench {
 
 namespace {
 
-/** Bytes without any pattern; the first is no type code, as in strokes that pens write. */
+/** Bytes without a pattern. As in strokes of real pens, the first byte is not a type code. */
 std::string plainStrokes(std::uint32_t size)
 {
     std::string strokes(size, '\x53');
@@ -44,14 +44,14 @@ std::string almostEncodedStrokes(std::uint32_t size)
             bytes.longValue(k);
     }
     while (bytes.size() < size)
-        bytes.u8(0x0c); // no type at all
+        bytes.u8(0x0c); // there is no type with this code
     return std::string(bytes.view());
 }
 
-/** Pens list their pages in the order in which they were written on. */
+/** Pens list their pages in the order in which they were used. */
 Bytes pageListAnswer(const Pens &pens)
 {
-    constexpr std::uint64_t kStride = 7919; // prime, so that every index comes once
+    constexpr std::uint64_t kStride = 7919; // prime, so that every index occurs once
     Bytes answer;
     answer.goodAnswer().arrayOf(pens.pages);
     for (std::uint64_t i = 0; i < pens.pages; ++i) {
@@ -97,8 +97,8 @@ std::vector<std::string> Pens::words() const
 
 namespace {
 
-// Field 1 is 0, so texts show fields 2 to 5. All fields start above 99 and none comes near the
-// value that means missing: every text has the same length, and none occurs within another.
+// Field 1 is 0, so texts show fields 2 to 5. All fields are above 99 and below the value that means
+// "missing". So every text has the same length, and none is a part of another.
 constexpr std::uint32_t kFirst = 100;
 constexpr std::uint32_t kPerField = 800;
 

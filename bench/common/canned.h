@@ -9,17 +9,17 @@
 
 namespace zel::bench {
 
-/** What the pens of a run hold; the server answers by it and the bare client knows it. */
+/** What the pens of a run hold. The server makes its answers of it, and the bare client knows it too. */
 struct Pens {
     std::uint32_t count = 1;
     std::uint32_t pages = 0;
     std::uint32_t pageSize = 0;
     /** plain: strokes as pens write them; nested: binaries within binaries to the last byte;
-     *  almost: an encoded list of lists that a wrong type spoils near its end. */
+     *  almost: an encoded list of lists that is valid except for a wrong type near its end. */
     std::string strokes = "plain";
 
     static Pens from(const Settings &settings);
-    /** As words for the command line of another program. */
+    /** The same as arguments for the command line of another program. */
     std::vector<std::string> words() const;
 };
 
@@ -40,7 +40,7 @@ inline constexpr std::uint16_t kSoftwareVersion = 0x0600;
 /** The property of the small exchange: a short. */
 inline constexpr std::uint16_t kSmallProperty = 0x202a;
 
-/** The properties that go with the pages of a retrieval, in the order in which they are read. */
+/** The properties that a retrieval reads in addition to the pages, in the order in which it reads them. */
 inline constexpr std::uint16_t kCollectedProperties[] = {0x0022, 0x0001, 0x0021, 0x2009, 0x200a,
                                                          0x200b, 0x200c, 0x0023, 0x0024, 0x001f};
 
@@ -52,7 +52,7 @@ std::string pageAddressText(std::uint32_t index);
 /** The strokes of each page; all pages of a run hold the same. */
 std::string strokesOf(const Pens &pens);
 
-/** The whole answer to an instruction; property is looked at for kGetProperty alone. */
+/** The whole answer to an instruction; `property` matters only for kGetProperty. */
 Bytes answerTo(std::uint32_t instruction, std::uint16_t property, const Pens &pens);
 
 /** The answer of the rendezvous server to a request for the list. */

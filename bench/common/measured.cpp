@@ -13,7 +13,7 @@ namespace zel::bench {
 
 namespace {
 
-/** A figure of /proc/self/status in bytes. Plain reads: nothing here may allocate. */
+/** A figure of /proc/self/status in bytes. Uses plain read(), because nothing here may allocate memory. */
 std::size_t statusBytes(const char *field)
 {
     char text[4096] = {};

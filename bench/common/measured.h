@@ -11,19 +11,19 @@
 
 namespace zel::bench {
 
-/** What the interposed counter (counter.cpp) knows, in the order of its array. */
+/** What the preloaded counter (counter.cpp) counts, in the order of its array. */
 enum Count { kAllocations, kReceives, kSends, kEmptySends, kCounts };
 using Counts = std::array<std::uint64_t, kCounts>;
 
-/** The part of a run that counts: from construction to stop(). Takes the time, the processor time of
- *  this program and of the server, the growth of resident memory at its highest, and the counts when
- *  the program runs with the counter. */
+/** The part of a run that is measured: from construction to stop(). Measures the time, the processor time of
+ *  this program and of the server, the largest growth of resident memory, and the counts if the program runs
+ *  with the counter. */
 class Measured
 {
 public:
-    /** The setting "server" is the server's process. */
+    /** The setting "server" is the process id of the server. */
     explicit Measured(const Settings &settings);
-    /** Tells everything on standard output, as "seconds", "peak", "allocations" and so on. */
+    /** Prints all figures on standard output, as "seconds", "peak", "allocations" and so on. */
     void stop();
 
 private:

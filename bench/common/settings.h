@@ -6,8 +6,8 @@
 
 namespace zel::bench {
 
-/** What the programs of the benchmark tell each other: words of the form "key=value" on a command
- *  line, and lines of the form "key value" on standard output. */
+/** How the programs of the benchmark talk to each other: by arguments of the form "key=value", and by lines
+ * of the form "key value" on standard output. */
 class Settings
 {
 public:

@@ -1,6 +1,6 @@
 // How fast are values decoded and encoded? Each tree is built from one description and given to
 // this library's codec, to libcbor and to msgpack-cxx. Decoding includes the destruction of the
-// tree, encoding writes into memory that is there already. Names are operation/tree/library.
+// tree; encoding writes into memory that was allocated before. Names are operation/tree/library.
 
 #include "common/bytes.h"
 #include "micro/memory_stream.h"
@@ -19,7 +19,7 @@
 namespace zel::bench {
 namespace {
 
-/** Numbers are so large that no encoding can shorten them. */
+/** The numbers are so large that no encoding can shorten them. */
 struct Node {
     enum class Kind { List, Bool, Int32, Long64, Text, Binary } kind = Kind::List;
     std::uint64_t number = 0;
@@ -56,7 +56,7 @@ Node binaryNode(std::string bytes)
     return {Node::Kind::Binary, 0, std::move(bytes), {}};
 }
 
-/** What a pen with 1,000 pages answers when it is asked for their list. */
+/** The answer of a pen with 1,000 pages to a request for its page list. */
 Node pairs()
 {
     Node tree;

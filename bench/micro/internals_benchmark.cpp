@@ -1,5 +1,5 @@
-// Places inside the library where an obvious way of writing costs many times the best one, each
-// beside the least that its work could take. Names are subject/size/side.
+// Places inside the library where the obvious implementation is many times slower than the best one. Each is
+// compared with the least work that its task needs. Names are subject/size/side.
 
 #include "common/bytes.h"
 #include "common/canned.h"
@@ -46,7 +46,7 @@ void logTextZel(benchmark::State &state)
         benchmark::DoNotOptimize(FormatLogText("Received and parsed value:\n%s", text.c_str()));
 }
 
-// Pages put into a request.
+// Adding pages to a request.
 
 void requestZel(benchmark::State &state)
 {
@@ -58,7 +58,7 @@ void requestZel(benchmark::State &state)
     }
 }
 
-// A list of pages: its order and its text.
+// A list of pages: sorting it, and making its text.
 
 PageList unsortedPages(std::size_t count)
 {
@@ -113,7 +113,7 @@ void listTextBare(benchmark::State &state)
     }
 }
 
-// The text form of an answer, which every answer's log text holds.
+// The text form of an answer, which is a part of the log text of every answer.
 
 void answerTextZel(benchmark::State &state)
 {
@@ -144,7 +144,7 @@ void answerTextBare(benchmark::State &state)
     }
 }
 
-// Whether strokes are an encoded value: asked of every answer for its log text.
+// Finding out whether strokes are an encoded value, which the log text of every answer needs.
 
 void looksEncodedZel(benchmark::State &state, const char *kind)
 {
@@ -173,8 +173,8 @@ void textOfStrokesZel(benchmark::State &state, const char *kind)
     }
 }
 
-// A large binary off a stream, whose length nobody may trust. On both sides its memory comes from the
-// system and goes back there, as it does for the strokes of a retrieval.
+// Reading a large binary from a stream, without trusting its announced length. Both sides get the memory from
+// the system and give it back, as a retrieval does for strokes.
 
 void binaryZel(benchmark::State &state)
 {
@@ -198,7 +198,7 @@ void binaryBare(benchmark::State &state)
     }
 }
 
-// Byte-stuffed strokes, of which every hundredth byte or so is stuffed.
+// Strokes with escaped bytes: about one byte in a hundred is escaped.
 
 std::string stuffed(std::size_t size)
 {

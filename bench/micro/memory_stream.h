@@ -9,8 +9,8 @@
 
 namespace zel::bench {
 
-/** A stream over bytes in memory that can be read, and a buffer that can be written, again and
- *  again without being built anew: a connection's stream is built once too. */
+/** A stream over bytes in memory, and a buffer to write to. Both can be used again and again without making
+ * new ones, because the stream of a connection is made only once too. */
 class MemorySource : public ReadBuffer
 {
 public:

@@ -1,5 +1,5 @@
-// The bare client: the same exchanges as the library makes, byte for byte, with nothing but send
-// and recv. This is the limit that the library is measured against.
+// The bare client: makes the same exchanges as the library, byte for byte, with nothing but send and recv. No
+// library can be faster; this is what ours is compared with.
 //
 //   zel_bench_bare WORK port=PORT pens=N pages=N size=BYTES exchanges=N
 //
@@ -45,7 +45,7 @@ class GrowingBlock
 public:
     ~GrowingBlock() { std::free(m_bytes); }
 
-    /** Where so many bytes may be written; added() then counts those that were. */
+    /** Room for that many bytes. added() then says how many of them were written. */
     char *room(std::size_t count)
     {
         if (m_size + count > m_capacity) {
@@ -70,7 +70,7 @@ private:
     std::size_t m_capacity = 0;
 };
 
-/** A request and the length of its answer, both known beforehand. */
+/** A request and the length of its answer; both are known in advance. */
 struct Exchange {
     Bytes request;
     std::size_t answerLength;
@@ -119,8 +119,8 @@ public:
             missing -= receive();
     }
 
-    /** What stands behind the first bytes of the answer is kept: where a buffer's worth of it is missing,
-     *  received straight into its place. */
+    /** Keeps what follows the first bytes of the answer. If at least a buffer's size of it is still to come,
+     * it is received directly into its final place. */
     void fetch(const Exchange &exchange, std::size_t skip, GrowingBlock &kept)
     {
         sendOnce(m_socket, exchange.request);
@@ -190,7 +190,7 @@ private:
     std::vector<Exchange> m_after;
 };
 
-/** Reads one message of the rendezvous server, one byte per recv as that protocol asks for. */
+/** Reads one message of the rendezvous server, one byte per recv: it ends with a NUL, and nothing after that may be read. */
 bool readMessage(int socket, char (&message)[1024])
 {
     for (std::size_t at = 0;; ++at) {
@@ -229,7 +229,8 @@ void repeat(BareClient &client, const Exchange &exchange, const Settings &settin
     });
 }
 
-/** Sends a certificate of some 6,000 bytes, in the two parts that a 4,096-byte buffer makes of it. */
+/** Sends a certificate of about 6,000 bytes, in the two parts that the library's 4,096-byte buffer makes of
+ * it. */
 void repeatLarge(BareClient &client, const Settings &settings)
 {
     const std::uint64_t count = settings.number("exchanges", 1);

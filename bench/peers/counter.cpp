@@ -1,5 +1,5 @@
-// Preloaded into a client, this counts what the client asks of the C library: every allocation,
-// recv and send of the process. The counts of one and the same run are always the same.
+// Preloaded into a client, this counts how often the process calls the C library to allocate, recv and send.
+// The same run always gives the same counts.
 
 #include <atomic>
 #include <cstddef>
@@ -66,7 +66,7 @@ ZEL_BENCH_INTERPOSED ssize_t recv(int socket, void *data, std::size_t length, in
     return recvfrom(socket, data, length, flags, nullptr, nullptr);
 }
 
-/** What recv becomes where the size of the buffer is known. */
+/** The compiler calls this in place of recv if it knows the size of the buffer. */
 ZEL_BENCH_INTERPOSED ssize_t __recv_chk(int socket, void *data, std::size_t length, std::size_t, int flags)
 {
     return recv(socket, data, length, flags);

@@ -1,5 +1,5 @@
-// The C++ header over the C functions that it calls: both on one connection, in turn, so that a machine
-// that slows down slows down both. Tells the seconds of each.
+// Compares the C++ header with the C functions that it calls. Both run in turn on one connection, so if the
+// machine slows down, both slow down. Prints the seconds of each.
 //
 //   zel_bench_cpp WORK exchanges=N pages=N size=BYTES
 //

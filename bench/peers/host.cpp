@@ -1,5 +1,5 @@
-// A host application: does one piece of work through the library's public functions and tells what
-// it took.
+// A host application: does one kind of work with the library's public functions, and prints the time and
+// memory that it took.
 //
 //   zel_bench_host WORK pens=N pages=N size=BYTES exchanges=N before=N
 //
@@ -43,7 +43,7 @@ public:
             zelFreeDiscoveryHandle(&record);
     }
 
-    /** From now on every callback takes that long. */
+    /** From now on every callback takes this long. */
     void setPause(std::uint32_t microseconds) { m_pause = microseconds; }
 
     void expect(std::size_t count) { m_expected = count; }
@@ -109,7 +109,7 @@ void largeExchanges(PenHandle *pen, const Settings &settings)
     });
 }
 
-/** The pages handed out, checked for their length and released. */
+/** Checks the length of the fetched pages and releases them. */
 class PageData
 {
 public:
@@ -141,7 +141,7 @@ void retrieve(PenHandle *pen, const Pens &pens, const Settings &settings)
             [&] { require(zelGetAllPages(pen, nullptr, data.bytes(), data.length()), "zelGetAllPages"); });
 }
 
-/** Selects every page, by its own address or by a longer one that holds it. */
+/** Selects every page, by its own address or by a longer address that contains its text. */
 void select(PenHandle *pen, const Pens &pens, const Settings &settings, const std::string &prefix)
 {
     std::string addresses;
@@ -166,7 +166,7 @@ void list(PenHandle *pen, const Settings &settings)
     });
 }
 
-/** Heap that a connected pen holds while nothing is asked of it. */
+/** The heap memory that a connected pen holds while it is idle. */
 void idle(Arrivals &arrivals, const Settings &settings)
 {
     const std::uint64_t count = settings.number("exchanges", 1);
@@ -180,8 +180,8 @@ void idle(Arrivals &arrivals, const Settings &settings)
         require(zelDisconnectPen(&pen), "zelDisconnectPen");
 }
 
-/** How long zelExit takes, a while after the start: the listener is then in the state that the
- *  rendezvous server's manner brings about. */
+/** How long zelExit takes a while after the start. By then the behaviour of the rendezvous server (its
+ * "manner") has brought the listener into the state of interest. */
 void exitFromState(Arrivals &arrivals, const Settings &settings)
 {
     arrivals.setPause(static_cast<std::uint32_t>(settings.number("callback", 0)));

@@ -1,10 +1,10 @@
-// The other side of every run: a pen service that answers from memory. It does as little as a
-// service can (plain sockets, one thread per connection, one send per answer), so that what is
-// measured is the client. It plays the rendezvous server as well.
+// The other side of every run: a pen service that answers from memory. It does as little as a service can
+// (plain sockets, one thread per connection, one send per answer), so that the client is measured and not the
+// service. It is the rendezvous server too.
 //
 //   zel_bench_server pens=N pages=N size=BYTES strokes=KIND rendezvous=MANNER
 //
-// Prints "port N", the port of all its pens, and serves until its standard input ends.
+// Prints "port N", the port of all its pens, and runs until its standard input ends.
 
 #include "common/canned.h"
 
@@ -31,7 +31,7 @@ std::uint64_t readNumber(const std::uint8_t *at, int width)
     return number;
 }
 
-/** Length of the encoded value at the front, 0 while the bytes do not tell it yet. */
+/** The length of the encoded value at the beginning; 0 if more bytes are needed to know it. */
 std::size_t valueLength(const std::uint8_t *at, std::size_t available)
 {
     static constexpr std::size_t kFixed[] = {1, 2, 2, 3, 5, 9};
@@ -52,7 +52,7 @@ std::size_t valueLength(const std::uint8_t *at, std::size_t available)
 struct Request {
     std::uint32_t instruction = 0;
     std::uint16_t property = 0;
-    std::size_t length = 0; // 0 while the request is not whole
+    std::size_t length = 0; // 0 while the request is incomplete
 };
 
 Request parse(const std::uint8_t *bytes, std::size_t available)
@@ -86,7 +86,7 @@ bool sendAll(int socket, std::string_view bytes)
     return true;
 }
 
-/** Every answer is made before the first connection. */
+/** All answers are made before the first connection. */
 class Answers
 {
 public:
@@ -142,7 +142,7 @@ void servePen(int socket, const Answers &answers)
     close(socket);
 }
 
-/** Reads one message of the client; false when the client left. */
+/** Reads one message of the client; false if the client closed the connection. */
 bool receiveMessage(int socket, std::string &message)
 {
     message.clear();
@@ -154,8 +154,8 @@ bool receiveMessage(int socket, std::string &message)
     return false;
 }
 
-/** Manners: list answers with the list; silent never answers; half stops within a message; flood
- *  goes on with notifications without end. */
+/** Manners: "list" answers with the list; "silent" never answers; "half" stops in the middle of a message;
+ * "flood" sends notifications without end. */
 void serveRendezvous(int socket, const std::string &manner, std::string_view list)
 {
     std::string message;

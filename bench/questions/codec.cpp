@@ -23,7 +23,8 @@ void askCodec(const Bench &bench, Report &report)
     for (const auto &[tree, name] : trees) {
         const std::string stem = tree;
         const std::string what = name;
-        // libcbor's tree is of our kind, one object a node; msgpack's lies in one zone.
+        // libcbor's tree is like ours, with one object per node; msgpack allocates the whole tree in one
+        // zone.
         report.add(compare(results, "decode/" + stem, "decode " + what, "libcbor", 0.5));
         Row zone = compare(results, "decode/" + stem, "decode " + what, "msgpack", 0);
         zone.target.reset();

@@ -8,8 +8,8 @@ namespace zel::bench {
 
 namespace {
 
-/** A piece of work in two sizes. What the larger does more than the smaller, by item, has nothing
- *  to do with starting and ending. */
+/** Work in two sizes. The difference of both counts, divided by the difference of the sizes, is the count for
+ * one item, without what starting and ending cost. */
 struct Work {
     std::string name;
     const char *hostWork;
@@ -18,7 +18,7 @@ struct Work {
     Pens many;
     std::uint64_t fewExchanges;
     std::uint64_t manyExchanges;
-    double items; // by which the two sizes differ
+    double items; // the difference of the two sizes
 };
 
 const Work kExchange{"by exchange", "exchanges", "exchanges", {}, {}, 500, 1'500, 1'000};
@@ -54,7 +54,7 @@ const Work kSelected{"by selected page",
 /** How often something happens in one run of a client. */
 using Counting = double (*)(const Words &command, const Bench &bench);
 
-/** The number that follows a text. */
+/** The number after a text. */
 double numberBehind(const std::string &text, const std::string &label)
 {
     const std::size_t at = text.find(label);
@@ -63,8 +63,8 @@ double numberBehind(const std::string &text, const std::string &label)
     return std::strtod(text.c_str() + at + label.size(), nullptr);
 }
 
-/** Callgrind takes the one instruction that copies a whole block ("rep movsb") for as many as there are
- * bytes. So the C library is told to copy by vectors, as it does by itself with smaller blocks. */
+/** Callgrind counts the one instruction that copies a whole block ("rep movsb") once for every byte. So the C
+ * library is told to copy with vector instructions, as it does by default for smaller blocks. */
 constexpr const char *kCopyByVectors = "GLIBC_TUNABLES=glibc.cpu.x86_rep_movsb_threshold=1000000000:glibc."
                                        "cpu.x86_rep_stosb_threshold=1000000000";
 
@@ -87,7 +87,7 @@ double systemCalls(const Words &command, const Bench &bench)
     return std::strtod(table.c_str() + sum, nullptr);
 }
 
-/** What the interposed counter saw in the measured part. */
+/** What the preloaded counter counted in the measured part. */
 double counted(const Words &command, const Bench &bench, const char *figure)
 {
     Words environment = bench.environment();
@@ -140,7 +140,7 @@ struct Count {
     }
 };
 
-/** Those that may not creep up: each has a kept number. */
+/** The counts that may not grow unnoticed: each is compared with a kept number. */
 const Count kKept[] = {
     {"instructions", instructions, kExchange, 2'200},
     {"allocations", allocations, kExchange, 4},
@@ -155,7 +155,7 @@ const Count kKept[] = {
 };
 
 const Count kMore[] = {
-    // Depends on how much has arrived when each is made.
+    // Depends on how much has arrived at each call.
     {"send and recv calls", socketCalls, kMebibyte, 40},
     {"system calls", systemCalls, kExchange, std::nullopt},
     {"send calls", sends, kExchange, 1},
@@ -180,7 +180,7 @@ Row rowOf(const Count &count, double ours)
     return row;
 }
 
-/** A target of a count is one on our figure: what the bare client counts stands beside it. */
+/** A target of a count limits our figure, not the ratio; the count of the bare client is shown beside it. */
 void addCompared(const Bench &bench, Report &report, const Count &count)
 {
     Row row = rowOf(count, count.of(bench, Side::Host));

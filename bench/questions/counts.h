@@ -11,7 +11,7 @@ namespace zel::bench {
 /** Counts by name, in the order of the report. */
 using KeptCounts = std::vector<std::pair<std::string, double>>;
 
-/** The library's own counts, without the bare client's beside them. */
+/** The library's own counts, without those of the bare client. */
 KeptCounts countQuickly(const Bench &bench);
 
 } // namespace zel::bench

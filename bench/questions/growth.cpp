@@ -10,8 +10,8 @@ struct Growth {
     std::vector<std::vector<double>> baseline;
 };
 
-/** Processor time of both sides: an exponent shows a few hundredths, which a moment's load would hide.
- *  The sizes take turns, so that no stretch of a busy machine falls on one of them. */
+/** Uses the processor time of both sides, because a few hundredths of an exponent matter, and the load of a
+ * moment would hide them. The sizes take turns, so that a busy period of the machine affects all of them. */
 Growth measureGrowth(const Bench &bench, const std::string &hostWork)
 {
     Growth growth{{5'000, 10'000, 20'000, 40'000}, {}, {}};

@@ -63,7 +63,7 @@ void askLibrary(const Bench &bench, Report &report)
     addExit(bench, report, "within a message", "half");
     addExit(bench, report, "waiting for a notification", "list");
     addExit(bench, report, "among notifications", "flood");
-    // Started 100 ms ago, the callback has 100 ms to go.
+    // The callback began 100 ms ago and takes 100 ms more.
     addExit(bench, report, "in a callback of 200 ms", "list", {"callback=200000"});
 }
 

@@ -24,7 +24,7 @@ void askMemory(const Bench &bench, Report &report)
 {
     growth(bench, report, "1,000 pages of 8 KiB", {.pages = 1'000, .pageSize = 8 << 10}, 1.1);
     growth(bench, report, "20 pages of 4 MiB", {.pages = 20, .pageSize = 4 << 20}, 1.1);
-    // What the first two left behind must not make the third hold its strokes twice.
+    // Memory that the first two retrievals left must not make the third one hold its strokes twice.
     growth(bench, report, "20 pages of 4 MiB, the third time", {.pages = 20, .pageSize = 4 << 20}, 1.1,
            {"before=2"});
     growth(bench, report, "20,000 pages of 200 B", {.pages = 20'000, .pageSize = 200}, 2.0);

@@ -7,13 +7,13 @@
 
 namespace zel::bench {
 
-/** One benchmark of a Google Benchmark program: its times in seconds, a repetition each. */
+/** One benchmark of a Google Benchmark program: its times in seconds, one for each repetition. */
 struct MicroResult {
     std::vector<double> seconds;
     double nodes = 1;
 };
 
-/** By name, sizes included: "sort/zel/40000". */
+/** The benchmarks by name, which includes the size: "sort/zel/40000". */
 using MicroResults = std::map<std::string, MicroResult>;
 
 MicroResults runMicro(const Bench &bench, const std::string &program);

@@ -4,7 +4,7 @@
 
 namespace zel::bench {
 
-/** A question answers itself with rows of the report; what it throws becomes a row as well. */
+/** A question adds its results to the report as rows; an exception that it throws becomes a row too. */
 struct Question {
     const char *name;
     const char *title;

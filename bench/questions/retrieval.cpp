@@ -19,7 +19,7 @@ void askRetrieval(const Bench &bench, Report &report)
     retrieve(bench, report, "20,000 pages of 200 B", {.pages = 20'000, .pageSize = 200}, 1.15);
     retrieve(bench, report, "1,000 pages of 8 KiB", {.pages = 1'000, .pageSize = 8 * kKibibyte}, 1.25);
     retrieve(bench, report, "20 pages of 4 MiB", {.pages = 20, .pageSize = 4 * kMebibyte}, 1.25);
-    // Strokes that look like encoded values: their text form for the log must look at every byte.
+    // These strokes look like encoded values, so making their text for the log has to read every byte.
     retrieve(bench, report, "20 pages of 1 MiB, a list spoilt near its end",
              {.pages = 20, .pageSize = kMebibyte, .strokes = "almost"}, 3);
     retrieve(bench, report, "20 pages of 1 MiB, binaries within binaries",

@@ -9,11 +9,11 @@
 
 namespace zel::bench {
 
-/** What the questions work with: the programs of the build and the rounds of a measurement. */
+/** What the questions use: the programs of the build, and the rounds of a measurement. */
 class Bench
 {
 public:
-    /** library: the folder of the library to measure; that of the build when it is empty. */
+    /** library: the folder of the library to measure; empty for the library of this build. */
     Bench(std::string directory, int rounds, const std::string &library)
         : m_directory(std::move(directory)),
           m_rounds(rounds),
@@ -34,13 +34,13 @@ private:
     std::string m_library;
 };
 
-/** A server process; its pens' port goes to the clients. */
+/** A server process. The clients are told the port of its pens. */
 class Server
 {
 public:
     Server(const Bench &bench, const Pens &pens, const std::string &rendezvous = "list");
 
-    /** The words that tell a client about this server and its pens. */
+    /** The arguments that tell a client about this server and its pens. */
     Words words() const;
 
 private:
@@ -49,7 +49,7 @@ private:
     std::uint64_t m_port = 0;
 };
 
-/** The programs that make the exchanges: the library's host and the bare client. */
+/** The programs that make the exchanges: the host, which uses the library, and the bare client. */
 enum class Side { Host, Bare };
 
 Words clientCommand(const Bench &bench, Side side, const std::string &work, const Server &server,
@@ -57,12 +57,12 @@ Words clientCommand(const Bench &bench, Side side, const std::string &work, cons
 Figures runClient(const Bench &bench, Side side, const std::string &work, const Server &server,
                   const Words &more = {}, const Words &environment = {});
 
-/** Both sides' figures for one piece of work, round by round in turn: ours, theirs, theirs, ours, ...
- *  so that a machine that slows down slows down both. */
+/** The figures of both sides for one kind of work. The sides take turns (ours, theirs, theirs, ours, ...), so
+ * if the machine slows down, both slow down. */
 struct Paired {
     std::vector<double> ours;
     std::vector<double> baseline;
-    /** Processor time of client and server together; empty where there is no server. */
+    /** Processor time of client and server together; empty if there is no server. */
     std::vector<double> oursProcessor = {};
     std::vector<double> baselineProcessor = {};
 

@@ -12,7 +12,8 @@ namespace {
 
 constexpr double kTolerance = 1.1;
 
-/** A line each: the number, a blank, the name. Lines that begin with "#" are comments. */
+/** The file has one line for each count: the number, a blank, the name. Lines that begin with "#" are
+ * comments. */
 std::map<std::string, double> readCounts(const std::string &file)
 {
     std::ifstream lines(file);

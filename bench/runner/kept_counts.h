@@ -6,9 +6,9 @@
 
 namespace zel::bench {
 
-/** Prints each count beside the one that the file keeps; false when one is more than a tenth above it. */
+/** Prints each count beside the one in the file. False if a count is more than a tenth above that. */
 bool compareWithKept(const KeptCounts &counts, const std::string &file);
-/** Makes these the counts that are kept. */
+/** Replaces the counts in the file by these. */
 void keep(const KeptCounts &counts, const std::string &file);
 
 } // namespace zel::bench

@@ -28,8 +28,8 @@ constexpr Question kQuestions[] = {
     {"cpp", "The C++ header, over the C functions that it calls", askCpp},
 };
 
-/** Everything that is started from here runs on the same processor: two would add the time of
- *  waking each other up, which is many times what is measured. */
+/** Keeps this process, and all that it starts, on one processor. With two, they would have to wake each other
+ * up, which takes many times as long as what is measured. */
 void stayOnOneProcessor()
 {
     cpu_set_t allowed;

@@ -38,7 +38,7 @@ struct Pipe {
     _exit(127);
 }
 
-/** Reads both pipes to their ends: a program that fills one must not wait for the other. */
+/** Reads both pipes at once to their ends, because a program that fills one of them would wait for ever. */
 Output readAll(int output, int errors)
 {
     Output result;

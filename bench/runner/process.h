@@ -13,13 +13,13 @@ namespace zel::bench {
 
 using Words = std::vector<std::string>;
 
-/** What a program told, and what it wrote to standard error. */
+/** What a program wrote to standard output and to standard error. */
 struct Output {
     std::string text;
     std::string errors;
 };
 
-/** Runs a program to its end; throws std::runtime_error with its errors when it fails. */
+/** Runs a program to its end. If it fails, throws std::runtime_error with its error output. */
 Output runProgram(const Words &command, const Words &environment = {});
 
 /** A program that runs until this goes out of scope, which ends its standard input. */
@@ -40,7 +40,7 @@ private:
     int m_output = -1;
 };
 
-/** Figures by name, as a measuring program tells them. */
+/** The figures that a measuring program printed, by name. */
 using Figures = std::map<std::string, double>;
 Figures parseFigures(const std::string &text);
 

@@ -11,20 +11,20 @@ namespace zel::bench {
 
 enum class Unit { Seconds, Bytes, Number };
 
-/** One line of the table. What a line lacks is left open in it. */
+/** One line of the table. A value that a line does not have is left empty. */
 struct Row {
     std::string what;
     Unit unit = Unit::Seconds;
     std::optional<double> ours;
     std::optional<double> baseline;
-    /** Ours over the baseline's. A figure that always repeats has no width. */
+    /** Our figure divided by the baseline's. A figure that is the same in every run has no spread. */
     std::optional<Spread> ratio;
-    /** The same of processor time, which a busy machine hardly changes. */
+    /** The same ratio of processor times, which the load of the machine hardly changes. */
     std::optional<double> processorRatio;
-    /** At most this ratio or, where there is no ratio, at most this figure of ours. */
+    /** The highest ratio allowed or, if there is no ratio, the highest figure of ours. */
     std::optional<double> target;
     std::string note;
-    /** Could not be measured; the note says why. */
+    /** It could not be measured; the note says why. */
     bool failed = false;
 
     std::optional<bool> met() const;
@@ -34,7 +34,7 @@ struct Row {
 class Report
 {
 public:
-    /** Figures of different machines or loads cannot be compared: the report says where it was made. */
+    /** Figures of different machines or loads cannot be compared, so the report describes the machine. */
     void begin();
     void section(const std::string &title);
     void add(Row row);

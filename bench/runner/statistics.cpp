@@ -27,7 +27,7 @@ Spread spreadOf(std::vector<double> sample)
 
 double growthExponent(const std::vector<double> &x, const std::vector<double> &y)
 {
-    // The slope of a straight line through the logarithms, by least squares.
+    // Least squares: the slope of a straight line through the logarithms.
     const auto count = static_cast<double>(x.size());
     double sumX = 0, sumY = 0, sumXX = 0, sumXY = 0;
     for (std::size_t i = 0; i < x.size(); ++i) {

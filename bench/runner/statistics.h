@@ -4,7 +4,7 @@
 
 namespace zel::bench {
 
-/** The middle half of a sample, and its middle. */
+/** The median of a sample, and the limits of its middle half. */
 struct Spread {
     double low = 0;
     double median = 0;
@@ -13,7 +13,7 @@ struct Spread {
 
 Spread spreadOf(std::vector<double> sample);
 
-/** The exponent e of y = c * x^e that fits best: 1 where twice the size takes twice the time. */
+/** The exponent e of the best fit of y = c * x^e: 1 if twice the size takes twice the time. */
 double growthExponent(const std::vector<double> &x, const std::vector<double> &y);
 
 } // namespace zel::bench

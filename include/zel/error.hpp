@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: MIT */
-/** How the C++ interface of zel tells failures: by exceptions, or by results for hosts without them.
+/** How the C++ interface of zel reports failures: by exceptions, or by results for hosts without them.
  *
  *  Every operation that can fail exists twice. The plain one throws; its twin, `try...`, returns a Result:
  *
@@ -9,7 +9,7 @@
  *          log(name.error().what());
  *
  *  Everything compiles with -fno-exceptions. There the plain operations end the process (std::terminate)
- *  where they would throw, as the standard library does; such a host calls the twins.
+ *  instead of throwing, as the standard library does; such a host calls the twins.
  *
  *  C++17. Included by the other headers. */
 #ifndef ZEL_ERROR_HPP
@@ -34,11 +34,11 @@
 #define ZELPP_VARIANT nonthrowing
 #endif
 
-/** The C++ interface. A namespace beside `zel`, which the library keeps for its own classes, so that a
- *  program may hold both.
+/** The C++ interface. The library's own classes are in the namespace `zel`; this one has another name, so
+ * that one program may contain both.
  *
- *  Sources with and without exceptions see different inline functions under the same names: the inline
- *  namespace keeps them apart when one program is made of both. */
+ *  Sources with and without exceptions see different inline functions under the same names. The inline
+ *  namespace keeps them apart if one program is linked from both. */
 namespace zelpp {
 inline namespace ZELPP_VARIANT {
 
@@ -55,9 +55,9 @@ enum class Errc : std::uint32_t {
     deviceNotSupported = ZEL_ERR_DEVICE_NOT_SUPPORTED,
     unexpected = ZEL_ERR_UNEXPECTED,
     noPen = 256,          ///< the pen is not present, or did not arrive in time
-    cancelled = 257,      ///< the host gave the operation up
+    cancelled = 257,      ///< the host cancelled the operation
     downloadFailed = 258, ///< the pen did not take the firmware
-    badPageData = 259,    ///< the bytes are no page data
+    badPageData = 259,    ///< the bytes are not page data
     fileAccess = 260,     ///< a file cannot be read or written
 };
 
@@ -106,17 +106,17 @@ inline const std::error_category &category() noexcept
     return instance;
 }
 
-/** Lets an Errc stand where a std::error_code is wanted, also in comparisons. */
+/** Converts an Errc to a std::error_code, also in comparisons. */
 inline std::error_code make_error_code(Errc code) noexcept
 {
     return {static_cast<int>(code), category()};
 }
 
-/** A failed operation. what() reads "zelSetTime: The pen is locked by its password."; where more is known
- *  it stands between the two: "zelGetPages (the pen has no page 7.7.7.7): ...".
+/** A failed operation. what() reads "zelSetTime: The pen is locked by its password."; if more is known, it is
+ *  added in brackets: "zelGetPages (the pen has no page 7.7.7.7): ...".
  *
- *  Those that programs tell apart are thrown as classes of their own: LockedError, CommunicationError,
- *  BusyError, NotSupportedError, InvalidArgumentError, NoPenError. */
+ *  The failures that programs usually handle in different ways are thrown as classes of their own:
+ * LockedError, CommunicationError, BusyError, NotSupportedError, InvalidArgumentError, NoPenError. */
 class Error : public std::system_error
 {
 public:
@@ -143,7 +143,7 @@ public:
     }
     /** The operation that failed, usually a function of zel.h: "zelSetTime". */
     const char *operation() const noexcept { return m_operation; }
-    /** What more is known: "the pen has no page 7.7.7.7"; empty where nothing is. */
+    /** What more is known: "the pen has no page 7.7.7.7"; may be empty. */
     std::string detail() const { return m_detail ? *m_detail : std::string(); }
     /** The sentence that explains the code. */
     std::string sentence() const { return code().message(); }
@@ -231,7 +231,7 @@ inline void Error::raise() const
 #endif
 }
 
-/** What an operation gave: its value, or the error. A class of its own because C++17 has no such type.
+/** What an operation returned: its value, or the error. C++17 has no such type of its own.
  *  E  offers raise(), which throws the error as an exception */
 template <class T, class E = Error>
 class [[nodiscard]] Result
@@ -247,19 +247,19 @@ public:
     /** Whether there is a value. */
     explicit operator bool() const noexcept { return m_content.index() == 0; }
 
-    /** The value; without one the error is thrown. */
+    /** The value. If there is none, throws the error. */
     T &value() & { return check(), **this; }
     const T &value() const & { return check(), **this; }  ///< \copydoc value
     T &&value() && { return check(), std::move(**this); } ///< \copydoc value
-    /** The value, or another in its place. */
+    /** The value, or `other` if there is none. */
     T valueOr(T other) const & { return *this ? **this : std::move(other); }
 
-    /** The value; only with one. */
+    /** The value. Only call it if there is one. */
     T &operator*() noexcept { return *std::get_if<0>(&m_content); }
     const T &operator*() const noexcept { return *std::get_if<0>(&m_content); } ///< \copydoc operator*
-    T *operator->() noexcept { return std::get_if<0>(&m_content); } ///< A member of the value; only with one.
+    T *operator->() noexcept { return std::get_if<0>(&m_content); }             ///< A member of the value.
     const T *operator->() const noexcept { return std::get_if<0>(&m_content); } ///< \copydoc operator->
-    /** The error; only without a value. */
+    /** The error. Only call it if there is no value. */
     const E &error() const noexcept { return *std::get_if<1>(&m_content); }
 
 private:
@@ -272,7 +272,7 @@ private:
     std::variant<T, E> m_content;
 };
 
-/** What an operation without a value gave. */
+/** What an operation without a value returned: nothing, or the error. */
 template <class E>
 class [[nodiscard]] Result<void, E>
 {
@@ -291,7 +291,7 @@ public:
         if (!*this)
             error().raise();
     }
-    /** The error; only after a failure. */
+    /** The error. Only call it after a failure. */
     const E &error() const noexcept { return *std::get_if<1>(&m_content); }
 
 private:

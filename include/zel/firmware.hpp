@@ -7,8 +7,8 @@
  *          std::cout << progress.bytesSent << " of " << progress.bytesTotal << '\n';
  *      });
  *
- *  A mode of its own beside that of zel.hpp; both may run at once. Threads, ownership and errors are as
- *  described there.
+ *  The library can run this mode and the ordinary one of zel.hpp at the same time. Threads, ownership and
+ * errors are as described there.
  *
  *  C++17. */
 #ifndef ZEL_FIRMWARE_HPP
@@ -36,16 +36,16 @@ inline namespace ZELPP_VARIANT {
 /** The states of a pen's upgrade, as the DFU class numbers them. */
 enum class DfuState : std::uint8_t {
     appIdle = 0,           ///< runs its firmware
-    appDetach = 1,         ///< runs its firmware and waits for a reset that leads into the mode
+    appDetach = 1,         ///< runs its firmware; a reset now brings it into the mode
     idle = 2,              ///< in the mode, ready for an image
-    downloadSync = 3,      ///< has taken a block and wants to be asked for its status
+    downloadSync = 3,      ///< has received a block and waits for a request of its status
     downloadBusy = 4,      ///< writes a block
     downloadIdle = 5,      ///< ready for the next block
-    manifestSync = 6,      ///< has the whole image and wants to be asked for its status
+    manifestSync = 6,      ///< has the whole image and waits for a request of its status
     manifest = 7,          ///< installs the image
     manifestWaitReset = 8, ///< waits for a reset
-    uploadIdle = 9,        ///< gives an image
-    error = 10,            ///< wants its status to be cleared
+    uploadIdle = 9,        ///< sends an image
+    error = 10,            ///< waits until its status is cleared
 };
 
 /** The name that the DFU class gives a state: "dfuDNLOAD-IDLE"; "unknown state" for any other number. */
@@ -78,8 +78,8 @@ inline const char *dfuStateName(DfuState state) noexcept
     return "unknown state";
 }
 
-/** What a DFU status means: "the memory cannot be written"; "unknown fault" for any other number. The same
- *  texts stand in the packages for other languages, whose tests compare them with these. */
+/** What a DFU status means: "the memory cannot be written"; "unknown fault" for any other number. The
+ * packages for other languages have the same texts; their tests compare them with these. */
 inline const char *dfuStatusText(std::uint8_t status) noexcept
 {
     constexpr const char *texts[] = {
@@ -108,7 +108,7 @@ struct DfuStatus {
     std::uint8_t status = 0;                  ///< 0, or what went wrong: dfuStatusText()
     std::chrono::milliseconds pollTimeout{0}; ///< how long to wait before asking again
     DfuState state = DfuState::idle;          ///< the state that the pen is in now
-    std::uint8_t stringIndex = 0;             ///< of the pen's own text for the status
+    std::uint8_t stringIndex = 0;             ///< index of the pen's own text for the status
 
     /** Whether the pen reports an error. */
     bool failed() const noexcept { return status != 0 || state == DfuState::error; }
@@ -116,15 +116,15 @@ struct DfuStatus {
 
 /** What a pen's upgrade mode can do. */
 struct DfuDescriptor {
-    std::uint8_t attributes = 0;                ///< bits: 0 takes images, 1 gives images, 2 see below
+    std::uint8_t attributes = 0; ///< bit 0 canDownload(), bit 1 canUpload(), bit 2 isManifestationTolerant()
     std::chrono::milliseconds detachTimeout{0}; ///< how long it waits for a reset after detach()
     std::uint16_t transferSize = 0;             ///< largest block, bytes
 
-    /** Whether it takes images. */
+    /** Whether an image can be sent to it. */
     bool canDownload() const noexcept { return (attributes & 0x01) != 0; }
-    /** Whether it gives its image. */
+    /** Whether its image can be read. */
     bool canUpload() const noexcept { return (attributes & 0x02) != 0; }
-    /** Whether it still answers after it has installed an image; otherwise it needs a reset. */
+    /** Whether it still answers after it has installed an image; a pen that does not needs a reset. */
     bool isManifestationTolerant() const noexcept { return (attributes & 0x04) != 0; }
 };
 
@@ -137,14 +137,15 @@ struct DownloadProgress {
     bool isComplete = false;      ///< the pen has the whole image and installs it, whatever the host does
 };
 
-/** Is told how far a download has come: before the first block, after each, when the image is complete, and
- *  again and again while the pen is at work. Any callable that takes a DownloadProgress. One that returns
- *  false gives the download up (Errc::cancelled), one that throws as well: the pen is told to abort, and the
- *  exception goes on. A complete image cannot be given up; the host then only stops waiting. */
+/** Called with the progress of a download: before the first block, after each block, when the image is
+ * complete, and repeatedly while the pen is busy. Any callable that takes a DownloadProgress. If it returns
+ * false, the download is cancelled (Errc::cancelled): the pen is told to abort. The same happens if it
+ * throws; the caller of the download then gets the exception. Once the image is complete, the pen installs it
+ * in any case, and the host only stops waiting. */
 class DownloadCallback
 {
 public:
-    /** Nobody is told. */
+    /** No callback. */
     DownloadCallback() = default;
     // NOLINTNEXTLINE(google-explicit-constructor)
     DownloadCallback(std::nullptr_t) {} ///< \copydoc DownloadCallback()
@@ -161,22 +162,22 @@ public:
             m_callable = std::move(callable);
     }
 
-    /** Tells; whether to go on. */
+    /** Calls the callable. Returns whether to go on. */
     bool operator()(const DownloadProgress &progress) const { return !m_callable || m_callable(progress); }
 
 private:
     std::function<bool(const DownloadProgress &)> m_callable;
 };
 
-/** Gives downloads up, from any thread:
+/** Cancels downloads, from any thread:
  *
  *      zelpp::DownloadStop stop;
  *      std::thread worker([&] { result = pen.tryDownload(image, stop); });
  *      stop.request();
  *
- *  The download ends with Errc::cancelled between two requests, also in the middle of a pause that the pen
- *  asked for. It does not end while the pen leaves a request unanswered; DfuPen::abort() on a second
- *  connection then tells the pen to give up the image. */
+ *  The download ends with Errc::cancelled between two requests, or during a pause that the pen asked for. It
+ * does not end while a request waits for the pen's answer; DfuPen::abort() on a second connection then tells
+ * the pen to give up the image. */
 class DownloadStop
 {
 public:
@@ -184,14 +185,14 @@ public:
     DownloadStop(const DownloadStop &) = delete;
     DownloadStop &operator=(const DownloadStop &) = delete;
 
-    /** Gives up every download that was given this object, and those still to come. Returns at once. */
+    /** Cancels every download that uses this object, also later ones. Returns at once. */
     void request()
     {
         const std::lock_guard lock(m_mutex);
         m_isRequested = true;
         m_changed.notify_all();
     }
-    /** Waits for request(), but no longer than the limit. Whether it was called. */
+    /** Waits for request(), at most for the limit. Returns whether it was called. */
     bool waitFor(std::chrono::milliseconds limit) const
     {
         std::unique_lock lock(m_mutex);
@@ -247,8 +248,8 @@ inline std::uint16_t littleEndian16(const std::uint8_t *at) noexcept
 
 } // namespace detail
 
-/** A connected pen in firmware-upgrade mode; DfuLibrary::connect makes one. Move-only; disconnects by
- *  itself, and keeps the mode running so long. One thread at a time. */
+/** A connected pen in firmware-upgrade mode; DfuLibrary::connect makes one. Move-only. The destructor
+ * disconnects; until then the mode keeps running. For one thread at a time. */
 class DfuPen
 {
 public:
@@ -259,20 +260,21 @@ public:
     void disconnect() noexcept { m_connection.close(); }
     /** Whether there is a handle: false after disconnect() and on a pen that was moved from. */
     bool isConnected() const noexcept { return m_connection.isOpen(); }
-    /** The handle, for functions of zel.h that are to be called directly; stays the pen's. */
+    /** The handle, to call functions of zel.h directly. The DfuPen still owns it. */
     DfuPenHandle *handle() const noexcept { return m_connection.handle(); }
     /** The pen's identity and serial text, as announced. */
     const PenInfo &info() const noexcept { return m_info; }
     /** The pen's serial text: "AKZ-AQ7-APS-AC". */
     const std::string &serial() const noexcept { return m_info.serial; }
 
-    /** Sends an image and lets the pen install it, as the DFU class has it: what an earlier download left
-     *  behind is cleared away; each block is followed by questions for the status, as late as the pen asks
-     *  for, until it is ready for the next; an empty block ends the image; a pen that needs it is reset.
-     *  Blocks until the pen has installed the image, or waits for nothing but its restart.
+    /** Sends an image and lets the pen install it, as the DFU class demands. First clears what an earlier
+     * download left in the pen. After each block it asks for the status, with the pauses that the pen wants,
+     * until the pen is ready for the next block. An empty block ends the image. If the pen needs a reset, it
+     * gets one. Blocks until the pen has installed the image, or only has to restart.
      *
-     *  Errc::downloadFailed when the pen reports an error (the text of the error tells which), is not ready
-     *  for an image or, Errc::notSupported, takes none; Errc::invalidArgument for an empty image. */
+     *  Errc::downloadFailed if the pen reports an error (the text of the exception says which) or is not
+     * ready for an image; Errc::notSupported if it takes no images; Errc::invalidArgument for an empty image.
+     */
     void download(Bytes image, const DownloadCallback &progress = nullptr)
     {
         tryDownload(image, progress).value();
@@ -281,7 +283,7 @@ public:
     {
         return tryDownload(image, DownloadStop(), progress);
     }
-    /** The same, which `stop` gives up. */
+    /** The same; `stop` can cancel it. */
     void download(Bytes image, const DownloadStop &stop, const DownloadCallback &progress = nullptr)
     {
         tryDownload(image, stop, progress).value();
@@ -289,7 +291,7 @@ public:
     Result<void> tryDownload(Bytes image, const DownloadStop &stop, ///< \copydoc download
                              const DownloadCallback &progress = nullptr);
 
-    /** The status of the upgrade. The pen takes a question that comes before its poll timeout for a fault. */
+    /** The status of the upgrade. To ask before the pen's poll timeout is over is an error for the pen. */
     DfuStatus status() const { return tryStatus().value(); }
     Result<DfuStatus> tryStatus() const ///< \copydoc status
     {
@@ -326,7 +328,8 @@ public:
         const std::uint32_t code = m_connection.call(zelDfuGetFunctionalDescriptor, record.data());
         if (code != ZEL_OK)
             return detail::failure(code, "zelDfuGetFunctionalDescriptor");
-        // With length and type in front it ends before the version, without them it has it at its end.
+        // The record either begins with length and type and lacks the version, or it has the version and
+        // lacks them.
         const bool isHeaded = record[0] == record.size() && record[1] == functionalDescriptor;
         const std::uint8_t *const at = record.data() + (isHeaded ? 2 : 0);
         DfuDescriptor descriptor;
@@ -336,7 +339,7 @@ public:
         return descriptor;
     }
 
-    /** Sends one block of an image; of more than 65,535 bytes none (Errc::invalidArgument). */
+    /** Sends one block of an image, at most 65,535 bytes (otherwise Errc::invalidArgument). */
     void sendBlock(std::uint16_t number, Bytes data) { trySendBlock(number, data).value(); }
     Result<void> trySendBlock(std::uint16_t number, Bytes data) ///< \copydoc sendBlock
     {
@@ -355,11 +358,11 @@ public:
     Result<void> tryAbort() { return request("zelDfuAbort", zelDfuAbort); } ///< \copydoc abort
     /** Clears an error. */
     void clearStatus() { tryClearStatus().value(); }
-    Result<void> tryClearStatus()
+    Result<void> tryClearStatus() ///< \copydoc clearStatus
     {
         return request("zelDfuClearStatus", zelDfuClearStatus);
-    } ///< \copydoc clearStatus
-    /** Lets the pen leave its firmware for this mode; a reset of the port completes it. */
+    }
+    /** Lets the pen change from its firmware to this mode; a reset of the port completes the change. */
     void detach() { tryDetach().value(); }
     Result<void> tryDetach() { return request("zelDfuDetach", zelDfuDetach); } ///< \copydoc detach
     /** Lets the pen go to its boot loader. */
@@ -370,10 +373,10 @@ public:
     }
     /** Resets the pen's USB port: the pen leaves, and may come back in the other mode. */
     void resetPort() { tryResetPort().value(); }
-    Result<void> tryResetPort()
+    Result<void> tryResetPort() ///< \copydoc resetPort
     {
         return request("zelDfuResetPort", zelDfuResetPort);
-    } ///< \copydoc resetPort
+    }
 
 private:
     friend class DfuLibrary;
@@ -397,7 +400,7 @@ private:
 
 namespace detail {
 
-/** One download. A failed step is kept, and every later one does nothing. */
+/** One download. The first failed step is kept as the failure, and ends it. */
 class Download
 {
 public:
@@ -445,7 +448,8 @@ private:
         return makeIdle();
     }
 
-    /** A download begins in dfuIDLE; what an earlier one left behind is cleared away. */
+    /** A download begins in dfuIDLE. Brings the pen there from the states that an earlier download may have
+     * left. */
     bool makeIdle()
     {
         DfuStatus status;
@@ -516,14 +520,15 @@ private:
         return reset || reset.error().reason() == Errc::communication ? true : fail(reset.error());
     }
 
-    /** Asks until the pen has done what it is at, waiting in between as long as it says: asked too early
-     *  it would take that for a fault. */
+    /** Asks for the status until the pen has finished its work. Waits before each question as long as the pen
+     * says, because a question that comes too early is an error for it. */
     bool settle(DfuStatus &status)
     {
         while (ask(status)) {
             if (status.failed())
                 return failWith(status);
-            // A pen that is not tolerant of manifestation cannot be asked after it, only be reset.
+            // A pen that is not manifestation tolerant answers no more while it installs; it can only be
+            // reset.
             const bool isBusy = status.state == DfuState::downloadSync ||
                                 status.state == DfuState::downloadBusy ||
                                 status.state == DfuState::manifestSync ||
@@ -536,8 +541,8 @@ private:
         return false;
     }
 
-    /** A pen that asks for no pause must not be asked again without one. During long ones the host is
-     *  told now and then, and may give up. */
+    /** Waits as long as the pen asks for, and at least a moment. During a long pause the host's callback is
+     * called from time to time, and may cancel. */
     bool pause(const DfuStatus &status)
     {
         constexpr milliseconds step{100};
@@ -578,7 +583,7 @@ private:
                                    : "the pen could not be told to give up the image"));
     }
 
-    /** A pen that is busy takes this for an error, which has to be cleared. */
+    /** For a pen that is busy the abort is an error, which then has to be cleared. */
     bool giveUp()
     {
         return m_pen.tryAbort() || m_pen.tryClearStatus();
@@ -595,7 +600,8 @@ private:
         return fail(Error(Errc::downloadFailed, "download", what));
     }
 
-    /** A download alone does not bring a pen into such a state, but every question to the pen changes it. */
+    /** The pen's state is one that a download alone cannot cause. Every question to the pen changes its
+     * state, so another program may have asked it. */
     static const char *disturbed() noexcept
     {
         return "did another program ask the pen meanwhile?";
@@ -620,14 +626,14 @@ inline Result<void> DfuPen::tryDownload(Bytes image, const DownloadStop &stop,
     return detail::Download(*this, image, stop, progress).run();
 }
 
-/** The library's firmware-upgrade mode, started: the pens present in it, and connections to them. Several
- *  may exist in one process; they share what is started. Movable.
+/** The library's started firmware-upgrade mode: the pens present in it, and connections to them. Several
+ * objects in one process share the started mode. Movable.
  *
- *  When the pen service goes away, this mode hears of no pens any more: refresh() starts it anew. */
+ *  After the pen service went away, this mode hears of no pens any more; refresh() starts it again. */
 class DfuLibrary : public Discovery
 {
 public:
-    /** Starts the mode. Pens present are announced from here on. */
+    /** Starts the mode. From now on the pens present are announced. */
     DfuLibrary() : DfuLibrary(tryStart().value()) {}
     static Result<DfuLibrary> tryStart() ///< \copydoc DfuLibrary()
     {

@@ -1,14 +1,14 @@
 /* SPDX-License-Identifier: MIT */
-/** Reads page data: the block of bytes that a retrieval hands out, and the files that it is stored in.
+/** Reads page data: the block of bytes that a retrieval returns, and the files that it is stored in.
  *
  *      const zelpp::PageData data = zelpp::PageData::read("pages.zel");
  *      std::cout << "pen " << data.penSerial() << '\n';
  *      for (const zelpp::Page &page : data)
  *          std::cout << page.address() << ": " << page.strokes().size() << " bytes of strokes\n";
  *
- *  The layout is described in docs/page_data.md. The reader walks the whole block once and then refers to
- *  it: strokes and texts are never copied. It refuses whatever is no page data and tells the byte where it
- *  stops making sense. Nothing of the library is called, and nothing need be linked.
+ *  docs/page_data.md describes the layout. The reader goes through the whole block once and then refers to
+ * it: strokes and texts are never copied. It refuses everything that is not page data, and reports the first
+ * byte that makes no sense. It calls nothing of the library, so nothing has to be linked.
  *
  *  C++17. */
 #ifndef ZEL_PAGE_DATA_HPP
@@ -33,14 +33,14 @@
 namespace zelpp {
 inline namespace ZELPP_VARIANT {
 
-/** A borrowed run of bytes. Converts from whatever has data() and size() of bytes: a std::vector, a
- *  std::array, a std::span; and as a range of bytes to a std::span. */
+/** A borrowed run of bytes. Everything with data() and size() of bytes converts to it: a std::vector, a
+ *  std::array, a std::span. It converts to a std::span. */
 class Bytes
 {
 public:
     /** No bytes. */
     constexpr Bytes() noexcept = default;
-    /** `size` bytes from `data` on; `data` may be null when there are none. */
+    /** `size` bytes that begin at `data`; `data` may be null if there are none. */
     constexpr Bytes(const std::uint8_t *data, std::size_t size) noexcept : m_data(data), m_size(size) {}
     /** The bytes of a container, which must outlive this. */
     template <class Container, class = std::enable_if_t<std::is_convertible_v<
@@ -57,7 +57,7 @@ public:
     constexpr const std::uint8_t *end() const noexcept { return m_data + m_size; } ///< End of the range.
     /** The byte at an index below size(). */
     constexpr std::uint8_t operator[](std::size_t index) const noexcept { return m_data[index]; }
-    /** The bytes from `from` on, at most `count` of them; `from` is at most size(). */
+    /** The bytes that begin at index `from`, at most `count` of them; `from` is at most size(). */
     constexpr Bytes subrun(std::size_t from, std::size_t count = static_cast<std::size_t>(-1)) const noexcept
     {
         return {m_data + from, count < m_size - from ? count : m_size - from};
@@ -70,11 +70,11 @@ private:
     std::size_t m_size = 0;
 };
 
-/** Bytes that are no page data (Errc::badPageData), or a file that cannot be read (Errc::fileAccess). */
+/** Bytes that are not page data (Errc::badPageData), or a file that cannot be read (Errc::fileAccess). */
 class PageDataError : public Error
 {
 public:
-    /** offset  of the byte where the data stops making sense
+    /** offset  the first byte that makes no sense
      *  detail  what is wrong there */
     PageDataError(std::uint64_t offset, const std::string &detail)
         : Error(Errc::badPageData, "PageData", "byte " + std::to_string(offset) + ": " + detail),
@@ -84,7 +84,7 @@ public:
     /** From an error of another kind. */
     explicit PageDataError(const Error &error) : Error(error) {}
 
-    /** The first byte of the first field that cannot be read or believed; for Errc::badPageData. */
+    /** The first byte of the first field that cannot be read or is invalid; only for Errc::badPageData. */
     std::uint64_t offset() const noexcept { return m_offset; }
     /** Throws this error. */
     [[noreturn]] void raise() const
@@ -100,7 +100,7 @@ private:
     std::uint64_t m_offset = 0;
 };
 
-/** The types of values, by the byte that stands for them. */
+/** The types of values, numbered as in the data. */
 enum class ValueType : std::uint8_t {
     null = 0,
     boolean = 1,
@@ -118,7 +118,7 @@ enum class ValueType : std::uint8_t {
     anyType = 15,
 };
 
-/** The name of a type: "short16"; "unknown" for a number that is none. */
+/** The name of a type: "short16"; "unknown" for any other number. */
 inline const char *typeName(ValueType type) noexcept
 {
     switch (type) {
@@ -156,7 +156,7 @@ inline const char *typeName(ValueType type) noexcept
 
 namespace detail {
 
-/** Arrays nested deeper are refused, by the library as well. */
+/** Arrays that are nested deeper are refused; the library refuses them too. */
 constexpr unsigned kDeepestNesting = 256;
 
 constexpr std::uint8_t kEscapedEnd = 0xC0;
@@ -172,7 +172,7 @@ inline std::uint64_t bigEndian(const std::uint8_t *at, std::size_t width) noexce
     return number;
 }
 
-/** Bytes that every value of the type takes behind its type byte; nothing where that varies. */
+/** The size of the body of every value of this type; empty for types whose values differ in size. */
 inline std::optional<std::size_t> fixedSize(ValueType type) noexcept
 {
     switch (type) {
@@ -194,8 +194,8 @@ inline std::optional<std::size_t> fixedSize(ValueType type) noexcept
     }
 }
 
-/** Walks over page data field by field. The first field that cannot be read or believed is kept as the
- *  fault; from there on every step fails. Nothing is allocated until then. */
+/** Goes through page data field by field. The first field that cannot be read or is invalid is kept as the
+ * fault; every later step then fails. Memory is allocated only for the text of a fault. */
 class Scanner
 {
 public:
@@ -255,7 +255,7 @@ public:
                    : true;
     }
 
-    /** Type byte and what further bytes of the value's header the data announces. */
+    /** Reads the type byte, and skips the rest of the value's header. */
     bool head(ValueType &out, std::size_t header)
     {
         return type(out) && skip(header - 1, "a value's header");
@@ -268,8 +268,8 @@ public:
         return head(kind, header) && body(kind, header, depth, from);
     }
 
-    /** depth  arrays that the value stands in
-     *  from   the byte to blame when the value is an array too deep */
+    /** depth  how many arrays contain the value
+     *  from   the byte to report if the value is an array that is nested too deep */
     bool body(ValueType kind, std::size_t header, unsigned depth, std::size_t from)
     {
         if (const std::optional<std::size_t> size = fixedSize(kind))
@@ -340,7 +340,7 @@ private:
         for (std::uint16_t i = 0; i < count; ++i) {
             if (!body(kind, header, depth, from))
                 return false;
-            // However many there are, they take no bytes.
+            // However many elements there are, they take no bytes.
             if (fixedSize(kind) == std::size_t{0})
                 break;
         }
@@ -370,8 +370,8 @@ private:
 
 } // namespace detail
 
-/** One value of page data: a typed datum. Refers to the bytes of the PageData that it comes from, which
- *  must outlive it. */
+/** One value of page data, with its type. Refers to the bytes of the PageData that it comes from, which must
+ *  outlive it. */
 class Value
 {
 public:
@@ -380,7 +380,7 @@ public:
     /** Its type. */
     ValueType type() const noexcept { return m_type; }
 
-    /** A bool (0 or 1), a byte, or a short16, int32 or long64 with its sign; of any other type nothing. */
+    /** A bool (0 or 1), a byte, or a short16, int32 or long64 with its sign; empty for other types. */
     std::optional<std::int64_t> number() const noexcept
     {
         switch (m_type) {
@@ -399,7 +399,7 @@ public:
         }
     }
 
-    /** A string's bytes up to its first NUL, in the pen's encoding; of any other type nothing. */
+    /** A string's bytes up to its first NUL, in the pen's encoding; empty for other types. */
     std::optional<std::string_view> text() const noexcept
     {
         if (m_type != ValueType::string)
@@ -408,8 +408,8 @@ public:
         return all.substr(0, all.find('\0'));
     }
 
-    /** A binary's bytes; of any other type nothing. An escaped binary has no run of bytes to refer to:
-     *  unescaped(). */
+    /** A binary's bytes; empty for other types. The bytes of an escaped binary do not stand in the data as
+     * they are; unescaped() makes a copy of them. */
     std::optional<Bytes> binary() const noexcept
     {
         if (m_type != ValueType::binary)
@@ -417,7 +417,7 @@ public:
         return m_body.subrun(4);
     }
 
-    /** A copy of the bytes of a binary or an escaped binary; of any other type none. */
+    /** A copy of the bytes of a binary or an escaped binary; no bytes for other types. */
     std::vector<std::uint8_t> unescaped() const
     {
         if (m_type != ValueType::escapedBinary)
@@ -440,11 +440,11 @@ public:
         return m_type == ValueType::valueArray || m_type == ValueType::dataArray ||
                m_type == ValueType::terminatedArray;
     }
-    /** The elements of an array: `for (const Value &element : value)`. Of any other type none. */
+    /** The elements of an array: `for (const Value &element : value)`. Other types have none. */
     Iterator begin() const noexcept;
     Iterator end() const noexcept; ///< \copydoc begin
 
-    /** The encoded value behind its type byte and header. */
+    /** The encoded value, without its type byte and header. */
     Bytes body() const noexcept { return m_body; }
 
 private:
@@ -464,7 +464,7 @@ private:
 class Value::Iterator
 {
 public:
-    using iterator_category = std::input_iterator_tag; ///< Values are made on the way.
+    using iterator_category = std::input_iterator_tag; ///< Each step makes a new Value.
     using value_type = Value;                          ///< An element.
     using difference_type = std::ptrdiff_t;            ///< Distances have no use here.
     using pointer = const Value *;                     ///< To the element.
@@ -491,10 +491,8 @@ public:
     }
     /** Whether both are at the same element of an array, or both at its end. */
     friend bool operator==(const Iterator &a, const Iterator &b) noexcept { return a.m_left == b.m_left; }
-    friend bool operator!=(const Iterator &a, const Iterator &b) noexcept
-    {
-        return !(a == b);
-    } ///< The contrary.
+    /** Whether they are at different elements. */
+    friend bool operator!=(const Iterator &a, const Iterator &b) noexcept { return !(a == b); }
 
 private:
     friend class Value;
@@ -515,7 +513,7 @@ private:
         read();
     }
 
-    /** Reads the element that the rest begins with. The bytes are known to be sound. */
+    /** Reads the element at the beginning of the rest. PageData has checked these bytes. */
     void read() noexcept
     {
         if (m_left == 0)
@@ -553,7 +551,7 @@ inline Value::Iterator Value::end() const noexcept
     return {};
 }
 
-/** The name of a property that retrievals carry, by its number: "PEN_BRAND"; null when it has none. */
+/** The name of the property with this number: "PEN_BRAND"; null if none is known. */
 inline const char *propertyName(std::uint16_t id) noexcept
 {
     switch (id) {
@@ -612,7 +610,7 @@ inline const char *propertyName(std::uint16_t id) noexcept
     }
 }
 
-/** A value under its number: a property of the pen, or what a page holds for one of its pidgets. */
+/** A value and its number: a property of the pen, or what a page holds for one of its pidgets. */
 struct Entry {
     std::uint16_t key; ///< the property's or the pidget's number
     Value value;       ///< its value
@@ -645,8 +643,8 @@ inline std::optional<std::uint64_t> addressNumber(std::string_view text) noexcep
 
 } // namespace detail
 
-/** The text of a page address: its five fields with dots between, the first left out when it is 0, and a
- *  missing field (all ones) as "*": "1.2.3.4", "5.1.2.3.4", "*.*.*.*". */
+/** The text of a page address: its five fields with dots between them. The first field is left out if it is
+ * 0; a missing field (all bits set) is written "*": "1.2.3.4", "5.1.2.3.4", "*.*.*.*". */
 inline std::string addressText(std::uint64_t address)
 {
     std::string text;
@@ -661,8 +659,9 @@ inline std::string addressText(std::uint64_t address)
     return text;
 }
 
-/** The page address of a text of four or five fields; behind a "*" only "*" may follow. Anything else gives
- *  nothing. */
+/** The page address in a text of four or five fields; after a "*" only "*" may follow. Empty for any other
+ * text.
+ */
 inline std::optional<std::uint64_t> parseAddress(std::string_view text)
 {
     std::vector<std::string_view> parts;
@@ -691,14 +690,14 @@ inline std::optional<std::uint64_t> parseAddress(std::string_view text)
     return address;
 }
 
-/** The serial text of a pen's identity, as pens carry it: "AKZ-AQ7-APS-AC"; "INVALID-PEN-ID" when every bit
- *  is set. */
+/** The serial text of a pen's identity, as pens show it: "AKZ-AQ7-APS-AC"; "INVALID-PEN-ID" if
+ * every bit is set. */
 inline std::string serialText(std::uint64_t penId)
 {
     constexpr std::string_view symbols = "ABCDEFGHJKMNPQRSTUWXYZ23456789";
     if (penId == static_cast<std::uint64_t>(-1))
         return "INVALID-PEN-ID";
-    // Both halves count as signed numbers: one whose top bit is set is widened with ones.
+    // Both halves are signed numbers: a half whose top bit is set is extended with ones.
     const auto encoded = [&](std::uint64_t half, std::size_t width) {
         auto rest = static_cast<std::uint64_t>(std::int64_t{static_cast<std::int32_t>(half)});
         std::string text(width, symbols[0]);
@@ -721,10 +720,10 @@ public:
     std::uint64_t addressNumber() const noexcept { return m_address; }
     /** The strokes as the pen gave them; not copied. */
     Bytes strokes() const noexcept { return m_strokes; }
-    /** Whether the data marks it as a page of the stylo: one whose address has 0 in its second field. The
-     *  mark stands only on pages that hold strokes. */
+    /** Whether the data marks it as a page of the stylo: a page whose address has 0 in its second field. Only
+     * pages that hold strokes have the mark. */
     bool isStylo() const noexcept { return m_flag != 0; }
-    /** What the page holds for its pidgets, by their numbers; retrievals write none. */
+    /** What the page holds for its pidgets, by their numbers. Retrievals write no such entries. */
     const std::vector<Entry> &entries() const noexcept { return m_entries; }
     /** The page's whole record in the data: its header, strokes and entries. */
     Bytes record() const noexcept { return m_record; }
@@ -740,15 +739,15 @@ private:
     std::vector<Entry> m_entries;
 };
 
-/** Page data: the pages of a pen with their strokes, and the properties that tell which pen it was. A range
- *  of Page.
+/** Page data: the pages of a pen with their strokes, and the properties that identify the pen. A range of
+ * Page.
  *
- *  Immutable; any number of threads may read. Copies share the bytes; what a PageData hands out (pages,
- *  values, runs of bytes) is valid as long as one of them lives. */
+ *  Immutable; any number of threads may read it. Copies share the bytes. Pages, values and runs of bytes that
+ * it returns are valid as long as one of the copies lives. */
 class PageData
 {
 public:
-    /** Takes over bytes and reads them. */
+    /** Takes ownership of the bytes and reads them. */
     static PageData parse(std::vector<std::uint8_t> bytes) { return tryParse(std::move(bytes)).value(); }
     static Result<PageData, PageDataError> tryParse(std::vector<std::uint8_t> bytes) ///< \copydoc parse
     {
@@ -758,14 +757,14 @@ public:
         return tryAdopt({std::move(kept), data}, size);
     }
 
-    /** Reads bytes that stay the caller's, and must outlive the PageData and its copies. */
+    /** Reads bytes that the caller keeps; they must outlive the PageData and its copies. */
     static PageData view(Bytes bytes) { return tryView(bytes).value(); }
     static Result<PageData, PageDataError> tryView(Bytes bytes) ///< \copydoc view
     {
         return tryAdopt({std::shared_ptr<const std::uint8_t>(), bytes.data()}, bytes.size());
     }
 
-    /** Reads bytes that go the way that their owner says when the last copy is gone. */
+    /** Reads the bytes of a shared block, which is released with the last copy, as its owner has arranged. */
     static PageData adopt(std::shared_ptr<const std::uint8_t> block, std::size_t size)
     {
         return tryAdopt(std::move(block), size).value();
@@ -797,8 +796,8 @@ public:
         return tryParse(std::move(bytes));
     }
 
-    /** Writes the bytes to a file, which read() takes; a file of that name is replaced once all is written.
-     */
+    /** Writes the bytes to a file, which read() can read. An older file of that name is replaced after
+     * everything was written. */
     void save(const std::filesystem::path &file) const { trySave(file).value(); }
     Result<void> trySave(const std::filesystem::path &file) const ///< \copydoc save
     {
@@ -818,15 +817,13 @@ public:
 
     /** The pages, in the order of the data: those of the stylo first, the others by ascending address. */
     const std::vector<Page> &pages() const noexcept { return m_pages; }
-    std::vector<Page>::const_iterator begin() const noexcept
-    {
-        return m_pages.begin();
-    } ///< The pages as a range.
+    /** The pages as a range. */
+    std::vector<Page>::const_iterator begin() const noexcept { return m_pages.begin(); }
     std::vector<Page>::const_iterator end() const noexcept { return m_pages.end(); } ///< \copydoc begin
     std::size_t size() const noexcept { return m_pages.size(); }       ///< How many pages there are.
     bool empty() const noexcept { return m_pages.empty(); }            ///< Whether there are no pages.
     const Page &operator[](std::size_t i) const { return m_pages[i]; } ///< The page at an index below size().
-    /** The page with that address ("1.2.3.4"); null when there is none. */
+    /** The page with this address ("1.2.3.4"); null if there is none. */
     const Page *find(std::string_view address) const
     {
         const std::optional<std::uint64_t> number = parseAddress(address);
@@ -836,9 +833,9 @@ public:
         return nullptr;
     }
 
-    /** The properties of the pen, by ascending numbers. */
+    /** The properties of the pen, in ascending order of their numbers. */
     const std::vector<Entry> &properties() const noexcept { return m_properties; }
-    /** The value of a property; nothing when the data has none of that number. */
+    /** The value of a property; empty if the data does not have it. */
     std::optional<Value> property(std::uint16_t id) const
     {
         for (const Entry &entry : m_properties)
@@ -847,7 +844,7 @@ public:
         return std::nullopt;
     }
 
-    /** The identity of the pen: its property 0; nothing when that is missing or no long64. */
+    /** The identity of the pen: its property 0; empty if that is missing or not a long64. */
     std::optional<std::uint64_t> penId() const
     {
         const std::optional<Value> value = property(0);
@@ -855,16 +852,16 @@ public:
             return std::nullopt;
         return static_cast<std::uint64_t>(*value->number());
     }
-    /** The serial text of that pen; empty when the data does not tell it. */
+    /** The serial text of that pen; empty if the data does not contain its identity. */
     std::string penSerial() const
     {
         const std::optional<std::uint64_t> id = penId();
         return id ? serialText(*id) : std::string();
     }
 
-    /** What the data was asked for: the page address in its header; retrievals write "*.*.*.*". */
+    /** The page address in the header, which is that of the request; retrievals write "*.*.*.*". */
     std::string requestAddress() const { return addressText(m_address); }
-    /** The pidget number in its header; retrievals write 549. */
+    /** The pidget number in the header; retrievals write 549. */
     std::uint16_t requestPidget() const noexcept { return m_pidget; }
 
     /** The whole block. */
@@ -910,7 +907,8 @@ private:
         return part == 0 ? true : in.fail(1, "no page data of version 1.0");
     }
 
-    /** A length that the data announces for one of its structures; there may be more than is known. */
+    /** The length of one of the structures. It may be more than today's, because later versions may add
+     * fields. */
     static bool scanLength(detail::Scanner &in, std::uint16_t &length, std::uint16_t least, const char *what)
     {
         const std::size_t from = in.at();

@@ -7,17 +7,18 @@
  *
  *  Built on zel.h alone, which describes what the functions mean; header-only.
  *
- *  - Ownership. A Library starts the C library, its pens keep it running, and the last of them stops it, in
- *    whatever order they go. What is handed out (texts, lists, pens) belongs to the host; page data keeps
- *    the library's block and gives it back by itself.
- *  - Threads. The library's own thread never runs a host's code: it files what it hears. The host learns of
- *    it where it asks: Library::pens(), wait(), Events. Library and Events may be used by several threads at
- *    once, one Pen by one thread at a time, different pens by different threads.
- *  - Blocking. Operations of a Pen block for the exchanges that zel.h names, without a time limit.
+ *  - Ownership. A Library starts the C library. Its pens keep the C library running, and the last of these
+ *    objects stops it, in whatever order they are destroyed. Texts, lists and pens that are returned belong
+ * to the host. Page data owns the library's block and releases it by itself.
+ *  - Threads. The library's own thread never runs code of the host; it only records what was announced. The
+ *    host asks for it with Library::pens(), wait() and Events. Several threads may use a Library or an Events
+ *    at once; a Pen may be used by one thread at a time, different pens by different threads.
+ *  - Blocking. An operation of a Pen blocks until its exchanges, which zel.h names, are done. There is no
+ *    time limit.
  *  - Errors. error.hpp: exceptions, or Results from the twins whose names begin with "try".
- *  - Times that the host waits for take whatever converts to milliseconds: `10s`.
+ *  - Time limits accept every type that converts to milliseconds: `10s`.
  *
- *  C++17. page_data.hpp reads what a retrieval gives; firmware.hpp is for pens in firmware-upgrade mode. */
+ *  C++17. page_data.hpp reads what a retrieval returns; firmware.hpp is for pens in firmware-upgrade mode. */
 #ifndef ZEL_ZEL_HPP
 #define ZEL_ZEL_HPP
 
@@ -47,27 +48,25 @@
 namespace zelpp {
 inline namespace ZELPP_VARIANT {
 
-/** A pen as it was announced. Plain data: it may be kept and copied, and ends no connection. */
+/** A pen as it was announced. Plain data, without a connection: it may be copied and kept for any time. */
 struct PenInfo {
     std::uint64_t penId = 0;      ///< the pen's identity
-    std::string serial;           ///< the same as people read it: "AKZ-AQ7-APS-AC"
-    std::uint16_t vendorId = 0;   ///< of its USB identity; 0 in firmware-upgrade mode
-    std::uint16_t productId = 0;  ///< of its USB identity; 0 in firmware-upgrade mode
+    std::string serial;           ///< the identity as people read it: "AKZ-AQ7-APS-AC"
+    std::uint16_t vendorId = 0;   ///< USB vendor id; 0 in firmware-upgrade mode
+    std::uint16_t productId = 0;  ///< USB product id; 0 in firmware-upgrade mode
     bool firmwareUpgrade = false; ///< whether it announced itself in firmware-upgrade mode
 
     /** Whether both are the same pen. */
     friend bool operator==(const PenInfo &a, const PenInfo &b) noexcept { return a.penId == b.penId; }
-    friend bool operator!=(const PenInfo &a, const PenInfo &b) noexcept
-    {
-        return !(a == b);
-    } ///< The contrary.
+    /** Whether they are different pens. */
+    friend bool operator!=(const PenInfo &a, const PenInfo &b) noexcept { return !(a == b); }
 };
 
 /** What happened to a pen. */
 struct PenEvent {
     /** The kinds of events. */
     enum class Kind {
-        arrived,  ///< the pen is present from here on
+        arrived,  ///< the pen is present from now on
         repeated, ///< announced again while present: the pen service was away; connections to it may be lost
         departed, ///< the pen is no longer present
     };
@@ -101,19 +100,21 @@ namespace detail {
 using Clock = std::chrono::steady_clock;
 using std::chrono::milliseconds;
 
-/** The silence after which a listing of pens counts as over. The library does not tell. */
+/** The library does not say when a listing of pens is complete. It counts as complete when no pen was
+ * announced for this time. */
 constexpr milliseconds kQuiet{1000};
 
-/** The end of a time limit, also of one that is practically none. */
+/** When a time limit ends. Limits beyond a year count as a year, so that the sum cannot overflow. */
 inline Clock::time_point deadlineAfter(milliseconds limit)
 {
     constexpr milliseconds longest = std::chrono::hours(24 * 365);
     return Clock::now() + (std::min)(limit, longest);
 }
 
-/** What zel.h asks for: starting, stopping and enumerating run beside no other function. Functions enter
- *  and leave; the three wait until none is inside and keep others out meanwhile. A thread inside may enter
- *  again: a function that waits to be alone keeps nobody out. */
+/** Keeps a rule of zel.h: while the library is started, stopped or made to enumerate its pens, no other
+ * function of it may run. These three run in alone(), which waits until no other function is inside, and lets
+ * none in until it is done. The others call enter() and leave(). While alone() still waits, others may enter,
+ * so a thread that is inside may enter a second time. */
 class Gate
 {
 public:
@@ -150,7 +151,7 @@ private:
     bool m_isAlone = false;
 };
 
-/** One function of the library that runs. */
+/** Marks that a function of the library is running. */
 class Inside
 {
 public:
@@ -165,13 +166,14 @@ private:
 
 class Core;
 
-/** One of the library's two modes: its functions, and the Core while it is started. One object each for the
- *  whole process, which is never destroyed: a host's global objects may be the last to need it. */
+/** One of the library's two modes: its functions, and the Core while it is started. There is one object for
+ * each mode in the process. It is never destroyed, because global objects of the host may need it until the
+ * end. */
 struct Mode {
     std::uint32_t (*start)(Core &core);
     std::uint32_t (*stop)();
     std::uint32_t (*restart)(Core &core);
-    /** Fills in what the record tells; on the library's thread. */
+    /** Fills in what the record says of the pen. Called on the library's thread. */
     void (*describe)(const DiscoveryHandle &record, PenInfo &pen);
     const char *startName;
     const char *restartName;
@@ -183,7 +185,7 @@ struct Mode {
     std::weak_ptr<Core> core{};
 };
 
-/** A text that the library hands out. */
+/** A text that the library allocated; the destructor releases it. */
 class LibraryText
 {
 public:
@@ -205,7 +207,7 @@ struct FreeRecord {
 using OwnedRecord = std::unique_ptr<DiscoveryHandle, FreeRecord>;
 using SharedRecord = std::shared_ptr<const DiscoveryHandle>;
 
-/** What one Events has still to tell; guarded by the Core's mutex. */
+/** The events that one Events has not returned yet; guarded by the Core's mutex. */
 struct EventQueue {
     std::deque<PenEvent> events;
     bool isClosed = false;
@@ -219,7 +221,8 @@ inline bool sameSerial(std::string_view a, std::string_view b) noexcept
 }
 
 /** The started library in one mode, and the list of the pens present, which the library itself does not
- *  keep. Shared by the host's Library and by everything that needs it started; the last one stops it. */
+ *  keep. The host's Library and everything that needs the library started share it; the last owner stops the
+ *  library. */
 class Core
 {
 public:
@@ -243,7 +246,7 @@ public:
         {
             std::unique_lock lock(mode.mutex);
             std::shared_ptr<Core> present;
-            // One that nobody has any more may still be stopping.
+            // A Core that has no owner any more may still be stopping the library.
             mode.changed.wait(lock, [&] {
                 present = mode.core.lock();
                 return present || !mode.isRunning;
@@ -317,7 +320,7 @@ public:
         return found;
     }
 
-    /** Waits for the first pen, and then until none has come for a while. */
+    /** Waits for the first pen, and then until no further pen was announced for the time `quiet`. */
     void waitForListing(milliseconds limit, milliseconds quiet)
     {
         std::unique_lock lock(m_mutex);
@@ -361,7 +364,7 @@ public:
         m_changed.notify_all();
     }
 
-    /** Lets every pen be announced anew; those that are not within a while count as departed. */
+    /** Has every pen announced again. Pens that are not announced within kQuiet count as departed. */
     Result<void> refresh()
     {
         const std::uint32_t code = m_mode.gate.alone([this] {
@@ -405,9 +408,9 @@ private:
         m_changed.notify_all();
     }
 
-    /** A pen that is announced although it is present tells that the pen service was away and lists its pens
-     *  anew. The listing has no end of its own: it is over when no pen has come for a while, and what was not
-     *  in it has gone. Pens that came shortly before the first repeated one were in it as well. */
+    /** If a pen is announced although it is present, the pen service was away and now lists its pens again.
+     * The listing has no end mark: it is complete when no pen was announced for kQuiet. Pens that were not in
+     * it have departed. Pens that came shortly before the first repeated one belong to the listing too. */
     void arrive(PenInfo info, OwnedRecord record)
     {
         const Clock::time_point now = Clock::now();
@@ -441,7 +444,8 @@ private:
             present.isConfirmed = false;
     }
 
-    /** Ends a burst of arrivals that is over. No thread of its own does that: whoever looks does. */
+    /** Ends a burst of arrivals whose time is over. No thread waits for that moment, so every function that
+     * reads or changes the list calls this first. */
     void settle()
     {
         if (!m_burstEnd || Clock::now() < *m_burstEnd)
@@ -504,7 +508,7 @@ inline Mode &ordinaryMode()
             LibraryText serial;
             zelGetDevicePenSerial(&record, serial.out());
             pen.serial = serial.str();
-            // For older pens the function says "not supported" and gives the numbers all the same.
+            // For older pens the function returns "not supported", but sets both numbers nevertheless.
             zelGetDeviceVidAndPid(&record, &pen.vendorId, &pen.productId);
         },
         "zelInitialize",
@@ -513,7 +517,9 @@ inline Mode &ordinaryMode()
     return mode;
 }
 
-/** A handle on a pen and what it needs: move-only, disconnects by itself, and before the library stops. */
+/** A handle of a pen, and the Core that it needs. Move-only. The destructor disconnects; the library stops
+ * later.
+ */
 template <class Handle, std::uint32_t(ZEL_CALL *Disconnect)(Handle **)>
 class Connection
 {
@@ -548,7 +554,7 @@ public:
     bool isOpen() const noexcept { return m_handle != nullptr; }
     Handle *handle() const noexcept { return m_handle; }
 
-    /** Runs functions of the library; the arguments are theirs behind the handle. */
+    /** Calls a function of the library. The arguments are those that follow the handle. */
     template <class... Parameters, class... Arguments>
     std::uint32_t call(std::uint32_t(ZEL_CALL *function)(Handle *, Parameters...),
                        Arguments... arguments) const
@@ -583,7 +589,7 @@ inline Result<void> done(std::uint32_t code, const char *operation)
 
 } // namespace detail
 
-/** The version of the library's API, as zelGetApiVersion tells it: "1.0.0.0_6". Needs no Library. */
+/** The version of the library's API, as zelGetApiVersion returns it: "1.0.0.0_6". Needs no Library. */
 inline std::string apiVersion()
 {
     detail::LibraryText text;
@@ -591,31 +597,31 @@ inline std::string apiVersion()
     return text.str();
 }
 
-/** Arrivals and departures of pens one after the other, for a loop or a thread of the host's:
+/** Arrivals and departures of pens, one after the other, for a loop or a thread of the host:
  *
  *      for (const zelpp::PenEvent &event : library.events())
  *          std::cout << event.pen.serial << '\n';
  *
- *  Begins with an arrival of each pen present. Every Events tells everything; what is not taken is kept.
- *  Any thread may close it, and so end the loop; otherwise one thread at a time. Keeps the library
- *  running. */
+ *  The first events are arrivals of the pens that are present. Every Events object gets all events, and keeps
+ *  those that nobody has taken yet. Any thread may call close(), which ends the loop; everything else is for
+ * one thread at a time. Keeps the library running. */
 class Events
 {
 public:
     class Iterator;
 
-    Events(Events &&) noexcept = default;            ///< Moves the events not told yet along.
+    Events(Events &&) noexcept = default;            ///< Takes over the events that nobody has taken yet.
     Events &operator=(Events &&) noexcept = default; ///< \copydoc Events(Events&&)
     ~Events() = default;
 
-    /** The next event; nothing when none comes within the time, or once this is closed. */
+    /** The next event; nothing if none comes within the time, or after close(). */
     std::optional<PenEvent> next(std::chrono::milliseconds limit) { return m_core->next(*m_queue, limit); }
-    /** Ends the loop that waits for the next event; from here on there is none. Any thread may call it. */
+    /** Ends the loop that waits for the next event; no event comes any more. Any thread may call it. */
     void close() { m_core->close(*m_queue); }
 
     /** Waits for the first event. */
     Iterator begin();
-    /** Where the loop ends: once this is closed. */
+    /** Where the loop ends: after close(). */
     Iterator end() noexcept;
 
 private:
@@ -656,10 +662,8 @@ public:
     {
         return a.m_event.has_value() == b.m_event.has_value();
     }
-    friend bool operator!=(const Iterator &a, const Iterator &b) noexcept
-    {
-        return !(a == b);
-    } ///< The contrary.
+    /** Whether one is at the end and the other is not. */
+    friend bool operator!=(const Iterator &a, const Iterator &b) noexcept { return !(a == b); }
 
 private:
     friend class Events;
@@ -679,24 +683,24 @@ inline Events::Iterator Events::end() noexcept
     return Iterator(this);
 }
 
-/** The pens present: what Library and DfuLibrary have in common. Any thread.
+/** The pens present: what Library and DfuLibrary have in common. Any thread may use it.
  *
- *  The list is kept from the announcements. A pen service that was away lists its pens anew when it comes
- *  back; a pen that is not listed then counts as departed a second after the last that is. While the
- *  service is away the list stays as it was; so it does when the service comes back without any of those
- *  pens, until refresh(). */
+ *  The list is made from the announcements. A pen service that was away announces its pens again when it
+ * comes back. A pen that it does not announce then counts as departed one second after the last announcement.
+ * While the service is away the list does not change. If the service comes back with none of these pens, the
+ * list does not change either, until the host calls refresh(). */
 class Discovery
 {
 public:
-    Discovery(Discovery &&) noexcept = default;            ///< Moves; nothing stops meanwhile.
+    Discovery(Discovery &&) noexcept = default;            ///< Takes over; the library keeps running.
     Discovery &operator=(Discovery &&) noexcept = default; ///< \copydoc Discovery(Discovery&&)
 
     /** The pens present now, in the order of their arrival. A library that has just been started knows none
      *  yet: wait(), discover(), events(). */
     std::vector<PenInfo> pens() const { return m_core->pens(); }
 
-    /** The pens present once they have been listed: waits for the first no longer than `limit`, and then
-     *  until no further one has come for `quiet`. Empty when there is none. */
+    /** The pens present, after they were listed: waits for the first pen, at most for `limit`, and then until
+     * no further pen was announced for `quiet`. Empty if there is none. */
     std::vector<PenInfo> discover(std::chrono::milliseconds limit = std::chrono::seconds(2),
                                   std::chrono::milliseconds quiet = std::chrono::milliseconds(300)) const
     {
@@ -704,8 +708,8 @@ public:
         return m_core->pens();
     }
 
-    /** Waits for a pen, whichever: the one that is present longest, or else the first to arrive. Errc::noPen
-     *  when there is none within the time. */
+    /** Waits for any pen. Returns the one that has been present longest, or else the first that arrives.
+     *  Errc::noPen if there is none within the time. */
     PenInfo wait(std::chrono::milliseconds limit = std::chrono::seconds(10)) const
     {
         return tryWait(limit).value();
@@ -716,8 +720,8 @@ public:
         return waited({}, limit);
     }
 
-    /** Waits for the pen with a serial text, in upper or lower case: "AKZ-AQ7-APS-AC". Errc::noPen when it is
-     *  not there within the time. */
+    /** Waits for the pen with this serial text, in upper or lower case: "AKZ-AQ7-APS-AC". Errc::noPen if it
+     * is not present within the time. */
     PenInfo wait(std::string_view serial, std::chrono::milliseconds limit = std::chrono::seconds(10)) const
     {
         return tryWait(serial, limit).value();
@@ -730,11 +734,12 @@ public:
         return waited(serial, limit);
     }
 
-    /** Arrivals and departures from here on, beginning with an arrival of each pen present. */
+    /** Arrivals and departures from now on. The first events are arrivals of the pens that are present. */
     Events events() const { return Events(m_core); }
 
-    /** Lets the pen service list its pens anew. Returns at once; pens that it does not list within a second
-     *  count as departed then. Waits until no operation of this mode's pens is running. */
+    /** Asks the pen service to list its pens again. First waits until no operation of this mode's pens is
+     * running. Does not wait for the answer; pens that the service does not list within a second count as
+     * departed. */
     void refresh() const { tryRefresh().value(); }
     Result<void> tryRefresh() const { return m_core->refresh(); } ///< \copydoc refresh
 
@@ -787,9 +792,9 @@ struct FetchProgress {
     std::uint32_t bytesTotal = 0; ///< bytes of strokes to fetch
 };
 
-/** Is told how far a retrieval has come: once before the first page and once after each, on the thread that
- *  fetches. It may use other pens, but not this one. An exception that leaves it reaches the caller of the
- *  retrieval when that is over. */
+/** Called with the progress of a retrieval: once before the first page and once after each page, on the
+ * thread that fetches. It may use other pens, but not this one. If it throws, the retrieval goes on to its
+ * end, and its caller then gets the exception. */
 using FetchCallback = std::function<void(const FetchProgress &)>;
 
 /** The numbers that describe a certificate, in the pen's order. */
@@ -812,14 +817,14 @@ struct MemoryStatus {
     std::uint64_t total = 0; ///< bytes
 };
 
-/** The five numbers that describe the battery, in the pen's order; nothing where the pen does not know. */
+/** The five numbers that describe the battery, in the pen's order; empty where the pen does not know one. */
 using BatteryStatus = std::array<std::optional<std::uint16_t>, 5>;
 
-/** Bytes that the library allocated; gives them back by itself. Copies share them. */
+/** Bytes that the library allocated. Copies share them; the last one releases them. */
 class LibraryBytes
 {
 public:
-    /** None. */
+    /** No bytes. */
     LibraryBytes() = default;
     /** Takes over a block that zelFreePageData releases. */
     LibraryBytes(std::uint8_t *block, std::size_t size) : m_block(block, &release), m_size(size) {}
@@ -840,8 +845,9 @@ private:
 
 namespace detail {
 
-/** A retrieval that runs on this thread. The library's callback knows no context, but it comes on the
- *  thread that fetches; a callback that fetches from another pen makes an inner one. */
+/** A retrieval that runs on this thread. The library's callback gets no context pointer, but the library
+ * calls it on the thread that fetches: a thread-local pointer leads to the retrieval. A callback that fetches
+ * from another pen starts an inner retrieval. */
 class RunningFetch
 {
 public:
@@ -896,16 +902,17 @@ private:
 #endif
 };
 
-/** What is asked of zelGetPages so that it gives at least certain pages. */
+/** The list that makes zelGetPages return all pages that are wanted, and perhaps others. */
 struct Selection {
     std::string list;
-    std::vector<std::uint64_t> extras; ///< pages that come along unasked
+    std::vector<std::uint64_t> extras; ///< pages that it returns although they are not wanted
     std::string missing;               ///< an address that the pen does not have
 };
 
-/** zelGetPages takes every page whose address occurs anywhere in the list, and fails unless that makes as
- *  many pages as the list has addresses. So the list also names the pages whose address occurs within
- *  one that is asked for ("1.2.3.4" within "11.2.3.45"); they are taken out of the result again. */
+/** zelGetPages fetches every page whose address occurs anywhere in the text of the list. It fails if the
+ * number of these pages is not the number of addresses in the list. So the list must also name every page
+ * whose address is a part of a wanted one ("1.2.3.4" within "11.2.3.45"); these pages are removed from the
+ * result later. */
 inline Selection selectPages(const std::vector<std::string> &wanted, const std::vector<std::string> &present)
 {
     constexpr std::size_t shortest = sizeof "0.0.0.0" - 1;
@@ -923,7 +930,7 @@ inline Selection selectPages(const std::vector<std::string> &wanted, const std::
                 if (const auto page = pages.find(address.substr(from, length)); page != pages.end())
                     within.insert(*page);
     }
-    // By the pen's list: a page that stands twice there counts twice.
+    // Goes through the pen's list, because a page that is in it twice also counts twice.
     for (const std::string &address : present) {
         if (within.count(address) == 0)
             continue;
@@ -934,7 +941,7 @@ inline Selection selectPages(const std::vector<std::string> &wanted, const std::
     return selection;
 }
 
-/** Takes pages out of a block as the library writes it: the records behind move up, the count shrinks.
+/** Removes pages from a block that the library made: moves the later records forward and lowers the count.
  *  Returns the new size. */
 inline std::size_t removePages(std::uint8_t *block, const PageData &data,
                                const std::vector<std::uint64_t> &addresses)
@@ -962,13 +969,13 @@ inline std::size_t removePages(std::uint8_t *block, const PageData &data,
 
 } // namespace detail
 
-/** A connected pen; Library::connect makes one. Move-only; disconnects by itself, and keeps the library
- *  running so long. One thread at a time.
+/** A connected pen; Library::connect makes one. Move-only. The destructor disconnects; until then the library
+ *  keeps running. For one thread at a time.
  *
- *  Each operation stands beside its twin that gives a Result; what fails and why is described with the
- *  function of zel.h that the operation is named after. On a pen that was disconnected or moved from every
- *  operation gives Errc::invalidArgument; on a connection that is lost Errc::communication, from then
- *  on. */
+ *  Below each operation is its twin, which returns a Result. zel.h describes what can fail and why, at the
+ *  function that the operation is named after. After disconnect(), and on a pen that was moved from, every
+ *  operation fails with Errc::invalidArgument. Once the connection is lost, every operation fails with
+ *  Errc::communication. */
 class Pen
 {
 public:
@@ -977,10 +984,10 @@ public:
 
     /** Ends the connection; so does the destructor. */
     void disconnect() noexcept { m_connection.close(); }
-    /** Whether there is a handle: false after disconnect() and on a pen that was moved from. A connection
-     *  that is lost shows in its operations only. */
+    /** Whether there is a handle: false after disconnect() and on a pen that was moved from. Stays true when
+     * the connection is lost; that shows only when an operation fails. */
     bool isConnected() const noexcept { return m_connection.isOpen(); }
-    /** The handle, for functions of zel.h that are to be called directly; stays the pen's. */
+    /** The handle, to call functions of zel.h directly. The Pen still owns it. */
     PenHandle *handle() const noexcept { return m_connection.handle(); }
 
     /** The pen's identity and serial text, as announced. No exchange. */
@@ -1155,12 +1162,12 @@ public:
     }
 
     /** Fetches the pages with the addresses given, in any order ("1.2.3.4"), and otherwise as fetchAll().
-     *  An address that stands twice counts once. Errc::invalidArgument when one is no address, or the pen
-     *  has no such page. An exchange more than zelGetPages takes, to learn which pages there are.
+     *  An address that is given twice counts once. Errc::invalidArgument if one is no address, or if the pen
+     *  has no such page. Needs one exchange more than zelGetPages, to learn which pages there are.
      *
-     *  Where the pen also holds a page whose address occurs as text within one that is asked for ("1.2.3.4"
-     *  within "11.2.3.45"), the library fetches that as well; it counts in the progress, but is not in the
-     *  result. */
+     *  If the pen also holds a page whose address is a part of the text of a wanted one ("1.2.3.4" within
+     *  "11.2.3.45"), the library fetches that page too. It counts in the progress, but is not in the result.
+     */
     PageData fetch(const std::vector<std::string> &addresses, const FetchCallback &progress = nullptr) const
     {
         return tryFetch(addresses, progress).value();
@@ -1218,9 +1225,9 @@ public:
     {
         return flag("zelGetPenLockedStatus", zelGetPenLockedStatus);
     }
-    /** Unlocks the pen; Errc::invalidArgument when it refuses the password. A pen that was locked when it was
-     *  connected and did not announce its software version has to be connected again for what needs a
-     *  newer one. */
+    /** Unlocks the pen; Errc::invalidArgument if it refuses the password. If the pen was locked when it was
+     *  connected, and did not announce its software version, connect it again before you call operations that
+     *  need a newer version. */
     void unlock(Text password) { tryUnlock(password).value(); }
     Result<void> tryUnlock(Text password) ///< \copydoc unlock
     {
@@ -1325,7 +1332,7 @@ public:
         return flag("zelHasEncryptedData", zelHasEncryptedData);
     }
     /** Fetches the pen's encrypted data; Errc::invalidArgument when there is none.
-     *  argument  handed on to zelGetEncryptedData, where it has no effect */
+     *  argument  passed to zelGetEncryptedData, where it has no effect */
     LibraryBytes encryptedData(std::uint64_t argument = 0) const
     {
         return tryEncryptedData(argument).value();
@@ -1408,7 +1415,7 @@ private:
         return Time(std::chrono::milliseconds(static_cast<std::int64_t>(millis)));
     }
 
-    /** More than 32 bits count would be cut; no pen takes so much. */
+    /** The largest length that fits into 32 bits stands for every longer one; no pen accepts so much. */
     static std::uint32_t length(Bytes bytes) noexcept
     {
         return static_cast<std::uint32_t>((std::min<std::size_t>)(bytes.size(), UINT32_MAX));
@@ -1453,8 +1460,8 @@ private:
         return given(code, name, out);
     }
 
-    /** The functions on pages tell every failure by one code: the pen is asked whether it is locked, or
-     *  there at all. */
+    /** The functions on pages return one code for every failure. So this asks the pen whether it is locked,
+     * or whether the connection is lost. */
     Error reasonOf(std::uint32_t code, const char *name) const
     {
         if (code != ZEL_ERR_UNEXPECTED)
@@ -1495,15 +1502,15 @@ private:
     PenInfo m_info;
 };
 
-/** The library, started: the pens present, and connections to them. Several may exist in one process; they
- *  share what is started. Movable.
+/** The started library: the pens present, and connections to them. Several objects in one process share the
+ *  started library. Movable.
  *
  *  Errc::alreadyInitialized when other code of the process has called zelInitialize itself. */
 class Library : public Discovery
 {
 public:
-    /** Starts the library. Pens present are announced from here on; a pen service that is absent is looked
-     *  for every 3 seconds. */
+    /** Starts the library. From now on the pens present are announced. While there is no pen service, the
+     * library looks for it every 3 seconds. */
     Library() : Library(tryStart().value()) {}
     static Result<Library> tryStart() ///< \copydoc Library()
     {

@@ -1,15 +1,15 @@
--- Wireshark and tshark read the two protocols of digital pens with this: the rendezvous protocol (port 3715), in which the
--- pen service announces pens, and the pen service protocol (PSP), spoken on the ports that the announcements name.
+-- Lets Wireshark and tshark read the two protocols of digital pens: the rendezvous protocol (port 3715), in which the pen
+-- service announces pens, and the pen service protocol (PSP), which is used on the ports that the announcements name.
 --
 --   tshark -X lua_script:zel.lua -i lo -f 'tcp' -Y 'zelrv or zelpsp'
 --
--- Ports are learnt from the announcements, so a capture has to hold those; otherwise name the port with
--- -d tcp.port==PORT,zelpsp. docs/wireshark.md shows what it looks like.
+-- The ports are learnt from the announcements, so a capture must contain them. If it does not, name the port with
+-- -d tcp.port==PORT,zelpsp. docs/wireshark.md has examples.
 
 local RENDEZVOUS_PORT = 3715
 local DEEPEST_NESTING = 256
-local MOST_TREE_ITEMS = 2000 -- of one message; a list of thousands of pages need not be unfolded
-local LONGEST_MESSAGE = 64 * 1024 -- of the rendezvous protocol; a stream without NUL is something else
+local MOST_TREE_ITEMS = 2000 -- for one message; nobody reads a list of thousands of pages
+local LONGEST_MESSAGE = 64 * 1024 -- of the rendezvous protocol; a longer text without NUL is another protocol
 
 local rendezvous = Proto("zelrv", "Pen Rendezvous Protocol")
 local psp = Proto("zelpsp", "Pen Service Protocol")
@@ -93,7 +93,7 @@ local NUMBER_WIDTHS = { [1] = 1, [2] = 1, [3] = 2, [4] = 4, [5] = 8 }
 
 local DIGITS = "ABCDEFGHJKMNPQRSTUWXYZ23456789"
 
--- The lowest digits of a number, most significant first.
+-- The last digits of a number, most significant first.
 local function in_digits(number, width)
     local text = ""
     for _ = 1, width do
@@ -145,8 +145,8 @@ end
 
 -- ---- Values -------------------------------------------------------------------------------------------------------
 
--- A value is scanned before anything is shown, so that one that is still arriving is waited for. The scan returns the
--- offset behind the value, or nil and either the number of bytes that are missing at least, or why it makes no sense.
+-- A value is scanned before anything is shown, because it may be incomplete until more segments arrive. The scan returns
+-- the offset after the value; or nil and the least number of bytes that are missing; or nil and why the value is invalid.
 
 local scan_value
 
@@ -167,7 +167,7 @@ local function scan_elements(tvb, offset, depth, type)
         element_type = tvb(offset, 1):uint()
         offset = offset + 1
         if count > 0 and (element_type == 0 or element_type == 11 or element_type == 15) then
-            return offset -- however many there are, they take no bytes
+            return offset -- however many elements there are, they take no bytes
         end
         if not TYPES[element_type] then return nil, nil, "unknown type " .. element_type end
     end
@@ -236,7 +236,7 @@ scan_value = function(tvb, offset, depth, type)
     return offset
 end
 
--- A value that was scanned is shown. context tells what its numbers mean; items counts what was added.
+-- Shows a value that was scanned before. context says what its numbers mean; items counts the tree items added so far.
 
 local show_value
 
@@ -346,8 +346,8 @@ end
 -- ---- Requests and responses of PSP --------------------------------------------------------------------------------
 
 local stream_field = Field.new("tcp.stream")
-local streams = {} -- for each TCP stream the requests that have no response yet, and whether it makes no sense
-local exchanges = {} -- for each request and response, by frame and offset, what belongs together
+local streams = {} -- for each TCP stream: the requests without a response yet, and whether the stream is invalid
+local exchanges = {} -- which request and response belong together, by frame and offset
 
 local function stream_state()
     local number = stream_field()
@@ -451,7 +451,7 @@ local function show_response(tvb, offset, behind, pinfo, tree)
     return string.format("%s: %s", instruction_text(exchange.code), words)
 end
 
--- Every message of a segment, as far as they are there; what is missing is waited for.
+-- Shows every complete message of a segment. For an incomplete one it asks Wireshark for more bytes.
 local function dissect_stream(tvb, pinfo, tree, scan, show, proto)
     local offset = 0
     local told = {}
@@ -464,7 +464,7 @@ local function dissect_stream(tvb, pinfo, tree, scan, show, proto)
             offset = tvb:len()
         elseif not behind then
             pinfo.desegment_offset = offset
-            -- One byte more than is known to be missing would be asked for a message too early.
+            -- If just one byte is known to be missing, more may follow that byte; so any further segment will do.
             pinfo.desegment_len = missing > 1 and missing or DESEGMENT_ONE_MORE_SEGMENT
             break
         else
@@ -500,7 +500,7 @@ local function scan_message(tvb, offset)
     return nil, 1
 end
 
--- Values of pen messages begin right behind the key and one "="; numbers are hexadecimal unless said otherwise.
+-- In pen messages a value begins directly after its key and one "="; numbers are hexadecimal unless said otherwise.
 local function value_of(text, key, pattern)
     local _, last = text:find(key, 1, true)
     if not last then return nil end

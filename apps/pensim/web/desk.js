@@ -1,5 +1,5 @@
-// The desk: shows what the service tells by server-sent events, and sends commands. What others wrote (brands, hints,
-// texts of hosts) gets onto the page as text only, never as HTML.
+// The desk: shows what the service reports by server-sent events, and sends commands. Texts of others (brands, hints,
+// texts of hosts) are put onto the page as text only, never as HTML.
 
 const element = id => document.getElementById(id);
 
@@ -10,7 +10,7 @@ function make(tag, className, ...content) {
   return made;
 }
 
-// Writing what stands there already would cost a layout.
+// Writing the same text again would make the browser lay out the page again.
 function show(node, text) {
   if (node.textContent !== text) node.textContent = text;
 }
@@ -43,7 +43,7 @@ function tell(text, isProblem) {
   }, isProblem ? 10000 : 4000);
 }
 
-// The answer's data; what the service refuses is an error with its words.
+// The data of the answer. If the service refuses, throws an error with its text.
 async function command(name, parameters) {
   const response = await fetch("command", {
     method: "POST",
@@ -150,7 +150,7 @@ function drawCard(pen) {
   }
 }
 
-// Cards that stand in their place are left alone, so that the focus stays where it is.
+// Cards that are in their place already are not touched, so that the keyboard focus stays where it is.
 function arrange(list, ids) {
   ids.forEach((id, place) => {
     const card = cards.get(id);
@@ -346,7 +346,7 @@ function drawFirmware(pen) {
   element("image-link").href = `image/${pen.serial}`;
 }
 
-// Pages and counts are asked for, at most twice a second: a pen may have tens of thousands of pages.
+// Pages and counts are requested at most twice a second, because a pen may have tens of thousands of pages.
 const mostPagesShown = 200;
 let whole = { key: "", asking: false };
 async function askWhole(pen) {
@@ -414,7 +414,7 @@ function closeDetails() {
   card?.querySelector(".more").focus();
 }
 
-// For the pen whose details are shown.
+// A command for the pen whose details are shown.
 function actOnChosen(done, name, parameters) {
   const pen = pens.get(chosen);
   return act(`${pen.serial}: ${done}`, name, { pen: pen.serial, ...parameters });
@@ -431,13 +431,13 @@ function onSubmit(id, action) {
   });
 }
 
-// The number of a field; nothing when it holds none that fits.
+// The number in a field; null if the field holds no valid one.
 function numberIn(id) {
   const field = element(id);
   return field.reportValidity() ? field.valueAsNumber : null;
 }
 
-// No request of a host is answered by a byte: that is of the wrong type for all of them.
+// A byte is a wrong type for every request, because no request of a host is answered by a byte.
 const faults = {
   silent: () => ({ bytes: "" }),
   close: () => ({ bytes: "", ending: "close" }),
@@ -542,7 +542,7 @@ function resultText(line) {
   return valueText(line.value);
 }
 
-// A message of the rendezvous protocol: what it is first, the rest as it was sent.
+// A message of the rendezvous protocol: first its kind, then the rest as it was sent.
 function messageText(text) {
   const parts = text.split("\n").map(part => part.trim()).filter(part => part && part !== "\0");
   if (parts[0] === "LIST") return "list";
@@ -555,7 +555,7 @@ function messageText(text) {
   return `${kind}: ${fields["pen-brand"]}, ${fields["pen-id"]}, port ${fields["service-port"]}${mode}`;
 }
 
-// What a line says, in its columns.
+// The columns of a line.
 function read(line) {
   const time = line.time.toFixed(3);
   if (line.event === "exchange") {
@@ -715,8 +715,8 @@ events.addEventListener("error", () => {
 
 // ---- New pen
 
-// Serial texts have nine symbols of thirty: three for the upper half of the id and six for the lower. Hosts pass over
-// pens whose ids do not fit.
+// Serial texts have nine symbols out of thirty: three for the upper half of the id and six for the lower half. Hosts
+// ignore pens whose ids do not fit into them.
 function randomId() {
   const [high, low] = crypto.getRandomValues(new Uint32Array(2));
   return `0x${((high % 30 ** 3) * 2 ** 32 + (low % 30 ** 6)).toString(16).padStart(12, "0")}`;
