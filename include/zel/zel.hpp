@@ -453,7 +453,6 @@ private:
         m_burstEnd.reset();
         if (!m_isResync)
             return;
-        m_isResync = false;
         for (std::size_t i = m_pens.size(); i-- > 0;)
             if (!m_pens[i].isConfirmed)
                 depart(m_pens.begin() + static_cast<std::ptrdiff_t>(i));
@@ -545,8 +544,7 @@ public:
 
     void close() noexcept
     {
-        if (m_handle != nullptr)
-            call([this] { return Disconnect(&m_handle); });
+        call([this] { return Disconnect(&m_handle); });
         m_handle = nullptr;
         m_core.reset();
     }

@@ -65,6 +65,62 @@ TEST(CppDiscovery, WaitEndsAtItsLimit)
     EXPECT_THROW(library.wait("AAA-AAA-AAA-AA", 0ms), zelpp::NoPenError);
 }
 
+TEST(CppDiscovery, SerialIsComparedWholeAndInAnyCase)
+{
+    pensim::Service service({}, {{pen(kPenId)}, {}});
+    service.start();
+    const zelpp::Library library;
+    EXPECT_EQ(library.wait("akz-aq7-aps-ac", kPatience).penId, kPenId);
+    EXPECT_EQ(thrown([&] { library.wait("AKZ-AQ7-APS-ACA", 10ms); }), Errc::noPen);
+    EXPECT_EQ(thrown([&] { library.wait("AKZ-AQ7-APS-A", 10ms); }), Errc::noPen);
+    EXPECT_EQ(thrown([&] { library.wait("", kPatience); }), Errc::invalidArgument);
+}
+
+TEST(CppDiscovery, PensAreTheSameByTheirIdentity)
+{
+    zelpp::PenInfo one;
+    one.penId = 1;
+    zelpp::PenInfo same = one;
+    same.serial = "not asked yet";
+    zelpp::PenInfo other = one;
+    other.penId = 2;
+    EXPECT_TRUE(one == same);
+    EXPECT_FALSE(one != same);
+    EXPECT_FALSE(one == other);
+    EXPECT_TRUE(one != other);
+}
+
+// Right after the start none has been announced yet: each of them has to wait by itself.
+TEST(CppDiscovery, WaitsHaveALimitOfTheirOwn)
+{
+    pensim::Service service;
+    service.start();
+    for (std::uint64_t id = 1; id <= 50; ++id)
+        service.dock(pen(id));
+    const std::string serial = zelpp::serialText(50);
+    EXPECT_EQ(zelpp::Library().discover().size(), 50u);
+    EXPECT_NO_THROW(zelpp::Library().wait());
+    EXPECT_TRUE(zelpp::Library().tryWait());
+    EXPECT_NO_THROW(zelpp::Library().wait(serial));
+    EXPECT_TRUE(zelpp::Library().tryWait(serial));
+}
+
+TEST(CppDiscovery, ListingIsOverWhenNoPenHasComeForAWhile)
+{
+    pensim::Service service({}, {{pen(1)}, {}});
+    service.start();
+    const zelpp::Library library;
+    std::thread later([&] {
+        library.wait(kPatience);
+        std::this_thread::sleep_for(50ms);
+        service.dock(pen(2));
+    });
+    const auto began = std::chrono::steady_clock::now();
+    EXPECT_EQ(library.discover(kPatience, 2s).size(), 2u);
+    EXPECT_LT(std::chrono::steady_clock::now() - began, kPatience);
+    later.join();
+}
+
 TEST(CppDiscovery, WaitSeesAPenThatComesMeanwhile)
 {
     pensim::Service service;
@@ -119,6 +175,28 @@ TEST(CppDiscovery, LoopOverEventsEndsWhenAnotherThreadClosesThem)
     EXPECT_FALSE(events.next(kPatience)) << "closed for good";
 }
 
+TEST(CppDiscovery, ClosedEventsTellNothingMore)
+{
+    pensim::Service service({}, {{pen(1)}, {}});
+    service.start();
+    const zelpp::Library library;
+    library.wait(kPatience);
+    zelpp::Events events = library.events();
+    events.close();
+    EXPECT_FALSE(events.next(kPatience)) << "though an arrival is in it";
+    std::this_thread::sleep_for(kSettled); // the end of the listing would wake it as well
+    zelpp::Events others = library.events();
+    others.next(kPatience);
+    std::thread later([&] {
+        std::this_thread::sleep_for(50ms);
+        others.close();
+    });
+    const auto began = std::chrono::steady_clock::now();
+    EXPECT_FALSE(others.next(kPatience));
+    EXPECT_LT(std::chrono::steady_clock::now() - began, kPatience) << "it is woken";
+    later.join();
+}
+
 // The pen comes back on another port: the record of its last arrival is what counts.
 TEST(CppDiscovery, PenThatCameBackIsConnectedWhereItIsNow)
 {
@@ -132,6 +210,37 @@ TEST(CppDiscovery, PenThatCameBackIsConnectedWhereItIsNow)
     for (int i = 0; i < 3; ++i)
         ASSERT_TRUE(events.next(kPatience));
     EXPECT_EQ(library.connect(info).productName(), "Brand");
+}
+
+TEST(CppDiscovery, PenThatIsRepeatedIsConnectedWhereItIsNow)
+{
+    pensim::Service service({}, {{penWithPages()}, {}});
+    service.start();
+    const zelpp::Library library;
+    zelpp::Events events = library.events();
+    const zelpp::PenInfo info = events.next(kPatience)->pen;
+    service.rendezvous().shutDown(Ending::reset);
+    service.undock(kPenId);
+    service.redock(kPenId);
+    service.rendezvous().listen();
+    EXPECT_EQ(events.next(kPatience)->kind, Kind::repeated);
+    EXPECT_EQ(library.connect(info).productName(), "Brand");
+}
+
+TEST(CppDiscovery, PenThatArrivesLaterDropsNoOther)
+{
+    pensim::Service service({}, {{pen(1)}, {}});
+    service.start();
+    const zelpp::Library library;
+    zelpp::Events events = library.events();
+    EXPECT_EQ(textOf(events.next(kPatience)), "arrived 1");
+    library.refresh();
+    EXPECT_EQ(textOf(events.next(kPatience)), "repeated 1");
+    EXPECT_EQ(textOf(events.next(kSettled)), "none");
+    service.dock(pen(2));
+    EXPECT_EQ(textOf(events.next(kPatience)), "arrived 2");
+    EXPECT_EQ(textOf(events.next(kSettled)), "none");
+    EXPECT_EQ(library.pens().size(), 2u);
 }
 
 TEST(CppDiscovery, ServiceMayComeAfterTheLibrary)
@@ -181,6 +290,89 @@ TEST(CppDiscovery, RefreshDropsThePensThatAreNotListedAgain)
     EXPECT_TRUE(library.pens().empty());
     service.redock(1);
     EXPECT_EQ(textOf(events.next(kPatience)), "arrived 1");
+}
+
+// Nothing in the library keeps the time: whoever looks finds the list as it should be by then.
+TEST(CppDiscovery, PensThatAreNotListedAgainAreGoneForWhoeverLooks)
+{
+    pensim::Service service({}, {{pen(1)}, {}});
+    service.start();
+    const zelpp::Library library;
+    library.wait(kPatience);
+    zelpp::Events events = library.events();
+    EXPECT_EQ(textOf(events.next(kPatience)), "arrived 1");
+    const auto refreshWithoutThePen = [&] {
+        std::this_thread::sleep_for(kSettled); // the listing is over
+        service.rendezvous().shutDown(Ending::reset);
+        service.undock(1);
+        service.rendezvous().listen();
+        library.refresh();
+        std::this_thread::sleep_for(kSettled);
+    };
+    refreshWithoutThePen();
+    EXPECT_TRUE(library.pens().empty());
+    service.redock(1);
+    library.wait(kPatience);
+    refreshWithoutThePen();
+    EXPECT_EQ(textOf(library.events().next(10ms)), "none");
+    service.redock(1);
+    library.wait(kPatience);
+    refreshWithoutThePen();
+    service.redock(1);
+    std::this_thread::sleep_for(100ms); // until it has been announced
+    for (const char *const expected :
+         {"departed 1", "arrived 1", "departed 1", "arrived 1", "departed 1", "arrived 1"})
+        EXPECT_EQ(textOf(events.next(kPatience)), expected);
+}
+
+// Tried again when the machine was too slow for the times in it.
+TEST(CppDiscovery, ListingLastsUntilASecondAfterItsLastPen)
+{
+    for (int attempt = 0; attempt < 10; ++attempt) {
+        pensim::Service service({}, {{pen(1)}, {}});
+        service.start();
+        const zelpp::Library library;
+        zelpp::Events events = library.events();
+        EXPECT_EQ(textOf(events.next(kPatience)), "arrived 1");
+        service.rendezvous().shutDown(Ending::reset);
+        service.undock(1);
+        service.rendezvous().listen();
+        library.refresh();
+        std::this_thread::sleep_for(600ms);
+        const auto docked = std::chrono::steady_clock::now();
+        service.dock(pen(2));
+        EXPECT_EQ(textOf(events.next(kPatience)), "arrived 2");
+        std::this_thread::sleep_for(600ms);
+        const std::size_t present = library.pens().size();
+        if (std::chrono::steady_clock::now() - docked > 900ms)
+            continue;
+        EXPECT_EQ(present, 2u);
+        EXPECT_EQ(textOf(events.next(kPatience)), "departed 1");
+        return;
+    }
+    FAIL() << "the machine was too slow";
+}
+
+TEST(CppDiscovery, RefreshWakesWhoWaitsForEvents)
+{
+    pensim::Service service({}, {{pen(1)}, {}});
+    service.start();
+    const zelpp::Library library;
+    zelpp::Events events = library.events();
+    EXPECT_EQ(textOf(events.next(kPatience)), "arrived 1");
+    std::this_thread::sleep_for(kSettled); // the listing is over
+    library.pens();
+    service.rendezvous().shutDown(Ending::reset);
+    service.undock(1);
+    service.rendezvous().listen();
+    std::thread later([&] {
+        std::this_thread::sleep_for(50ms);
+        library.refresh();
+    });
+    const auto began = std::chrono::steady_clock::now();
+    EXPECT_EQ(textOf(events.next(kPatience)), "departed 1");
+    EXPECT_LT(std::chrono::steady_clock::now() - began, kPatience);
+    later.join();
 }
 
 TEST(CppDiscovery, RefreshKeepsThePensThatAreListedAgain)

@@ -58,6 +58,21 @@ TEST_F(CppFetch, EverySelectionGivesThePagesAskedFor)
     }
 }
 
+TEST_F(CppFetch, PageAmongManyIsTakenOutAgain)
+{
+    pensim::PenSpec spec = penWithPages(7);
+    Strings wanted{"11.2.3.45"}; // brings 1.2.3.4 along
+    for (int i = 0; i < 400; ++i) {
+        wanted.push_back("5.5.5." + std::to_string(1000 + i));
+        spec.pages.push_back(page(wanted.back().c_str(), 1));
+    }
+    m_service.dock(spec);
+    const zelpp::Pen pen = m_library.connect(m_library.wait(zelpp::serialText(7), kPatience));
+    const zelpp::PageData data = pen.fetch(wanted);
+    EXPECT_EQ(data.size(), 402u) << "with the stylo page";
+    EXPECT_FALSE(data.find("1.2.3.4"));
+}
+
 TEST_F(CppFetch, AddressMayBeWrittenWithItsFirstField)
 {
     EXPECT_EQ(addressesOf(connect().fetch({"0.1.2.3.4"})), (Strings{"0.9.9.9", "1.2.3.4"}));
@@ -204,6 +219,7 @@ TEST_F(CppFetch, RemovedPageIsGone)
     EXPECT_EQ(pen.pages().totalBytes, 5307u);
     EXPECT_EQ(thrown([&] { pen.removePage("1.2.3.4"); }), Errc::unexpected) << "the pen says no";
     EXPECT_EQ(thrown([&] { pen.removePage("1.2.3"); }), Errc::invalidArgument);
+    EXPECT_EQ(thrown([&] { pen.removePage(std::string("1.2.3.4\0", 8)); }), Errc::invalidArgument);
     pen.removeAllStrokes();
     EXPECT_TRUE(pen.pages().addresses.empty());
 }

@@ -2,6 +2,8 @@
 
 #include "host_pens.h"
 
+#include <array>
+#include <atomic>
 #include <stdexcept>
 #include <thread>
 
@@ -22,6 +24,15 @@ pensim::PenSpec firmwarePen(std::uint64_t id = kPenId)
     spec.dfuMode = true;
     spec.dfu.transferSize = kBlock;
     return spec;
+}
+
+/** An answer to the question for the status. */
+Reply statusRecord(std::uint8_t status, std::uint8_t state)
+{
+    return Reply::withValue(pensim::Value::binary({status,           //
+                                                   0x00, 0x00, 0x00, // no pause
+                                                   state,            //
+                                                   0x00}));          // string index
 }
 
 class CppFirmware : public testing::Test
@@ -79,6 +90,7 @@ TEST_F(CppFirmware, CallbackHearsOnceTheImageIsComplete)
     std::vector<bool> complete;
     connect().download(Bytes(kBlock, 0xaa), [&](const zelpp::DownloadProgress &progress) {
         complete.push_back(progress.isComplete);
+        EXPECT_EQ(progress.blocks, 1u);
         EXPECT_EQ(pen.requestCount(instruction::dfuDownload), progress.isComplete ? 2u : progress.blocksSent);
     });
     EXPECT_EQ(complete, (std::vector<bool>{false, false, true}));
@@ -124,6 +136,135 @@ TEST_F(CppFirmware, PenThatCannotWriteABlockTellsWhy)
     EXPECT_STREQ(result.error().what(),
                  "download (the pen stopped after 128 bytes: the memory cannot be written; "
                  "status 3, dfuERROR): The pen did not take the firmware.");
+}
+
+TEST_F(CppFirmware, PenThatReportsAFaultInAnyStateHasFailed)
+{
+    pensim::Pen &pen = dock();
+    zelpp::DfuPen connected = connect();
+    pen.onInstruction(instruction::dfuGetStatus, statusRecord(0x03, 0x05),
+                      3); // after a block: dfuDNLOAD-IDLE
+    EXPECT_EQ(connected.tryDownload(Bytes(kBlock, 0xaa)).error().detail(),
+              "the pen stopped after 0 bytes: the memory cannot be written; status 3, dfuDNLOAD-IDLE");
+}
+
+TEST_F(CppFirmware, PenThatGotAnUnexpectedRequestIsSuspectedToBeDisturbed)
+{
+    pensim::Pen &pen = dock();
+    zelpp::DfuPen connected = connect();
+    pen.onInstruction(instruction::dfuGetStatus, statusRecord(0x0f, 0x0a), 3); // after a block: dfuERROR
+    EXPECT_EQ(connected.tryDownload(Bytes(kBlock, 0xaa)).error().detail(),
+              "the pen stopped after 0 bytes: an unexpected request; status 15, dfuERROR; "
+              "did another program ask the pen meanwhile?");
+}
+
+TEST_F(CppFirmware, PenThatIsBusyIsAskedAgain)
+{
+    for (const std::uint8_t busy :
+         std::array<std::uint8_t, 3>{3, 4, 6}) { // dfuDNLOAD-SYNC, dfuDNBUSY, dfuMANIFEST-SYNC
+        pensim::Pen &pen = dock(firmwarePen(busy));
+        zelpp::DfuPen connected = m_library.connect(m_library.wait(zelpp::serialText(busy), kPatience));
+        pen.onInstruction(instruction::dfuGetStatus, statusRecord(0x00, busy), busy == 6 ? 4 : 3);
+        const zelpp::Result<void> result = connected.tryDownload(Bytes(kBlock, 0xaa));
+        EXPECT_TRUE(result) << zelpp::dfuStateName(DfuState{busy}) << ": " << result.error().what();
+        EXPECT_TRUE(pen.firmwareInstalled());
+    }
+}
+
+/** Downloads an image to a pen that says then that it waits for a reset. */
+zelpp::Result<void> downloadUntilReset(pensim::Pen &pen, zelpp::DfuPen &connected)
+{
+    return connected.tryDownload(Bytes(kBlock, 0xaa), [&](const zelpp::DownloadProgress &progress) {
+        if (progress.isComplete)
+            pen.onInstruction(instruction::dfuGetStatus, statusRecord(0x00, 0x08)); // dfuMANIFEST-WAIT-RESET
+    });
+}
+
+TEST_F(CppFirmware, PenThatWaitsForAResetAfterTheImageGetsIt)
+{
+    pensim::Pen &pen = dock();
+    zelpp::DfuPen connected = connect();
+    EXPECT_TRUE(downloadUntilReset(pen, connected));
+    EXPECT_EQ(pen.requestCount(instruction::dfuResetPort), 1u);
+}
+
+TEST_F(CppFirmware, ConnectionLostAtTheResetIsNoFailure)
+{
+    pensim::Pen &pen = dock();
+    zelpp::DfuPen connected = connect();
+    pen.onInstruction(instruction::dfuResetPort, Reply::closing());
+    EXPECT_TRUE(downloadUntilReset(pen, connected));
+    EXPECT_THROW(connected.state(), zelpp::CommunicationError);
+}
+
+TEST_F(CppFirmware, PenThatRefusesTheResetHasNotTakenTheImageToUse)
+{
+    pensim::Pen &pen = dock();
+    zelpp::DfuPen connected = connect();
+    pen.onInstruction(instruction::dfuResetPort, Reply::withStatus(-1));
+    const zelpp::Result<void> result = downloadUntilReset(pen, connected);
+    ASSERT_FALSE(result);
+    EXPECT_STREQ(result.error().operation(), "zelDfuResetPort");
+}
+
+TEST_F(CppFirmware, PenThatGivesAnImageIsToldToStop)
+{
+    pensim::Pen &pen = dock();
+    zelpp::DfuPen connected = connect();
+    pen.onInstruction(instruction::dfuGetStatus, statusRecord(0x00, 0x09), 1); // dfuUPLOAD-IDLE
+    connected.download(Bytes(kBlock, 0xaa));
+    EXPECT_EQ(pen.requestCount(instruction::dfuAbort), 1u);
+    EXPECT_TRUE(pen.firmwareInstalled());
+}
+
+TEST_F(CppFirmware, PenThatCannotBeMadeReadyGetsNoImage)
+{
+    struct Case {
+        std::uint8_t state; // at the first question
+        std::uint32_t refused;
+        std::size_t occurrence;
+        const char *operation;
+    };
+    const Case cases[] = {
+        {0x02, instruction::dfuFunctionalDescriptor, 1, "zelDfuGetFunctionalDescriptor"},
+        {0x02, instruction::dfuGetStatus, 1, "zelDfuGetStatus"},
+        {0x02, instruction::dfuGetStatus, 2, "zelDfuGetStatus"},
+        {0x0a, instruction::dfuClearStatus, 1, "zelDfuClearStatus"},
+        {0x05, instruction::dfuAbort, 1, "zelDfuAbort"},
+    };
+    for (std::uint64_t id = 1; const Case &one : cases) {
+        pensim::Pen &pen = dock(firmwarePen(id));
+        zelpp::DfuPen connected = m_library.connect(m_library.wait(zelpp::serialText(id++), kPatience));
+        pen.onInstruction(instruction::dfuGetStatus, statusRecord(0x00, one.state), 1);
+        pen.onInstruction(one.refused, Reply::withStatus(-1), one.occurrence);
+        const zelpp::Result<void> result = connected.tryDownload(Bytes(kBlock, 0xaa));
+        ASSERT_FALSE(result);
+        EXPECT_STREQ(result.error().operation(), one.operation) << id;
+        EXPECT_EQ(pen.requestCount(instruction::dfuDownload), 0u) << id;
+    }
+}
+
+TEST_F(CppFirmware, PenThatInstallsAnImageIsNotReadyForAnother)
+{
+    pensim::Pen &pen = dock();
+    zelpp::DfuPen connected = connect();
+    pen.onInstruction(instruction::dfuGetStatus, statusRecord(0x00, 0x07)); // dfuMANIFEST
+    EXPECT_EQ(connected.tryDownload(Bytes(kBlock, 0xaa)).error().detail(),
+              "the pen is not ready for an image: it is in dfuMANIFEST");
+    EXPECT_EQ(pen.requestCount(instruction::dfuDownload), 0u);
+}
+
+TEST_F(CppFirmware, PenThatRefusesTheEndOfTheImageHasNotGotIt)
+{
+    pensim::Pen &pen = dock();
+    zelpp::DfuPen connected = connect();
+    pen.onInstruction(instruction::dfuDownload, Reply::withStatus(-1), 2);
+    const zelpp::Result<void> result =
+        connected.tryDownload(Bytes(kBlock, 0xaa), [](const zelpp::DownloadProgress &progress) {
+            EXPECT_FALSE(progress.isComplete);
+        });
+    ASSERT_FALSE(result);
+    EXPECT_EQ(result.error().code(), Errc::downloadFailed);
 }
 
 TEST_F(CppFirmware, PenThatAnotherProgramDisturbedIsSuspectedToBe)
@@ -228,6 +369,83 @@ TEST_F(CppFirmware, ImageThatIsCompleteIsNotGivenUp)
     EXPECT_EQ(result.error().code(), Errc::cancelled);
     EXPECT_EQ(result.error().detail(), "the pen has the whole image already");
     EXPECT_EQ(pen.requestCount(instruction::dfuAbort), 0u);
+}
+
+TEST_F(CppFirmware, CallbackThatSaysNoIsAskedNothingMore)
+{
+    pensim::PenSpec spec = firmwarePen();
+    spec.dfu.blockTime = 1s; // the callback hears of the pause every 100 ms
+    pensim::Pen &pen = dock(spec);
+    int calls = 0;
+    const zelpp::Result<void> result = connect().tryDownload(
+        Bytes(kBlock, 0xaa), [&](const zelpp::DownloadProgress &) { return ++calls < 3; });
+    EXPECT_EQ(result.error().code(), Errc::cancelled);
+    EXPECT_EQ(calls, 3);
+    EXPECT_EQ(pen.requestCount(instruction::dfuAbort), 1u);
+}
+
+TEST_F(CppFirmware, HostThatStopsWaitingForACompleteImageAsksThePenNothingMore)
+{
+    pensim::PenSpec spec = firmwarePen();
+    spec.dfu.manifestationTolerant = false;
+    pensim::Pen &pen = dock(spec);
+    zelpp::DfuPen connected = connect();
+    std::size_t questions = 0;
+    const zelpp::Result<void> result =
+        connected.tryDownload(Bytes(kBlock, 0xaa), [&](const zelpp::DownloadProgress &progress) {
+            questions = pen.requestCount(instruction::dfuGetStatus);
+            return !progress.isComplete;
+        });
+    EXPECT_EQ(result.error().code(), Errc::cancelled);
+    EXPECT_EQ(pen.requestCount(instruction::dfuGetStatus), questions);
+}
+
+TEST_F(CppFirmware, PenThatStillInstallsTheImageIsNotResetOnceTheHostStopsWaiting)
+{
+    pensim::PenSpec spec = firmwarePen();
+    spec.dfu.manifestationTolerant = false;
+    spec.dfu.manifestTime = 1h;
+    pensim::Pen &pen = dock(spec);
+    zelpp::DfuPen connected = connect();
+    int calls = 0;
+    const zelpp::Result<void> result =
+        connected.tryDownload(Bytes(kBlock, 0xaa), [&](const zelpp::DownloadProgress &progress) {
+            return !progress.isComplete || ++calls < 3; // the first call is before the pause
+        });
+    EXPECT_EQ(result.error().code(), Errc::cancelled);
+    EXPECT_EQ(pen.requestCount(instruction::dfuResetPort), 0u);
+}
+
+TEST_F(CppFirmware, StopEndsTheShortPausesOfAPenThatStaysBusy)
+{
+    pensim::Pen &pen = dock();
+    zelpp::DfuPen connected = connect();
+    zelpp::DownloadStop stop;
+    std::atomic<int> questions{0};
+    pen.onInstruction(instruction::dfuGetStatus, [&](const pensim::Request &) {
+        if (++questions <= 2) // before the first block
+            return Reply::normal();
+        if (questions == 10)
+            stop.request();
+        return questions < 100 ? statusRecord(0x00, 0x04) : Reply::normal(); // dfuDNBUSY
+    });
+    const zelpp::Result<void> result = connected.tryDownload(Bytes(kBlock, 0xaa), stop);
+    ASSERT_FALSE(result);
+    EXPECT_EQ(result.error().code(), Errc::cancelled);
+    EXPECT_LT(questions, 100);
+}
+
+TEST(CppDownloadStop, RequestWakesWhoWaitsForIt)
+{
+    zelpp::DownloadStop stop;
+    const auto began = std::chrono::steady_clock::now();
+    std::thread later([&] {
+        std::this_thread::sleep_for(50ms);
+        stop.request();
+    });
+    EXPECT_TRUE(stop.waitFor(kPatience));
+    EXPECT_LT(std::chrono::steady_clock::now() - began, kPatience);
+    later.join();
 }
 
 TEST_F(CppFirmware, ExceptionDoesNotGiveUpACompleteImage)
@@ -355,8 +573,52 @@ TEST_F(CppFirmware, DescriptorAndStatusAreReadFieldByField)
     EXPECT_EQ(status.state, DfuState::error);
     EXPECT_STREQ(zelpp::dfuStateName(status.state), "dfuERROR");
     EXPECT_EQ(status.stringIndex, 5);
-    EXPECT_STREQ(zelpp::dfuStateName(static_cast<DfuState>(99)), "unknown state");
-    EXPECT_STREQ(zelpp::dfuStatusText(99), "unknown fault");
+}
+
+TEST_F(CppFirmware, DescriptorCountsAsHeadedOnlyWithBothLengthAndType)
+{
+    pensim::Pen &pen = dock();
+    zelpp::DfuPen connected = connect();
+    pen.onInstruction(instruction::dfuFunctionalDescriptor,
+                      Reply::withValue(pensim::Value::binary({0x07,          // attributes, all three
+                                                              0xe8, 0x03,    // detach timeout 1000 ms
+                                                              0x40, 0x00,    // transfer size 64
+                                                              0x10, 0x01})), // version 1.1
+                      1);
+    pen.onInstruction(instruction::dfuFunctionalDescriptor,
+                      Reply::withValue(pensim::Value::binary({0x05,          // takes images, tolerant
+                                                              0x21, 0x00,    // detach timeout 33 ms
+                                                              0x40, 0x00,    // transfer size 64
+                                                              0x10, 0x01})), // version 1.1
+                      2);
+    EXPECT_EQ(connected.descriptor().detachTimeout, 1000ms);
+    EXPECT_EQ(connected.descriptor().detachTimeout, 33ms);
+}
+
+TEST(CppFirmwareTexts, StatesHaveTheNamesOfTheDeviceClass)
+{
+    const char *const names[] = {
+        "appIDLE",        "appDETACH",        "dfuIDLE",     "dfuDNLOAD-SYNC",         "dfuDNBUSY",
+        "dfuDNLOAD-IDLE", "dfuMANIFEST-SYNC", "dfuMANIFEST", "dfuMANIFEST-WAIT-RESET", "dfuUPLOAD-IDLE",
+        "dfuERROR",
+    };
+    for (std::uint8_t state = 0; state <= 10; ++state)
+        EXPECT_STREQ(zelpp::dfuStateName(DfuState{state}), names[state]);
+    EXPECT_STREQ(zelpp::dfuStateName(DfuState{11}), "unknown state");
+}
+
+TEST(CppFirmwareTexts, StatusHasATextFrom0To15)
+{
+    EXPECT_STREQ(zelpp::dfuStatusText(0), "no error");
+    EXPECT_STREQ(zelpp::dfuStatusText(15), "an unexpected request");
+    EXPECT_STREQ(zelpp::dfuStatusText(16), "unknown fault");
+}
+
+TEST(CppFirmwareTexts, FaultAndErrorStateEachAreAFailure)
+{
+    EXPECT_FALSE((zelpp::DfuStatus{0, {}, DfuState::downloadIdle, 0}.failed()));
+    EXPECT_TRUE((zelpp::DfuStatus{3, {}, DfuState::downloadIdle, 0}.failed()));
+    EXPECT_TRUE((zelpp::DfuStatus{0, {}, DfuState::error, 0}.failed()));
 }
 
 TEST_F(CppFirmware, RequestsReachThePen)
@@ -377,6 +639,53 @@ TEST_F(CppFirmware, RequestsReachThePen)
     EXPECT_THROW(connected.abort(), zelpp::CommunicationError);
     connected.disconnect();
     EXPECT_EQ(connected.tryAbort().error().code(), Errc::invalidArgument);
+}
+
+TEST_F(CppFirmware, LongestBlockIsSentWhole)
+{
+    pensim::Pen &pen = dock();
+    zelpp::DfuPen connected = connect();
+    (void)connected.trySendBlock(0, Bytes(65535, 0xaa)); // more than the pen takes
+    EXPECT_EQ(pen.requestCount(instruction::dfuDownload), 1u);
+}
+
+TEST_F(CppFirmware, OperationThatFailsIsNamed)
+{
+    dock();
+    zelpp::DfuPen pen = connect();
+    pen.disconnect();
+    EXPECT_STREQ(pen.tryStatus().error().operation(), "zelDfuGetStatus");
+    EXPECT_STREQ(pen.tryState().error().operation(), "zelDfuGetState");
+    EXPECT_STREQ(pen.tryDescriptor().error().operation(), "zelDfuGetFunctionalDescriptor");
+    EXPECT_STREQ(pen.trySendBlock(0, {}).error().operation(), "zelDfuDownload");
+    EXPECT_STREQ(pen.tryAbort().error().operation(), "zelDfuAbort");
+    EXPECT_STREQ(pen.tryClearStatus().error().operation(), "zelDfuClearStatus");
+    EXPECT_STREQ(pen.tryDetach().error().operation(), "zelDfuDetach");
+    EXPECT_STREQ(pen.tryDetachToBootLoader().error().operation(), "zelDfuDetachBoot");
+    EXPECT_STREQ(pen.tryResetPort().error().operation(), "zelDfuResetPort");
+}
+
+TEST_F(CppFirmware, PenThatRefusesTheConnectionIsAnError)
+{
+    pensim::Pen &pen = dock();
+    const zelpp::PenInfo info = m_library.wait(kPatience);
+    pen.refuseConnections(true);
+    const zelpp::Result<zelpp::DfuPen> refused = m_library.tryConnect(info);
+    ASSERT_FALSE(refused);
+    EXPECT_STREQ(refused.error().operation(), "zelDfuConnectPen");
+    EXPECT_EQ(refused.error().detail(), kSerial);
+}
+
+TEST(CppFirmwareStart, ModeThatOtherCodeHasStartedIsLeftAlone)
+{
+    const auto ignore = [](DiscoveryHandle *record, void *) { zelFreeDiscoveryHandle(&record); };
+    ASSERT_EQ(zelDfuInit(nullptr, ignore, ignore), ZEL_OK);
+    const zelpp::Result<zelpp::DfuLibrary> refused = zelpp::DfuLibrary::tryStart();
+    ASSERT_FALSE(refused);
+    EXPECT_EQ(refused.error().reason(), Errc::alreadyInitialized);
+    EXPECT_STREQ(refused.error().operation(), "zelDfuInit");
+    EXPECT_EQ(zelDfuInit(nullptr, ignore, ignore), ZEL_ERR_ALREADY_INITIALIZED);
+    EXPECT_EQ(zelDfuExit(), ZEL_OK);
 }
 
 // This mode does not look for the service again by itself.

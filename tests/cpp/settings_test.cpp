@@ -35,6 +35,8 @@ TEST_F(CppPen, ClockIsSetAndRead)
     EXPECT_LT(pen.time().pen, moment + seconds(180));
     pen.setTimeToNow();
     EXPECT_GT(pen.time().pen, moment + std::chrono::hours(24));
+    m_pen->setProperty(0x0021, Value::long64(1'600'000'000'123));
+    EXPECT_EQ(pen.time().host, zelpp::Time(std::chrono::milliseconds(1'600'000'000'123)));
 }
 
 TEST_F(CppPen, SettingsAreSetAndRead)
@@ -57,8 +59,12 @@ TEST_F(CppPen, SettingsAreSetAndRead)
     EXPECT_EQ(pen.wakeUpTime(), seconds(3600));
     EXPECT_THROW(pen.setWakeUpTime(seconds(59)), zelpp::InvalidArgumentError);
     EXPECT_THROW(pen.setWakeUpTime(seconds(-1)), zelpp::InvalidArgumentError);
-    EXPECT_THROW(pen.setWakeUpTime(std::chrono::hours(24'000'000)), zelpp::InvalidArgumentError);
+    constexpr seconds of32Bits{1LL << 32};
+    EXPECT_THROW(pen.setWakeUpTime(seconds(60) + of32Bits), zelpp::InvalidArgumentError);
+    EXPECT_THROW(pen.setWakeUpTime(seconds(60) - of32Bits), zelpp::InvalidArgumentError);
     EXPECT_EQ(pen.wakeUpTime(), seconds(3600));
+    pen.setWakeUpTime(seconds(0));
+    EXPECT_EQ(pen.wakeUpTime(), seconds(0));
     m_pen->setProperty(0x002a, Value::boolean(true));
     EXPECT_TRUE(pen.secureDeleteEnabled());
     m_pen->setProperty(
@@ -186,6 +192,72 @@ TEST_F(CppPen, ErrorTellsCodeNameOperationAndSentence)
     }
 }
 
+TEST_F(CppPen, OperationThatFailsIsNamed)
+{
+    zelpp::Pen pen = connect();
+    pen.disconnect();
+    const auto named = [](const auto &result) { return result ? "none" : result.error().operation(); };
+    EXPECT_STREQ(named(pen.tryProductName()), "zelGetPenProductName");
+    EXPECT_STREQ(named(pen.tryTime()), "zelGetTime");
+    EXPECT_STREQ(named(pen.trySetTime({})), "zelSetTime");
+    EXPECT_STREQ(named(pen.tryBluetoothEnabled()), "zelGetBluetoothEnabled");
+    EXPECT_STREQ(named(pen.trySetBluetoothEnabled(true)), "zelSetBluetoothEnabled");
+    EXPECT_STREQ(named(pen.tryBluetoothDiscoverableAllowed()), "zelGetBluetoothDiscoverableAllowed");
+    EXPECT_STREQ(named(pen.trySetBluetoothDiscoverableAllowed(true)), "zelSetBluetoothDiscoverableAllowed");
+    EXPECT_STREQ(named(pen.tryBluetoothPin()), "zelGetBluetoothPin");
+    EXPECT_STREQ(named(pen.trySetBluetoothPin("")), "zelSetBluetoothPin");
+    EXPECT_STREQ(named(pen.tryAutoPowerOff()), "zelGetAutoPowerOff");
+    EXPECT_STREQ(named(pen.trySetAutoPowerOff(0)), "zelSetAutoPowerOff");
+    EXPECT_STREQ(named(pen.tryWakeUpTime()), "zelGetWakeUpTime");
+    EXPECT_STREQ(named(pen.trySetWakeUpTime({})), "zelSetWakeUpTime");
+    EXPECT_STREQ(named(pen.trySecureDeleteEnabled()), "zelGetSecureDeleteEnabled");
+    EXPECT_STREQ(named(pen.tryRevisions()), "zelGetPenRevisions");
+    EXPECT_STREQ(named(pen.tryPages()), "zelGetPageList");
+    EXPECT_STREQ(named(pen.tryFetchAll()), "zelGetAllPages");
+    EXPECT_STREQ(named(pen.tryFetch({"1.2.3.4"})), "zelGetPageList");
+    EXPECT_STREQ(named(pen.tryRemovePage("1.2.3.4")), "zelRemovePage");
+    EXPECT_STREQ(named(pen.tryRemoveAllStrokes()), "zelRemoveAllStrokes");
+    EXPECT_STREQ(named(pen.tryIsLocked()), "zelGetPenLockedStatus");
+    EXPECT_STREQ(named(pen.tryUnlock("")), "zelUnlockPen");
+    EXPECT_STREQ(named(pen.trySetPassword("", "", "")), "zelSetPasswordData");
+    EXPECT_STREQ(named(pen.tryRemovePassword("")), "zelRemovePasswordData");
+    EXPECT_STREQ(named(pen.tryPasswordHint()), "zelGetPasswordHint");
+    EXPECT_STREQ(named(pen.tryInstallCertificateAuthenticator({}, {})), "zelInstallCertificateAuthenticator");
+    EXPECT_STREQ(named(pen.tryHasCertificateAuthenticator()), "zelHasCertificateAuthenticator");
+    EXPECT_STREQ(named(pen.tryInstallSigningKey(0, {})), "zelInstallSigningKey");
+    EXPECT_STREQ(named(pen.tryHasSigningKey()), "zelHasSigningKey");
+    EXPECT_STREQ(named(pen.tryClearSigningKey()), "zelClearSigningKey");
+    EXPECT_STREQ(named(pen.tryInstallCertificate({})), "zelInstallCertificate");
+    EXPECT_STREQ(named(pen.tryCertificateInfo()), "zelGetCertificateInfo");
+    EXPECT_STREQ(named(pen.tryClearCertificate()), "zelClearCertificate");
+    EXPECT_STREQ(named(pen.tryHasEncryptedData()), "zelHasEncryptedData");
+    EXPECT_STREQ(named(pen.tryEncryptedData()), "zelGetEncryptedData");
+    EXPECT_STREQ(named(pen.tryClearEncryptedData()), "zelClearEncryptedData");
+    EXPECT_STREQ(named(pen.tryUserData()), "zelGetUserData");
+    EXPECT_STREQ(named(pen.trySetUserData({})), "zelSetUserData");
+    EXPECT_STREQ(named(pen.tryMemoryStatus()), "zelGetMemoryStatus");
+    EXPECT_STREQ(named(pen.tryBatteryStatus()), "zelGetBatteryStatus");
+    EXPECT_EQ(pen.tryFetchAll().error().detail(), "") << "it is not the pen that refuses";
+    const zelpp::PenInfo absent;
+    EXPECT_STREQ(named(m_library.tryConnect(absent)), "zelConnectPen");
+    const zelpp::PenInfo info = m_library.wait(kPatience);
+    m_pen->refuseConnections(true);
+    EXPECT_STREQ(named(m_library.tryConnect(info)), "zelConnectPen");
+}
+
+TEST(CppErrors, ReasonsOfThisInterfaceHaveNamesAndSentencesToo)
+{
+    const auto texts = [](Errc code) {
+        const zelpp::Error error(code, "test");
+        return error.name() + std::string(": ") + error.sentence();
+    };
+    EXPECT_EQ(texts(Errc::noPen), "noPen: The pen is not present, or did not arrive in time.");
+    EXPECT_EQ(texts(Errc::cancelled), "cancelled: The host gave the operation up.");
+    EXPECT_EQ(texts(Errc::downloadFailed), "downloadFailed: The pen did not take the firmware.");
+    EXPECT_EQ(texts(Errc::badPageData), "badPageData: The bytes are no page data.");
+    EXPECT_EQ(texts(Errc::fileAccess), "fileAccess: The file cannot be read or written.");
+}
+
 TEST(CppErrors, EachReasonThatProgramsTellApartIsThrownAsItsOwnClass)
 {
     const auto raise = [](Errc code) { zelpp::Error(code, "test").raise(); };
@@ -215,6 +287,8 @@ TEST(CppErrors, ResultHoldsWhatCannotBeCopied)
     ASSERT_TRUE(result);
     EXPECT_EQ(**result, 7);
     EXPECT_EQ(*std::move(result).value(), 7);
+    EXPECT_EQ(zelpp::Result<int>(7).valueOr(8), 7);
+    EXPECT_EQ(zelpp::Result<int>(zelpp::Error(Errc::noPen, "test")).valueOr(8), 8);
     EXPECT_NO_THROW(zelpp::Result<void>().value());
     EXPECT_EQ(thrown([] { zelpp::Result<void>(zelpp::Error(Errc::noPen, "test")).value(); }), Errc::noPen);
 }

@@ -3,6 +3,7 @@
 #include "support/process_counts.h"
 
 #include <atomic>
+#include <functional>
 #include <thread>
 
 namespace cpphost {
@@ -77,7 +78,10 @@ TEST_F(CppTeardown, LibraryThatOtherCodeHasStartedIsLeftAlone)
 {
     const auto ignore = [](DiscoveryHandle *record, void *) { zelFreeDiscoveryHandle(&record); };
     ASSERT_EQ(zelInitialize(ignore, ignore, nullptr), ZEL_OK);
-    EXPECT_EQ(thrown([] { const zelpp::Library library; }), Errc::alreadyInitialized);
+    const zelpp::Result<zelpp::Library> refused = zelpp::Library::tryStart();
+    ASSERT_FALSE(refused);
+    EXPECT_EQ(refused.error().reason(), Errc::alreadyInitialized);
+    EXPECT_STREQ(refused.error().operation(), "zelInitialize");
     EXPECT_FALSE(isStopped());
     EXPECT_EQ(zelExit(), ZEL_OK);
     EXPECT_NO_THROW(zelpp::Library());
@@ -100,6 +104,36 @@ TEST_F(CppTeardown, PenThatIsMovedDisconnectsOnce)
     EXPECT_EQ(thrown([&] { pen.fetchAll(); }), Errc::invalidArgument);
     EXPECT_EQ(thrown([&] { pen.pages(); }), Errc::invalidArgument);
     pen.disconnect();
+}
+
+TEST_F(CppTeardown, PenThatIsDisconnectedLetsTheLibraryStop)
+{
+    std::optional<zelpp::Library> library = zelpp::Library();
+    zelpp::Pen pen = library->connect(library->wait(kPatience));
+    library.reset();
+    pen.disconnect();
+    EXPECT_TRUE(isStopped());
+    EXPECT_FALSE(pen.isConnected());
+}
+
+TEST_F(CppTeardown, PenThatIsMovedOntoItselfStaysConnected)
+{
+    const zelpp::Library library;
+    zelpp::Pen pen = library.connect(library.wait(kSerial, kPatience));
+    zelpp::Pen &same = pen;
+    pen = std::move(same);
+    EXPECT_EQ(pen.productName(), "Brand");
+}
+
+TEST_F(CppTeardown, PenThatIsMovedOntoAnotherDisconnectsThat)
+{
+    const zelpp::Library library;
+    const zelpp::PenInfo info = library.wait(kSerial, kPatience);
+    zelpp::Pen pen = library.connect(info);
+    const zel::test::ProcessCounts before = zel::test::countProcess();
+    for (int i = 0; i < 20; ++i)
+        pen = library.connect(info);
+    expectNothingLeft(before, 20);
 }
 
 TEST_F(CppTeardown, ConnectionThatFailsLeavesNothing)
@@ -156,6 +190,86 @@ TEST_F(CppTeardown, TwoThreadsUseOnePenEach)
     first.join();
     second.join();
     EXPECT_EQ(fetched, 40);
+}
+
+// An operation that runs meanwhile is one of the library that nothing may run beside.
+TEST_F(CppTeardown, RefreshWaitsForTheOperationThatRuns)
+{
+    const zelpp::Library library;
+    const zelpp::Pen pen = library.connect(library.wait(kSerial, kPatience));
+    std::atomic<bool> isOver{false};
+    std::thread refreshing;
+    pen.fetchAll([&](const zelpp::FetchProgress &progress) {
+        if (progress.pages == 0) {
+            refreshing = std::thread([&] {
+                library.refresh();
+                EXPECT_TRUE(isOver);
+            });
+            std::this_thread::sleep_for(100ms);
+        }
+        isOver = progress.pages == 4;
+    });
+    refreshing.join();
+}
+
+TEST_F(CppTeardown, OperationsWaitForAFunctionThatNothingMayRunBeside)
+{
+    const zelpp::Library library;
+    const zelpp::PenInfo info = library.wait(kSerial, kPatience);
+    const zelpp::Pen pen = library.connect(info);
+    std::atomic<bool> isOver{false};
+    std::vector<std::thread> others;
+    std::optional<zelpp::Pen> connected; // whose end would wait as well
+    const auto during = [&](const std::function<void()> &operation) {
+        others.emplace_back([&isOver, operation] {
+            operation();
+            EXPECT_TRUE(isOver);
+        });
+    };
+    zelpp::detail::ordinaryMode().gate.alone([&] {
+        during([&] { pen.productName(); });
+        during([&] { connected = library.connect(info); });
+        during([&] { library.refresh(); });
+        std::this_thread::sleep_for(100ms);
+        isOver = true;
+        return ZEL_OK;
+    });
+    for (std::thread &other : others)
+        other.join();
+}
+
+TEST_F(CppTeardown, StartWaitsForAStopAndAnotherStart)
+{
+    zelpp::detail::Gate &gate = zelpp::detail::ordinaryMode().gate;
+    std::optional<zelpp::Library> library = zelpp::Library();
+    std::optional<zelpp::Library> started[3]; // an end would wake who waits, too
+    std::vector<std::thread> threads;
+    const auto start = [&](std::optional<zelpp::Library> &one) {
+        threads.emplace_back([&one] { one = zelpp::Library(); });
+    };
+    const auto finish = [&] {
+        for (std::thread &thread : threads)
+            thread.join();
+        threads.clear();
+    };
+    {
+        const zelpp::detail::Inside inside(gate);
+        threads.emplace_back([&] { library.reset(); });
+        std::this_thread::sleep_for(100ms); // the stop waits
+        start(started[0]);
+        std::this_thread::sleep_for(100ms); // the start waits for the stop
+    }
+    finish();
+    started[0].reset();
+    {
+        const zelpp::detail::Inside inside(gate);
+        start(started[1]);
+        start(started[2]);
+        std::this_thread::sleep_for(100ms); // one start waits, the other for that one
+    }
+    finish();
+    EXPECT_TRUE(started[1]->tryWait(kPatience));
+    EXPECT_TRUE(started[2]->tryWait(kPatience));
 }
 
 TEST_F(CppTeardown, ThreadsThatStartAndStopDoNotMeetHalfway)
