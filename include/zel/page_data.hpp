@@ -227,8 +227,9 @@ public:
             return false;
         if (count > left())
             return fail(m_at, what,
-                        " should take " + std::to_string(count) + " bytes, but " + std::to_string(left()) +
-                            " are left");
+                        " should take " + std::to_string(count) +
+                            (count == 1 ? " byte, but " : " bytes, but ") + std::to_string(left()) +
+                            (left() == 1 ? " is left" : " are left"));
         m_at += static_cast<std::size_t>(count);
         return true;
     }

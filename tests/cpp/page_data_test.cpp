@@ -95,10 +95,9 @@ TEST(CppPageData, RefusalTellsTheByteAndThrowsAnErrorOfItsOwn)
     } catch (const zelpp::PageDataError &error) {
         EXPECT_EQ(error.offset(), 57u);
         EXPECT_EQ(error.reason(), zelpp::Errc::badPageData);
-        EXPECT_EQ(error.detail(), "byte 57: a page's strokes should take 3 bytes, but 1 are left");
-        EXPECT_STREQ(error.what(),
-                     "PageData (byte 57: a page's strokes should take 3 bytes, but 1 are left): "
-                     "The bytes are no page data.");
+        EXPECT_EQ(error.detail(), "byte 57: a page's strokes should take 3 bytes, but 1 is left");
+        EXPECT_STREQ(error.what(), "PageData (byte 57: a page's strokes should take 3 bytes, but 1 is left): "
+                                   "The bytes are no page data.");
     }
 }
 

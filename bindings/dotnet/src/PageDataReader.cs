@@ -1,6 +1,5 @@
 using System;
 using System.Collections.Generic;
-using System.Globalization;
 using System.Text;
 
 namespace Zel
@@ -63,7 +62,7 @@ namespace Zel
             }
             if (at != data.Length)
             {
-                throw new PageDataException(at, $"{data.Length - at} more bytes after the end of the page data");
+                throw new PageDataException(at, BytesText((ulong)(data.Length - at)) + " after the end of the page data");
             }
         }
 
@@ -254,6 +253,8 @@ namespace Zel
             return number;
         }
 
+        private static string BytesText(ulong count) => count == 1 ? "1 byte" : $"{count} bytes";
+
         private void Skip(int count, string what) => Take((ulong)count, what);
 
         private ArraySegment<byte> Take(ulong count, string what)
@@ -263,7 +264,7 @@ namespace Zel
             {
                 throw new PageDataException(
                     at,
-                    string.Format(CultureInfo.InvariantCulture, "{0} should take {1} bytes, but {2} are left", what, count, left));
+                    $"{what} should take {BytesText(count)}, but {left} {(left == 1 ? "is" : "are")} left");
             }
             var taken = new ArraySegment<byte>(data, at, (int)count);
             at += (int)count;

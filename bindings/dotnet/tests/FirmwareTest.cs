@@ -149,6 +149,121 @@ namespace Zel.Tests
         }
     }
 
+    /// <summary>Answers that a pen does not give by itself.</summary>
+    [TestFixture]
+    public sealed class UpgradeFaultsTest : Fixture
+    {
+        private const string Pen = "AAA-AAA-AAB-AB";
+
+        protected override string Pens => "[{\"id\": \"0x1\", \"mode\": \"firmware-upgrade\"}]";
+
+        [TestCase(3, 5, "the memory cannot be written")]
+        [TestCase(0, 10, "no error")]
+        [TestCase(0, 2, "no error")]
+        public void AFaultOrAnotherStateAfterABlockIsAFailure(int status, int state, string said)
+        {
+            Status(status, state, ", \"occurrence\": 3");
+            var failure = Assert.Throws<ZelException>(Download);
+            Assert.That(failure.Text, Is.StringContaining(said));
+        }
+
+        [Test]
+        public void APenThatInstallsAnImageIsNotReadyForAnother()
+        {
+            Status(0, 7);
+            var failure = Assert.Throws<ZelException>(Download);
+            Assert.That(failure.Text, Is.EqualTo("The pen is not ready for an image: its state is Manifest."));
+        }
+
+        [TestCase(3)]
+        [TestCase(4)]
+        [TestCase(6)]
+        public void APenThatIsBusyIsAskedAgain(int state)
+        {
+            Status(0, state, ", \"occurrence\": 3");
+            Download();
+        }
+
+        [Test]
+        public void APenThatGivesAnImageIsToldToStop()
+        {
+            Status(0, 9, ", \"occurrence\": 1");
+            Download();
+            Assert.That(string.Concat(Service.Command("state " + Pen)), Is.StringContaining("V007"));
+        }
+
+        [Test]
+        public void APenThatWaitsForAResetGetsIt()
+        {
+            Download(WhenComplete(() => Status(0, 8)));
+            Assert.That(string.Concat(Service.Command("state " + Pen)), Is.StringContaining("V009"));
+        }
+
+        [Test]
+        public void AConnectionLostAtTheResetIsNoFailure()
+        {
+            Service.Command("fault " + Pen + " {\"instruction\": \"V009\", \"cut_after\": 0}");
+            Download(WhenComplete(() => Status(0, 8)));
+        }
+
+        [Test]
+        public void ARefusedResetIsAFailure()
+        {
+            Service.Command("fault " + Pen + " {\"instruction\": \"V009\", \"status\": -1}");
+            var failure = Assert.Throws<ZelException>(() => Download(WhenComplete(() => Status(0, 8))));
+            Assert.That(failure.Operation, Is.EqualTo("zelDfuResetPort"));
+        }
+
+        [TestCase("05e80340001001", 1000, 64)] // attributes, detach timeout, 64 bytes, version 1.1
+        [TestCase("07e80340001001", 1000, 64)] // its attributes are no length
+        [TestCase("05210040001001", 33, 64)] // its timeout is no type
+        [TestCase("07210501000010", 1, 4096)] // length and type in front, no version behind
+        public void ADescriptorHasItsLengthAndTypeOrNot(string record, int timeout, int size)
+        {
+            Service.Command("fault " + Pen + " {\"instruction\": \"V002\", \"value\": {\"binary\": \"" + record + "\"}}");
+            using (var manager = new UpgradeManager())
+            using (UpgradePen pen = manager.Connect(manager.WaitForPenAsync().Result))
+            {
+                UpgradeDescriptor descriptor = pen.Descriptor;
+                Assert.That(descriptor.DetachTimeout, Is.EqualTo(TimeSpan.FromMilliseconds(timeout)));
+                Assert.That(descriptor.TransferSize, Is.EqualTo(size));
+            }
+        }
+
+        /// <summary>What the pen answers when it is asked for its status (V005).</summary>
+        private void Status(int status, int state, string more = "")
+        {
+            Service.Command(
+                $"fault {Pen} {{\"instruction\": \"V005\", \"value\": {{\"binary\": \"{status:x2}000000{state:x2}00\"}}{more}}}");
+        }
+
+        private static IProgress<DownloadProgress> WhenComplete(Action action) => new Completion { Action = action };
+
+        private static void Download() => Download(null);
+
+        private static void Download(IProgress<DownloadProgress> progress)
+        {
+            using (var manager = new UpgradeManager())
+            using (UpgradePen pen = manager.Connect(manager.WaitForPenAsync().Result))
+            {
+                pen.Download(new byte[10000], progress);
+            }
+        }
+
+        private sealed class Completion : IProgress<DownloadProgress>
+        {
+            internal Action Action { get; set; }
+
+            void IProgress<DownloadProgress>.Report(DownloadProgress value)
+            {
+                if (value.BytesSent == value.BytesTotal)
+                {
+                    Action();
+                }
+            }
+        }
+    }
+
     /// <summary>A pen that asks for an hour after each block.</summary>
     [TestFixture]
     public sealed class BusyUpgradeTest : Fixture

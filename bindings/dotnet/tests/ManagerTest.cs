@@ -122,6 +122,23 @@ namespace Zel.Tests
         }
 
         [Test]
+        public void APenThatIsRepeatedIsConnectedWhereItIsNow()
+        {
+            Present(Pensim.Notebook, Pensim.Office, Pensim.Locked);
+            Thread.Sleep(1200); // longer than announcements that belong together
+            PenInfo before = Wait();
+            Service.Command("rendezvous down");
+            Service.Command("undock " + Pensim.Notebook);
+            Service.Command("dock " + Pensim.Notebook); // on another port
+            Service.Command("rendezvous up");
+            Assert.That(Soon.Is(() => Wait() != before));
+            using (Pen pen = Connect())
+            {
+                Assert.That(pen.IsLocked, Is.False);
+            }
+        }
+
+        [Test]
         public void RefreshDropsNobodyWhoIsThere()
         {
             Present(Pensim.Notebook, Pensim.Office, Pensim.Locked);

@@ -131,14 +131,14 @@ namespace Zel.Tests
             }
         }
 
-        [TestCase("", 0, "the major version should take 1 bytes, but 0 are left")]
+        [TestCase("", 0, "the major version should take 1 byte, but 0 are left")]
         [TestCase("0101", 1, "the minor version is 1, not 0")]
         [TestCase("0100 0017", 2, "the header's length is 23, less than 24")]
-        [TestCase(Empty + "00", 26, "1 more bytes after the end of the page data")]
+        [TestCase(Empty + "00", 26, "1 byte after the end of the page data")]
         [TestCase(Head + "0000 0001 0024 0c", 28, "there is no value type 12")]
         [TestCase(Head + "0000 0001 0024 10", 28, "there is no value type 16")]
         [TestCase(Head + "0000 0001 0024 0e db41", 30, "41 after an escape in an escaped binary")]
-        [TestCase(Head + "0000 0001 0024 07 ffffffff 00", 33, "a binary should take 4294967295 bytes, but 1 are left")]
+        [TestCase(Head + "0000 0001 0024 07 ffffffff 00", 33, "a binary should take 4294967295 bytes, but 1 is left")]
         public void WhatIsNoPageDataIsRefusedAtItsByte(string encoded, int offset, string what)
         {
             var failure = Assert.Throws<PageDataException>(() => Read(encoded));

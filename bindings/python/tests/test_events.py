@@ -138,6 +138,23 @@ def test_after_a_service_was_away_pens_that_are_not_repeated_are_dropped(library
     present(library, SERIAL, "ABE-AAB-4KK-G3")
 
 
+def test_a_serial_is_waited_for_in_any_spelling(library):
+    assert library.wait(SERIAL.lower()).serial == SERIAL
+
+
+def test_a_pen_that_is_repeated_is_connected_where_it_is_now(library, pensim):
+    library.wait(SERIAL)
+    time.sleep(1.2)  # longer than announcements that belong together
+    events = library.events(timeout=15)
+    pensim.command("rendezvous down")
+    pensim.command(f"undock {SERIAL}")
+    pensim.command(f"dock {SERIAL}")  # on another port
+    pensim.command("rendezvous up")
+    assert any(event.repeated and event.pen.serial == SERIAL for event in events)
+    with library.connect(library.wait(SERIAL)) as pen:
+        assert pen.locked is False
+
+
 def test_refresh_announces_every_pen_again_and_drops_nobody_who_is_there(library):
     present(library, SERIAL, OFFICE, "ABE-AAB-4KK-G3")
     library.refresh()

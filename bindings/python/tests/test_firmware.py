@@ -101,6 +101,82 @@ def test_a_pen_has_the_time_that_it_asks_for_before_it_is_reset(pensim):
         assert library.wait(timeout=10).pen_id == 1  # it runs its new firmware
 
 
+def status_record(status, state):
+    """An answer to the question for the status (V005): no pause, no text."""
+    return {"instruction": "V005", "value": {"binary": f"{status:02x}000000{state:02x}00"}}
+
+
+@pytest.mark.parametrize(
+    ("status", "state", "occurrence", "said"),
+    [
+        (3, State.DOWNLOAD_IDLE, 3, "the memory cannot be written"),  # after the first block
+        (0, State.ERROR, 3, "no error"),
+        (0, State.IDLE, 3, "no error"),
+        (0, State.MANIFEST, None, "not ready for an image"),
+    ],
+)
+def test_a_pen_that_reports_a_fault_or_another_state_has_failed(pensim, upgrade_pen, status, state, occurrence, said):
+    fault = status_record(status, state)
+    pensim.fault(SERIAL, **fault, **({"occurrence": occurrence} if occurrence else {}))
+    with pytest.raises(zel.UnexpectedError, match=said):
+        upgrade_pen.download(IMAGE)
+
+
+@pytest.mark.parametrize("state", [State.DOWNLOAD_SYNC, State.DOWNLOAD_BUSY, State.MANIFEST_SYNC])
+def test_a_pen_that_is_busy_is_asked_again(pensim, upgrade_pen, state):
+    pensim.fault(SERIAL, **status_record(0, state), occurrence=3)
+    upgrade_pen.download(IMAGE)
+
+
+def test_a_pen_that_gives_an_image_is_told_to_stop(pensim, upgrade_pen):
+    pensim.fault(SERIAL, **status_record(0, State.UPLOAD_IDLE), occurrence=1)
+    upgrade_pen.download(IMAGE)
+    assert "V007" in "".join(pensim.command(f"state {SERIAL}"))  # an abort
+
+
+def complete(pensim):
+    """A progress report: once the pen has everything, it waits for a reset."""
+
+    def report(sent, total):
+        if sent == total:
+            pensim.fault(SERIAL, **status_record(0, State.MANIFEST_WAIT_RESET))
+
+    return report
+
+
+def test_a_pen_that_waits_for_a_reset_gets_it(pensim, upgrade_pen):
+    upgrade_pen.download(IMAGE, complete(pensim))
+    assert "V009" in "".join(pensim.command(f"state {SERIAL}"))
+
+
+def test_a_connection_lost_at_the_reset_is_no_failure(pensim, upgrade_pen):
+    pensim.fault(SERIAL, instruction="V009", cut_after=0)
+    upgrade_pen.download(IMAGE, complete(pensim))
+    with pytest.raises(zel.CommunicationError):
+        upgrade_pen.state  # noqa: B018
+
+
+def test_a_refused_reset_is_a_failure(pensim, upgrade_pen):
+    pensim.fault(SERIAL, instruction="V009", status=-1)
+    with pytest.raises(zel.UnexpectedError, match="zelDfuResetPort"):
+        upgrade_pen.download(IMAGE, complete(pensim))
+
+
+@pytest.mark.parametrize(
+    ("record", "detach", "size"),
+    [
+        ("05e80340001001", 1.0, 64),  # attributes, detach timeout 1000 ms, 64 bytes, version 1.1
+        ("07e80340001001", 1.0, 64),  # its attributes are no length
+        ("05210040001001", 0.033, 64),  # its timeout is no type
+        ("07210501000010", 0.001, 4096),  # length and type in front, no version behind
+    ],
+)
+def test_a_descriptor_has_its_length_and_type_or_not(pensim, upgrade_pen, record, detach, size):
+    pensim.fault(SERIAL, instruction="V002", value={"binary": record})
+    descriptor = upgrade_pen.descriptor
+    assert (descriptor.detach_timeout, descriptor.transfer_size) == (detach, size)
+
+
 def test_single_requests(upgrade_pen):
     upgrade_pen.send_block(0, b"abc")
     status = upgrade_pen.status

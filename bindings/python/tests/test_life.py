@@ -128,6 +128,29 @@ def test_a_start_that_fails_for_want_of_descriptors_can_be_repeated(pensim):
     assert run(code) == f"failed\n{SERIAL}\n"
 
 
+@pytest.mark.skipif(not sys.platform.startswith("linux"), reason="asks the C library for absurd stacks")
+def test_a_start_that_fails_for_want_of_a_thread_can_be_repeated(pensim):
+    code = f"""
+        import ctypes
+        from zel import _native
+        _native.library()
+        libc = ctypes.CDLL(None)
+        usual, absurd = ctypes.create_string_buffer(256), ctypes.create_string_buffer(256)
+        libc.pthread_getattr_default_np(usual)
+        libc.pthread_attr_init(absurd)
+        libc.pthread_attr_setstacksize(absurd, ctypes.c_size_t(1 << 47))
+        libc.pthread_setattr_default_np(absurd)
+        try:
+            zel.Library()
+        except zel.ZelError as failure:
+            print(failure.operation)
+        libc.pthread_setattr_default_np(usual)
+        with zel.Library() as lib:
+            print(lib.wait('{SERIAL}'))
+        """
+    assert run(code) == f"zelInitialize\n{SERIAL}\n"
+
+
 @pytest.mark.skipif(not sys.platform.startswith("linux"), reason="reads /proc")
 def test_retrievals_leave_no_memory_behind(pensim):
     code = f"""
@@ -206,9 +229,13 @@ def test_another_user_of_the_native_library_is_reported(pensim):
             zel.Library()
         except zel.AlreadyInitializedError as failure:
             print(failure.code)
+        try:
+            _native.call('zelInitialize', arrived, arrived, None)
+        except zel.AlreadyInitializedError:
+            print('left alone')
         _native.call('zelExit')
         """
-    assert run(code) == "6\n"
+    assert run(code) == "6\nleft alone\n"
 
 
 def test_a_library_that_cannot_be_found_says_what_was_tried():

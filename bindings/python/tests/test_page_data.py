@@ -204,17 +204,22 @@ def test_every_cut_is_refused_at_a_byte_within_it():
         assert failure.value.offset <= length
 
 
+def test_a_terminator_ends_no_array_that_is_counted():
+    value = zel.PageData(with_property("08 0002 0b 02 05")).properties[0].value
+    assert [(one.type, one.value) for one in value.value] == [(zel.ValueType.TERMINATOR, None), (zel.ValueType.BYTE, 5)]
+
+
 @pytest.mark.parametrize(
     ("data", "offset", "what"),
     [
-        (b"", 0, "the major version should take 1 bytes, but 0 are left"),
+        (b"", 0, "the major version should take 1 byte, but 0 are left"),
         (b"\1\1" + EMPTY[2:], 1, "the minor version is 1, not 0"),
         (EMPTY[:2] + b"\0\x17" + EMPTY[4:], 2, "the header's length is 23, less than 24"),
-        (EMPTY + b"\0", 26, "1 more bytes after the end of the page data"),
+        (EMPTY + b"\0", 26, "1 byte after the end of the page data"),
         (with_property("0c"), 28, "there is no value type 12"),
         (with_property("10"), 28, "there is no value type 16"),
         (with_property("0e db41"), 30, "41 after an escape in an escaped binary"),
-        (with_property("07 ffffffff 00"), 33, "a binary should take 4294967295 bytes, but 1 are left"),
+        (with_property("07 ffffffff 00"), 33, "a binary should take 4294967295 bytes, but 1 is left"),
     ],
 )
 def test_what_is_no_page_data_is_refused_at_its_byte(data, offset, what):

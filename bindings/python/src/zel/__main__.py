@@ -23,13 +23,13 @@ def _fetch(arguments: argparse.Namespace) -> int:
     with Library() as library, library.connect(library.wait(arguments.pen, arguments.wait)) as pen:
         data = pen.fetch()
         data.save(arguments.output)
-    print(f"{len(data)} pages of {pen.info.serial} in {arguments.output}")
+    print(f"{len(data)} page{'' if len(data) == 1 else 's'} of {pen.info.serial} in {arguments.output}")
     return 0
 
 
 def _show(arguments: argparse.Namespace) -> int:
     for page in read(arguments.file):
-        print(f"{page.address}  {len(page.strokes)} bytes{'  stylo' if page.stylo else ''}")
+        print(f"{page.address}  {len(page.strokes)} byte{'' if len(page.strokes) == 1 else 's'}{'  stylo' if page.stylo else ''}")
     return 0
 
 

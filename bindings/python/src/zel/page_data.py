@@ -269,6 +269,10 @@ _NUMBERS = {
 }
 
 
+def _bytes_text(count: int) -> str:
+    return "1 byte" if count == 1 else f"{count} bytes"
+
+
 class _OpenArray:
     """An array whose elements are being read."""
 
@@ -327,7 +331,7 @@ class _Reader:
         for _ in range(property_count):
             self.properties.append(self._entry(entry_header))
         if self._at != len(self._data):
-            raise PageDataError(self._at, f"{len(self._data) - self._at} more bytes after the end of the page data")
+            raise PageDataError(self._at, f"{_bytes_text(len(self._data) - self._at)} after the end of the page data")
 
     def _check_page(self) -> None:
         data, at = self._data, self._at
@@ -453,7 +457,7 @@ class _Reader:
     def _skip(self, count: int, what: str) -> None:
         left = len(self._data) - self._at
         if count > left:
-            raise PageDataError(self._at, f"{what} should take {count} bytes, but {left} are left")
+            raise PageDataError(self._at, f"{what} should take {_bytes_text(count)}, but {left} {'is' if left == 1 else 'are'} left")
         self._at += count
 
     def _bytes(self, count: int, what: str) -> memoryview:
