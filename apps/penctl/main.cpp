@@ -19,9 +19,9 @@ constexpr const char *kExitCodes =
     "64 wrong usage, 65 damaged file, 66 unreadable file, 69 no such pen, 74 cannot write,\n"
     "75 another penctl has the pen, 77 not agreed to, 130 interrupted.";
 
-constexpr void (*kCommands[])(CLI::App &program) = {addList,  addWatch,    addInfo,     addPages,
-                                                    addFetch, addRm,       addShow,     addSettings,
-                                                    addLock,  addHoldings, addUserData, addDfu};
+constexpr void (*kCommands[])(CLI::App &program) = {addList,     addWatch, addInfo,     addPages, addFetch,
+                                                    addRm,       addShow,  addSettings, addLock,  addHoldings,
+                                                    addUserData, addDfu,   addDoctor};
 
 std::string versionText()
 {

@@ -42,4 +42,22 @@ expect "docs/building.md lists every preset" listed docs/building.md '| `%` |' "
 expect "there were documents, folders and presets to look for" \
     [ $((${#documents[@]} > 5 && ${#folders[@]} > 10 && ${#presets[@]} > 5)) = 1 ]
 
+# The doctor's lines that the documents show are those that it prints: each stands in a case of the command line.
+doctor_lines_are_tested() {
+    local line pattern found missing=0
+    while IFS= read -r line; do
+        found=
+        while IFS= read -r pattern; do
+            # shellcheck disable=SC2053 # a pattern
+            [[ $line == $pattern ]] && found=1 && break
+        done < <(sed -nE 's/^\|( ?[0-9]+ [a-z]+ +(WRONG|note).*| +-> .*)/\1/p' tests/cli/cases/doctor_*.case | sed 's/[][?\\]/\\&/g')
+        [ -n "$found" ] || { printf 'in no case: %s\n' "$line"; missing=1; }
+    done
+    return $missing
+}
+doctor_lines() { grep -hE '^ *([0-9]+ [a-z]+ +(WRONG|note) |-> )' docs/troubleshooting.md | sed 's/^  11/11/'; }
+expect "the doctor's lines in docs/troubleshooting.md are those of its tests" \
+    doctor_lines_are_tested < <(doctor_lines | grep -v '\.\.\.$')
+expect "there were lines of the doctor to look for" [ "$(doctor_lines | wc -l)" -gt 20 ]
+
 end_cases

@@ -1,7 +1,6 @@
 #include "commands/command.h"
 
-#include <set>
-
+#include "doctor/missing_pen.h"
 #include "files/files.h"
 #include "ui/progress.h"
 
@@ -28,54 +27,59 @@ uint64_t pagesToCome(const FetchOptions &options, const zelpp::Pen &pen)
     return listing ? listing->addresses.size() : 0;
 }
 
-struct Fetched {
-    zelpp::PageData data;
-    std::size_t pages;
-};
-
-Fetched retrieve(const FetchOptions &options, const zelpp::Pen &pen)
+zelpp::Pen openPenOrAdvise(const PenChoice &choice)
 {
-    std::size_t pages = 0;
-    ProgressDisplay display(serialOf(pen), "pages");
-    const uint64_t pagesInAll = pagesToCome(options, pen);
-    const auto onProgress = [&](const zelpp::FetchProgress &progress) {
-        pages = progress.pages;
-        display.update({progress.bytesSoFar, progress.bytesTotal, progress.pages, pagesInAll});
-    };
-    if (options.addresses.empty()) {
-        zelpp::PageData all =
-            check(pen.tryFetchAll(onProgress), "cannot fetch the pages", "the pen broke the retrieval off");
-        return {std::move(all), pages};
+    try {
+        return openPen(choice);
+    } catch (const Failure &failure) {
+        if (failure.exitCode() != kNoPen)
+            throw;
+        throw Failure(kNoPen, fmt::format("{}\n{}", failure.what(), lookForPen(choice.serial).advice));
     }
-    // The progress cannot be used: it also counts pages that the library fetches unasked.
-    const std::set<std::string> asked(options.addresses.begin(), options.addresses.end());
-    return {check(pen.tryFetch(options.addresses, onProgress), "cannot fetch the pages",
-                  "the pen does not hold all the pages asked for, or broke the retrieval off"),
-            asked.size()};
 }
 
-void printResult(const FetchOptions &options, const zelpp::PenInfo &pen, const Fetched &fetched)
+zelpp::PageData retrieve(const FetchOptions &options, const zelpp::Pen &pen)
 {
-    const std::size_t bytes = fetched.data.bytes().size();
+    ProgressDisplay display(serialOf(pen), "pages");
+    const uint64_t pagesInAll = pagesToCome(options, pen);
+    Progress last;
+    const auto onProgress = [&](const zelpp::FetchProgress &progress) {
+        last = {progress.bytesSoFar, progress.bytesTotal, progress.pages, pagesInAll};
+        display.update(last);
+    };
+    zelpp::PageData data =
+        options.addresses.empty()
+            ? check(pen.tryFetchAll(onProgress), "cannot fetch the pages", "the pen broke the retrieval off")
+            : check(pen.tryFetch(options.addresses, onProgress), "cannot fetch the pages",
+                    "the pen does not hold all the pages asked for, or broke the retrieval off");
+    // The library does not report the pages of the stylo, which come last.
+    last.units = last.totalUnits = data.size();
+    display.update(last);
+    return data;
+}
+
+void printResult(const FetchOptions &options, const zelpp::PenInfo &pen, const zelpp::PageData &data)
+{
+    const std::size_t bytes = data.bytes().size();
     if (!options.json)
         return print(fmt::format("wrote {}: {}, {}, from pen {}\n", printable(options.output),
-                                 counted(bytes, "byte", "bytes"), counted(fetched.pages, "page", "pages"),
+                                 counted(bytes, "byte", "bytes"), counted(data.size(), "page", "pages"),
                                  printable(pen.serial)));
     Json json = penJson(pen);
     json["file"] = options.output;
     json["bytes"] = bytes;
-    json["pages"] = fetched.pages;
+    json["pages"] = data.size();
     printJson(json);
 }
 
 void fetch(const FetchOptions &options)
 {
     AtomicFile file(options.output);
-    const zelpp::Pen pen = openPen(options.choice);
-    const Fetched fetched = retrieve(options, pen);
-    file.write({fetched.data.bytes().data(), fetched.data.bytes().size()});
+    const zelpp::Pen pen = openPenOrAdvise(options.choice);
+    const zelpp::PageData data = retrieve(options, pen);
+    file.write({data.bytes().data(), data.bytes().size()});
     file.publish();
-    printResult(options, pen.info(), fetched);
+    printResult(options, pen.info(), data);
 }
 
 } // namespace

@@ -1,5 +1,7 @@
 #include "commands/command.h"
 
+#include "doctor/missing_pen.h"
+
 namespace penctl {
 
 namespace {
@@ -25,15 +27,24 @@ void printPens(const std::vector<zelpp::PenInfo> &pens)
     print(table.text(coloursOn(Stream::Output)));
 }
 
+/** An empty list is one that a pen service gave; without a service there is none. */
+[[noreturn]] void failWithNone(const ListOptions &options)
+{
+    const Whereabouts where = lookForPen({});
+    if (options.json && where.isServiceThere)
+        printJson(pensJson({}));
+    throw Failure(kNoPen, fmt::format("no pen found within {} s\n{}", options.choice.wait, where.advice));
+}
+
 void list(const ListOptions &options)
 {
     const zelpp::Library library = check(zelpp::Library::tryStart(), "cannot start the library");
     const std::vector<zelpp::PenInfo> pens = findPens(library, options.choice);
+    if (pens.empty())
+        failWithNone(options);
     if (options.json)
         printJson(pensJson(pens));
-    if (pens.empty())
-        failWithoutPens(options.choice);
-    if (!options.json)
+    else
         printPens(pens);
 }
 
