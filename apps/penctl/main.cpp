@@ -21,7 +21,7 @@ constexpr const char *kExitCodes =
 
 constexpr void (*kCommands[])(CLI::App &program) = {addList,     addWatch, addInfo,     addPages, addFetch,
                                                     addRm,       addShow,  addSettings, addLock,  addHoldings,
-                                                    addUserData, addDfu,   addDoctor};
+                                                    addUserData, addDfu,   addDoctor,   addExport};
 
 std::string versionText()
 {

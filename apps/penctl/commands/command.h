@@ -40,6 +40,7 @@ void addHoldings(CLI::App &program);
 void addUserData(CLI::App &program);
 void addDfu(CLI::App &program);
 void addDoctor(CLI::App &program);
+void addExport(CLI::App &program);
 
 /** Reads the setting that `penctl get NAME` reads. */
 Reading readSetting(const zelpp::Pen &pen, const char *name);
