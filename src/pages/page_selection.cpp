@@ -51,7 +51,7 @@ std::size_t requestedPageCount(std::string_view list) noexcept
     return count + (rest.find('.') != std::string_view::npos ? 1 : 0);
 }
 
-std::vector<bool> occurrences(std::string_view list, const std::vector<std::string> &texts)
+std::vector<bool> occurrences(std::string_view list, const std::vector<std::string_view> &texts)
 {
     std::pmr::monotonic_buffer_resource memory; // sets grow, and go as a whole
     TextSet tokens(&memory);
@@ -61,7 +61,7 @@ std::vector<bool> occurrences(std::string_view list, const std::vector<std::stri
     std::vector<bool> occurs;
     occurs.reserve(texts.size());
     TextSet wanted;
-    for (const std::string &text : texts) {
+    for (const std::string_view text : texts) {
         occurs.push_back(tokens.contains(text));
         if (!occurs.back())
             wanted.insert(text);
@@ -78,12 +78,14 @@ std::vector<bool> occurrences(std::string_view list, const std::vector<std::stri
 
 PageList selectPages(const PageList &pages, std::string_view list)
 {
-    std::vector<std::string> addresses;
+    std::vector<AddressText> addresses; // reserved, because the texts are borrowed from it
     addresses.reserve(pages.size());
+    std::vector<std::string_view> texts;
+    texts.reserve(pages.size());
     for (const PenPage &page : pages)
-        addresses.push_back(page.address().toString());
+        texts.push_back(addresses.emplace_back(page.address().text()).view());
 
-    const std::vector<bool> selected = occurrences(list, addresses);
+    const std::vector<bool> selected = occurrences(list, texts);
     PageList selection;
     for (std::size_t i = 0; i < pages.size(); ++i)
         if (selected[i])

@@ -78,7 +78,7 @@ TEST(PageSelection, AgreesWithAPlainSearchOnRandomTexts)
         std::vector<std::string> texts;
         for (int i = 0; i < 20; ++i)
             texts.push_back("1" + textOf("12.", 7));
-        const std::vector<bool> occurs = occurrences(list, texts);
+        const std::vector<bool> occurs = occurrences(list, {texts.begin(), texts.end()});
         for (std::size_t i = 0; i < texts.size(); ++i) {
             ASSERT_EQ(occurs[i], list.find(texts[i]) != std::string::npos) << texts[i] << " in " << list;
             found += occurs[i] ? 1 : 0;
