@@ -1,18 +1,19 @@
 #include "api/copy_out.h"
 
+#include "sys/byte_block.h"
+
 #include <cstring>
-#include <memory>
 #include <vector>
 
 namespace zel {
 
 namespace {
 
-std::unique_ptr<char[]> terminatedCopy(std::string_view text)
+ByteBlock terminatedCopy(std::string_view text)
 {
-    auto block = std::make_unique_for_overwrite<char[]>(text.size() + 1);
-    text.copy(block.get(), text.size());
-    block[text.size()] = '\0';
+    ByteBlock block = allocateBlock(text.size() + 1);
+    text.copy(reinterpret_cast<char *>(block.get()), text.size());
+    block[text.size()] = 0;
     return block;
 }
 
@@ -20,13 +21,13 @@ std::unique_ptr<char[]> terminatedCopy(std::string_view text)
 
 void CopyOutStrings(std::initializer_list<TextOutput> texts)
 {
-    std::vector<std::unique_ptr<char[]>> copies;
+    std::vector<ByteBlock> copies;
     copies.reserve(texts.size());
     for (const TextOutput &text : texts)
         copies.push_back(terminatedCopy(text.text));
     auto copy = copies.begin();
     for (const TextOutput &text : texts)
-        *text.output = (copy++)->release();
+        *text.output = reinterpret_cast<char *>((copy++)->release());
 }
 
 } // namespace zel

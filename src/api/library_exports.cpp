@@ -2,10 +2,12 @@
 #include "api/copy_out.h"
 #include "pens/discovery_record.h"
 #include "session/manager.h"
+#include "sys/byte_block.h"
 
 #include "zel/zel.h"
 
 #include <memory>
+#include <utility>
 
 using namespace zel;
 
@@ -25,8 +27,7 @@ constexpr CallFrame quietFrame(const char *logName, Needs needs)
 template <class T>
 void freeBlock(T **block) noexcept
 {
-    delete[] * block;
-    *block = nullptr;
+    FreeBlock()(reinterpret_cast<std::uint8_t *>(std::exchange(*block, nullptr)));
 }
 
 } // namespace

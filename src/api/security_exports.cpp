@@ -2,6 +2,7 @@
 #include "protocol/values/value_convert.h"
 #include "psp/property_ids.h"
 #include "session/pen_handle.h"
+#include "sys/byte_block.h"
 
 #include <algorithm>
 #include <array>
@@ -192,7 +193,7 @@ uint32_t zelGetEncryptedData(PenHandle *pen, uint64_t /*argument*/, uint8_t **da
         const auto answer = psp.getEncryptedData();
         std::uint32_t size = 0;
         const std::uint8_t *bytes = answer->getBinary(&size);
-        auto block = std::make_unique_for_overwrite<std::uint8_t[]>(size);
+        ByteBlock block = allocateBlock(size);
         std::copy_n(bytes, size, block.get());
         psp.setMmiState(kFetched);
         *data = block.release();

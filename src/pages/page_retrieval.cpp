@@ -6,18 +6,12 @@
 #include "psp/property_ids.h"
 #include "sys/exceptions.h"
 #include "sys/log.h"
-#include "sys/virtual_memory.h"
 
-#include <limits>
 #include <utility>
 
 namespace zel {
 
 namespace {
-
-// Large pages make writing to new memory faster. The process may then hold one large page more than it needs;
-// from this size on that is a small part of the block.
-constexpr std::size_t kLargeBlock = 32 << 20;
 
 constexpr std::uint16_t kMmiRetrieving = 1;
 constexpr std::uint16_t kMmiSucceeded = 2;
@@ -129,7 +123,7 @@ void PageRetrieval::fetchPhysicalPages(const PageList &pages)
     std::uint32_t bytesSoFar = 0;
     reportProgress(bytesSoFar, total);
     LogInfo("Preparing to get strokes from ", pages.size(), " physical pages");
-    m_physicalPages.reserve(pages.size());
+    m_physicalPages.expect(pages.size());
     for (const PenPage &page : pages) {
         fetchStrokes(page.address());
         bytesSoFar +=
@@ -140,10 +134,8 @@ void PageRetrieval::fetchPhysicalPages(const PageList &pages)
 
 void PageRetrieval::fetchStrokes(const PageAddress &address)
 {
-    m_physicalPages.emplace_back(address,
-                                 m_psp.getPageStf(address, PspClient2::kStrokeFormat, PspClient2::kNoLimit));
-    LogInfo("Retreived strokes (", m_physicalPages.back().byteSize(), " bytes) from page ",
-            address.text().view());
+    const std::uint32_t size = m_physicalPages.fetch(m_psp, address);
+    LogInfo("Retreived strokes (", size, " bytes) from page ", address.text().view());
 }
 
 void PageRetrieval::fetchStyloPages()
@@ -173,17 +165,7 @@ PageData PageRetrieval::pack()
     request.setPenId(m_penId);
     for (auto &[id, value] : std::exchange(m_properties, {}))
         request.addProperty(id, std::move(value));
-    request.addPages(std::move(m_styloPages));
-    request.addPages(std::move(m_physicalPages));
-
-    const std::size_t size = request.encodedSize();
-    if (size > std::numeric_limits<std::uint32_t>::max())
-        throw ZELException();
-    PageData data{std::make_unique_for_overwrite<std::uint8_t[]>(size), static_cast<std::uint32_t>(size)};
-    if (size >= kLargeBlock)
-        preferLargePages(data.block.get(), size);
-    request.encodeTo({data.block.get(), size});
-    return data;
+    return std::move(m_physicalPages).encode(std::move(request), std::move(m_styloPages));
 }
 
 void PageRetrieval::reportProgress(std::uint32_t bytesSoFar, std::uint32_t total) const

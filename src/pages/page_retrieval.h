@@ -1,8 +1,8 @@
 #pragma once
 
+#include "pages/fetched_pages.h"
 #include "pages/page_list.h"
 #include "pages/page_strokes.h"
-#include "pages/psp_sync_request.h"
 #include "protocol/values/value.h"
 #include "psp/psp_client2.h"
 
@@ -15,12 +15,6 @@
 #include <string_view>
 
 namespace zel {
-
-/** The result of a retrieval. The host gets the block. */
-struct PageData {
-    std::unique_ptr<std::uint8_t[]> block;
-    std::uint32_t length = 0;
-};
 
 /** The pages that the pen has strokes for, in ascending order of their addresses. */
 PageList listPagesSorted(PspClient2 &psp);
@@ -61,7 +55,7 @@ private:
     std::uint64_t m_penId;
     const char *m_penText;
     ProgressCallback m_progress;
-    StrokesList m_physicalPages;
+    FetchedPages m_physicalPages;
     StrokesList m_styloPages;
     std::map<std::uint16_t, std::unique_ptr<Value>> m_properties;
 };

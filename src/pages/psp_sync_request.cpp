@@ -37,9 +37,19 @@ void PspSyncRequest::addPage(PenPageStrokes page)
 
 void PspSyncRequest::addPages(StrokesList pages)
 {
-    m_encoder->expectPages(pages.size());
+    expectPages(pages.size());
     for (PenPageStrokes &page : pages)
         addPage(std::move(page));
+}
+
+void PspSyncRequest::borrowPage(const PageAddress &address, std::span<const std::uint8_t> strokes)
+{
+    m_encoder->borrowPageData(address, strokes);
+}
+
+void PspSyncRequest::expectPages(std::size_t count)
+{
+    m_encoder->expectPages(count);
 }
 
 std::size_t PspSyncRequest::encodedSize() const

@@ -24,6 +24,10 @@ public:
     /** When the same page is added again, its strokes replace the earlier ones. */
     void addPage(PenPageStrokes page);
     void addPages(StrokesList pages);
+    /** The strokes are borrowed until the request is encoded, as borrowPageData() says. */
+    void borrowPage(const PageAddress &address, std::span<const std::uint8_t> strokes);
+    /** As RequestEncoder::expectPages(). */
+    void expectPages(std::size_t count);
 
     /** Throws ZELException when the request cannot be encoded, as encodeTo() does. */
     std::size_t encodedSize() const;

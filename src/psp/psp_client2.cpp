@@ -43,11 +43,11 @@ std::unique_ptr<Value> PspClient2::beginSyncSession()
     return execute(instruction("U0YB"));
 }
 
-std::unique_ptr<Value> PspClient2::getPageStf(const PageAddress &page, std::uint64_t format,
-                                              std::uint64_t limit)
+void PspClient2::getPageStf(ResultReader &strokes, const PageAddress &page, std::uint64_t format,
+                            std::uint64_t limit)
 {
     LogDebug("[PspClient2::getPageStf] PageAddress: ", page.text().view());
-    return execute(instruction("U0PG"), page.raw(), format, limit);
+    executeInto(strokes, instruction("U0PG"), page.raw(), format, limit);
 }
 
 std::unique_ptr<Value> PspClient2::getStyloStf()

@@ -31,7 +31,8 @@ public:
 
     void listPages(ResultReader &pages);
     std::unique_ptr<Value> beginSyncSession();
-    std::unique_ptr<Value> getPageStf(const PageAddress &page, std::uint64_t format, std::uint64_t limit);
+    void getPageStf(ResultReader &strokes, const PageAddress &page, std::uint64_t format,
+                    std::uint64_t limit);
     std::unique_ptr<Value> getStyloStf();
     void endSyncSession();
     /** Sets what the pen shows its user: 1 while pages are fetched, then 2 (done) or 3 (failed). */

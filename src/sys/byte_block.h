@@ -2,17 +2,17 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstdlib>
 #include <memory>
 
 namespace zel {
 
 struct FreeBlock {
-    void operator()(std::uint8_t *block) const noexcept;
+    void operator()(std::uint8_t *block) const noexcept { std::free(block); }
 };
 
-/** An owned run of bytes. A retrieval holds thousands of them and lets go of them one by one while it
- *  fills the host's block, so all but small ones lie outside the C heap: their memory goes back to the
- *  system as they do, and the strokes are never in memory twice. Any thread. */
+/** An owned run of bytes that can change its size. It lives on the C heap, which on Linux moves the pages of
+ * a large block instead of copying it. Any thread. */
 using ByteBlock = std::unique_ptr<std::uint8_t[], FreeBlock>;
 
 /** A block with undefined contents; throws std::bad_alloc. */

@@ -9,7 +9,6 @@
 #include <new>
 
 #include <malloc.h>
-#include <sys/mman.h>
 
 namespace {
 
@@ -112,13 +111,6 @@ void *metered(void *block)
     return block;
 }
 
-void *meteredPages(void *pages, std::size_t size)
-{
-    if (t_meter.runs && pages != MAP_FAILED)
-        t_meter.take(size);
-    return pages;
-}
-
 void released(std::size_t size)
 {
     if (t_meter.runs)
@@ -191,9 +183,7 @@ extern "C" {
 
 void *__real_malloc(std::size_t size);
 void __real_free(void *block);
-void *__real_mmap(void *address, std::size_t size, int protection, int flags, int descriptor, off_t offset);
-int __real_munmap(void *address, std::size_t size);
-void *__real_mremap(void *address, std::size_t size, std::size_t newSize, int flags);
+void *__real_realloc(void *block, std::size_t size);
 
 void *__wrap_malloc(std::size_t size)
 {
@@ -208,32 +198,25 @@ void __wrap_free(void *block)
     __real_free(block);
 }
 
-void *__wrap_mmap(void *address, std::size_t size, int protection, int flags, int descriptor, off_t offset)
+void *__wrap_realloc(void *block, std::size_t size)
 {
     if (fails())
-        return MAP_FAILED;
-    void *const mapped = __real_mmap(address, size, protection, flags, descriptor, offset);
-    return mapped == MAP_FAILED ? mapped : meteredPages(noted(mapped), size);
-}
-
-int __wrap_munmap(void *address, std::size_t size)
-{
-    s_blocks.remove(address);
-    released(size);
-    return __real_munmap(address, size);
-}
-
-void *__wrap_mremap(void *address, std::size_t size, std::size_t newSize, int flags)
-{
-    if (fails())
-        return MAP_FAILED;
-    const bool wasNoted = s_blocks.remove(address);
-    void *const mapped = __real_mremap(address, size, newSize, flags);
+        return nullptr;
+    const std::size_t sizeBefore = sizeOnHeap(block);
+    const bool wasNoted = s_blocks.remove(block);
+    void *const moved = __real_realloc(block, size);
+    if (moved == nullptr) {
+        if (wasNoted)
+            s_blocks.add(block);
+        return nullptr;
+    }
     if (wasNoted)
-        s_blocks.add(mapped == MAP_FAILED ? address : mapped);
-    if (mapped != MAP_FAILED)
-        released(size);
-    return meteredPages(mapped, newSize);
+        s_blocks.add(moved);
+    else
+        noted(moved);
+    if (t_meter.runs)
+        released(sizeBefore);
+    return metered(moved);
 }
 
 // NOLINTEND(bugprone-reserved-identifier)

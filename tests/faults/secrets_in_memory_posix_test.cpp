@@ -12,7 +12,6 @@
 #include "support/loopback.h"
 #include "support/memory_search.h"
 #include "support/stack_room.h"
-#include "sys/virtual_memory.h"
 
 #include "zel/zel.h"
 
@@ -20,6 +19,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <gtest/gtest.h>
+#include <sys/mman.h>
 #include <thread>
 #include <unistd.h>
 
@@ -54,8 +54,13 @@ constexpr std::size_t kPage = 4096;
 class Page
 {
 public:
-    Page() : m_bytes(zel::mapPages(kPage)) {}
-    ~Page() { zel::unmapPages(m_bytes, kPage); }
+    Page()
+        : m_bytes(static_cast<std::uint8_t *>(
+              mmap(nullptr, kPage, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0)))
+    {
+        EXPECT_NE(static_cast<void *>(m_bytes), MAP_FAILED);
+    }
+    ~Page() { munmap(m_bytes, kPage); }
     Page(const Page &) = delete;
     Page &operator=(const Page &) = delete;
 

@@ -7,7 +7,6 @@
 
 namespace {
 
-// On both sides of the sizes at which blocks live elsewhere in an ordinary build.
 constexpr std::size_t kSizes[] = {24, 2048, 65536};
 
 void writeTo(std::uint8_t *address)

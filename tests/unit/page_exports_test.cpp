@@ -206,6 +206,65 @@ TEST_F(PageExports, RetrievalHandsOutOnePageTransactionRequest)
     EXPECT_EQ(retrieved.block, expected);
 }
 
+TEST_F(PageExports, WithoutStyloPagesTheFetchedPagesComeFirst)
+{
+    std::vector<Bytes> answers = wholeRetrieval();
+    answers[5] = wire::result(wire::list({})); // no stylo pages
+    answers[3] = wire::result(wire::binary({}));
+    answer(answers);
+    const Retrieved retrieved = getAllPages();
+    const Bytes pages = {
+        0x00, 0x02, // pages
+        0x00, 0x0b, // entries: the identity and ten properties
+
+        0x00, 0x00, 0x01, 0x00, 0x02, 0x00, 0x30, 0x04, // page 1.2.3.4
+        0x00, 0x00, 0x00, 0x00,                         // bytes of data
+        0x00,                                           // bits 40 to 51 of its address are not 0
+        0x00, 0x00,                                     // page entries
+
+        0x00, 0x00, 0x01, 0x00, 0x02, 0x00, 0x30, 0x05, // page 1.2.3.5
+        0x00, 0x00, 0x00, 0x01,                         // bytes of data
+        0x00,                                           // bits 40 to 51 of its address are not 0
+        0x00, 0x00,                                     // page entries
+        0xb1,                                           // data
+
+        0x00, 0x00, 0x05, 0x00, 0x00, 0x01, 0x23, 0x00, 0xab, 0xcd, 0xef, // pen id, long64
+    };
+    ASSERT_EQ(retrieved.length, 22u + pages.size() + 10u * 4u);
+    EXPECT_EQ(Bytes(retrieved.block.begin() + 22, retrieved.block.end() - 40), pages);
+    EXPECT_EQ(Bytes(retrieved.block.end() - 4, retrieved.block.end()), (Bytes{0x20, 0x0c, 0x02, 0x06}));
+}
+
+/** The pen may list a page twice: what it gives for it last stands where the page came first. */
+TEST_F(PageExports, PageFetchedTwiceIsInTheRequestOnce)
+{
+    std::vector<Bytes> answers = wholeRetrieval();
+    answers[2] = wire::result(wire::list({listed(kPageA, 20), listed(kPageA, 300)}));
+    answers[5] = wire::result(wire::list({}));
+    answer(answers);
+    const Retrieved retrieved = getAllPages();
+    ASSERT_EQ(retrieved.length, 26u + (15u + 1u) + 11u + 10u * 4u);
+    EXPECT_EQ(Bytes(retrieved.block.begin() + 22, retrieved.block.begin() + 24), (Bytes{0x00, 0x01}));
+    EXPECT_EQ(retrieved.block[26 + 15], 0xb1);
+}
+
+TEST_F(PageExports, StrokesOfManyChunksAreWhole)
+{
+    Bytes strokes(700000);
+    for (std::size_t i = 0; i < strokes.size(); ++i)
+        strokes[i] = static_cast<std::uint8_t>(i * 7 + i / 251);
+    for (const Bytes &stylo : {kStylo, wire::result(wire::list({}))}) {
+        std::vector<Bytes> answers = wholeRetrieval();
+        answers[4] = wire::result(wire::binary(strokes));
+        answers[5] = stylo;
+        answer(answers);
+        const Retrieved retrieved = getAllPages();
+        ASSERT_EQ(retrieved.code, ZEL_OK);
+        const auto end = retrieved.block.end() - 11 - 10 * 4;
+        EXPECT_TRUE(Bytes(end - 700000, end) == strokes);
+    }
+}
+
 TEST_F(PageExports, RetrievalIsLogged)
 {
     answer(wholeRetrieval());

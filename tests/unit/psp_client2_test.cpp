@@ -90,7 +90,10 @@ const Case kOperations[] = {
      {0x55, 0x30, 0x59, 0x42, 0x00}, // U0YB
      "[PspClient2::beginSyncSession]"},
     {"getPageStf",
-     [](PspClient2 &psp) { psp.getPageStf(kPage, 2, 0x7fffffffffffffff); },
+     [](PspClient2 &psp) {
+         ValueResult strokes;
+         psp.getPageStf(strokes, kPage, 2, 0x7fffffffffffffff);
+     },
      {
          0x55, 0x30, 0x50, 0x47, 0x03,                               // U0PG, three arguments
          0x00, 0x05, 0x00, 0x00, 0x01, 0x00, 0x02, 0x00, 0x30, 0x04, // key 0: long64 raw address

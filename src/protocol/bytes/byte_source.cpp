@@ -73,21 +73,19 @@ void ByteSource::takeInto(std::uint8_t *target, std::uint32_t count)
     attach();
 }
 
-ByteBlock ByteSource::takeBlock(std::uint32_t count)
+void ByteSource::appendTo(GrowingBlock &target, std::uint32_t count)
 {
-    if (m_stream != nullptr && count > atHand().size()) {
-        detach();
-        ByteArray bytes;
-        m_stream->read(bytes, static_cast<std::int32_t>(count));
-        m_takenBefore += count;
-        attach();
-        return bytes.release();
+    if (count <= atHand().size()) {
+        target.append(atHand().first(count));
+        drop(count);
+        return;
     }
-    if (count > atHand().size())
+    if (m_stream == nullptr)
         ProtocolInputStream::throwReadFailure(static_cast<std::int32_t>(count));
-    ByteBlock block = allocateBlock(count);
-    takeInto(block.get(), count);
-    return block;
+    detach();
+    m_stream->appendTo(target, static_cast<std::int32_t>(count));
+    m_takenBefore += count;
+    attach();
 }
 
 void ByteSource::skip(std::int32_t count)

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "protocol/bytes/byte_array.h"
 #include "protocol/bytes/protocol_input_stream.h"
+#include "sys/growing_block.h"
 
 #include <cstdint>
 #include <span>
@@ -32,8 +32,8 @@ public:
     }
     std::uint8_t takeByte() { return *take(1); }
     void takeInto(std::uint8_t *target, std::uint32_t count);
-    /** For lengths that are the peer's word: memory grows only as data arrives. */
-    ByteBlock takeBlock(std::uint32_t count);
+    /** For lengths that are the peer's word: the block grows only as data arrives. */
+    void appendTo(GrowingBlock &target, std::uint32_t count);
     /** As ProtocolInputStream::skipBytes. */
     void skip(std::int32_t count);
 

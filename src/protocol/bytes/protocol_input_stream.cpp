@@ -17,31 +17,28 @@ char *asChars(std::uint8_t *bytes) noexcept
     return reinterpret_cast<char *>(bytes);
 }
 
-ByteBlock readInChunks(ProtocolInputStream &in, std::uint32_t total)
-{
-    std::uint32_t chunk = std::min(total, kFirstChunk);
-    ByteBlock block = allocateBlock(chunk);
-    in.readFully(block.get(), static_cast<std::int32_t>(chunk));
-    for (std::uint32_t held = chunk; held < total; held += chunk) {
-        chunk = std::min(chunk * 2, total - held);
-        resizeBlock(block, std::size_t{held} + chunk);
-        in.readFully(block.get() + held, static_cast<std::int32_t>(chunk));
-    }
-    return block;
-}
-
 } // namespace
 
 void ProtocolInputStream::read(ByteArray &target, std::int32_t count)
 {
     if (count < 1)
         return;
-    const auto total = static_cast<std::uint32_t>(count);
-    try {
-        target.adopt(readInChunks(*this, total), total);
-    } catch (const IOException &) {
-        throwReadFailure(count);
+    GrowingBlock bytes;
+    appendTo(bytes, count);
+    target.adopt(bytes.release(), static_cast<std::uint32_t>(count));
+}
+
+void ProtocolInputStream::appendTo(GrowingBlock &target, std::int32_t count)
+try {
+    std::uint32_t chunk = kFirstChunk;
+    for (auto missing = static_cast<std::uint32_t>(count); missing > 0; chunk *= 2) {
+        const std::uint32_t part = std::min(missing, chunk);
+        readFully(target.room(part), static_cast<std::int32_t>(part));
+        target.added(part);
+        missing -= part;
     }
+} catch (const IOException &) {
+    throwReadFailure(count);
 }
 
 void ProtocolInputStream::read(std::uint8_t *target, std::uint32_t count)

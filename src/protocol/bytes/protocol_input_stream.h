@@ -1,6 +1,7 @@
 #pragma once
 
 #include "protocol/bytes/byte_array.h"
+#include "sys/growing_block.h"
 #include "sys/read_buffer.h"
 
 #include <cstdint>
@@ -27,6 +28,8 @@ public:
     /** Reads in chunks of 64 KiB, 128 KiB, and so on. The peer chooses the count, so memory must grow only as
      *  data arrives. With a count below 1 the target stays unchanged. */
     virtual void read(ByteArray &target, std::int32_t count);
+    /** In the same chunks, behind what the block holds. The count must not be negative. */
+    void appendTo(GrowingBlock &target, std::int32_t count);
     virtual void read(std::uint8_t *target, std::uint32_t count);
     /** With a count below 1, reads nothing. */
     virtual void readFully(std::uint8_t *target, std::int32_t count);

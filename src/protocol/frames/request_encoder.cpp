@@ -15,9 +15,8 @@ namespace zel {
 
 namespace {
 
-constexpr std::uint16_t kHeaderLength = 24;
 constexpr std::size_t kVersionLength = 2;
-constexpr std::uint16_t kPageHeaderLength = 15;
+constexpr std::uint16_t kHeaderLength = kRequestHeaderLength - kVersionLength;
 constexpr std::uint16_t kEntryHeaderLength = 2;
 constexpr std::size_t kKeyLength = 2;
 constexpr int kFlaggedField = 2;
@@ -44,7 +43,7 @@ std::size_t entriesSize(const EntryMap &entries)
 // Not std::copy(): GCC 12 compiles it to a loop over single bytes.
 std::uint8_t *writeBytes(std::uint8_t *at, std::span<const std::uint8_t> bytes) noexcept
 {
-    if (!bytes.empty())
+    if (!bytes.empty() && bytes.data() != at)
         std::memcpy(at, bytes.data(), bytes.size());
     return at + bytes.size();
 }
@@ -62,12 +61,13 @@ std::uint8_t *writeEntries(std::uint8_t *at, const EntryMap &entries)
 
 std::span<const std::uint8_t> dataOf(const ProtocolPage &page)
 {
-    return page.data ? page.data->bytesView() : std::span<const std::uint8_t>();
+    return page.data ? page.data->bytesView() : page.borrowed;
 }
 
 std::uint8_t *writePageHeader(std::uint8_t *at, const ProtocolPage &page)
 {
-    const bool isFlagged = page.data && page.address.getField(kFlaggedField) == 0;
+    const bool hasData = page.data != nullptr || page.borrowed.data() != nullptr;
+    const bool isFlagged = hasData && page.address.getField(kFlaggedField) == 0;
     at = storeBigEndian(at, page.address.raw());
     at = storeBigEndian(at, static_cast<std::uint32_t>(dataOf(page).size()));
     at = storeBigEndian(at, static_cast<std::uint8_t>(isFlagged ? 1 : 0));
@@ -96,7 +96,16 @@ void RequestEncoderV1_0::addEntry(std::uint16_t key, std::unique_ptr<Value> valu
 
 void RequestEncoderV1_0::setPageData(const PageAddress &address, std::unique_ptr<Value> data)
 {
-    pageFor(address).data = std::move(data);
+    ProtocolPage &page = pageFor(address);
+    page.data = std::move(data);
+    page.borrowed = {};
+}
+
+void RequestEncoderV1_0::borrowPageData(const PageAddress &address, std::span<const std::uint8_t> data)
+{
+    ProtocolPage &page = pageFor(address);
+    page.data.reset();
+    page.borrowed = data;
 }
 
 void RequestEncoderV1_0::expectPages(std::size_t count)
@@ -119,7 +128,7 @@ ProtocolPage &RequestEncoderV1_0::pageFor(const PageAddress &address)
                         1); // first, so that push_back() cannot fail once the index has the page
     const std::size_t place = m_index.findOrAdd(address, m_pages);
     if (place == m_pages.size())
-        m_pages.push_back({address, nullptr, nullptr});
+        m_pages.push_back({address, nullptr, nullptr, {}});
     return m_pages[place];
 }
 
@@ -127,7 +136,7 @@ void RequestEncoderV1_0::encode(std::ostream &out)
 {
     encodedSize(); // throws before the first byte is written if the request cannot be encoded
     ProtocolOutputStream stream(out);
-    std::uint8_t header[kVersionLength + kHeaderLength];
+    std::uint8_t header[kRequestHeaderLength];
     writeHeader(header);
     write(stream, header);
     for (const ProtocolPage &page : m_pages) {
@@ -146,7 +155,7 @@ void RequestEncoderV1_0::encode(std::ostream &out)
 std::size_t RequestEncoderV1_0::encodedSize() const
 {
     countOf(m_pages.size());
-    std::size_t size = kVersionLength + kHeaderLength + entriesSize(m_entries);
+    std::size_t size = kRequestHeaderLength + entriesSize(m_entries);
     for (const ProtocolPage &page : m_pages)
         size += kPageHeaderLength + dataOf(page).size() + (page.entries ? entriesSize(*page.entries) : 0);
     return size;
@@ -174,7 +183,7 @@ std::uint8_t *RequestEncoderV1_0::writeHeader(std::uint8_t *at) const
     at = storeBigEndian(at, kHeaderLength);
     at = storeBigEndian(at, m_address.page().raw());
     at = storeBigEndian(at, m_address.number());
-    at = storeBigEndian(at, kPageHeaderLength);
+    at = storeBigEndian(at, static_cast<std::uint16_t>(kPageHeaderLength));
     at = storeBigEndian(at, kEntryHeaderLength); // of a page's entries
     at = storeBigEndian(at, kEntryHeaderLength); // of the request's own
     at = storeBigEndian(at, VALUE_HEADER_LENGTH);

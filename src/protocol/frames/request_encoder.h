@@ -14,6 +14,10 @@
 
 namespace zel {
 
+/** Where the first page of a request begins, and the length of the header before each page's data. */
+inline constexpr std::size_t kRequestHeaderLength = 26;
+inline constexpr std::size_t kPageHeaderLength = 15;
+
 /** Collects pages and values, and writes them as one page-transaction request. One thread at a time. */
 class RequestEncoder
 {
@@ -24,6 +28,9 @@ public:
     virtual void addEntry(std::uint16_t key, std::unique_ptr<Value> value) = 0;
     /** Sets the data of the page with this address, or appends a page. */
     virtual void setPageData(const PageAddress &address, std::unique_ptr<Value> data) = 0;
+    /** The same with data that the caller keeps until the request is encoded. They may be in the block of
+     *  encodeTo(), but only where they go. */
+    virtual void borrowPageData(const PageAddress &address, std::span<const std::uint8_t> data) = 0;
     /** Adds an entry to the pidget's page; its key is the pidget's number. */
     virtual void addPageEntry(const PidgetAddress &address, std::unique_ptr<Value> value) = 0;
     /** Throws IOException when the stream fails, and ZELException when the request cannot be encoded: more
@@ -46,6 +53,7 @@ public:
 
     void addEntry(std::uint16_t key, std::unique_ptr<Value> value) override;
     void setPageData(const PageAddress &address, std::unique_ptr<Value> data) override;
+    void borrowPageData(const PageAddress &address, std::span<const std::uint8_t> data) override;
     void addPageEntry(const PidgetAddress &address, std::unique_ptr<Value> value) override;
     void encode(std::ostream &out) override;
     std::size_t encodedSize() const override;

@@ -18,8 +18,9 @@ using EntryMap = std::map<std::uint16_t, std::unique_ptr<Value>>;
 /** One page of a page-transaction request. */
 struct ProtocolPage {
     PageAddress address;
-    std::unique_ptr<EntryMap> entries; // empty for most pages, of which there may be thousands
-    std::unique_ptr<Value> data;       // binary or escaped binary; empty when the page has none
+    std::unique_ptr<EntryMap> entries;      // empty for most pages, of which there may be thousands
+    std::unique_ptr<Value> data;            // binary or escaped binary; empty when the page has none
+    std::span<const std::uint8_t> borrowed; // data that somebody else owns, instead
 };
 
 /** A hash table that finds a page of a request by its address. Searching the list would take quadratic time

@@ -46,40 +46,13 @@ void requireShallow(const NestingLevel &level)
     throw ZELException();
 }
 
-// Collects bytes whose number is not known in advance.
-class GrowingBytes
+// The bytes of an escaped binary are not counted in advance.
+void appendBounded(GrowingBlock &target, std::span<const std::uint8_t> bytes)
 {
-public:
-    std::size_t size() const noexcept { return m_size; }
-
-    void append(std::span<const std::uint8_t> bytes)
-    {
-        if (bytes.empty())
-            return;
-        const std::size_t needed = m_size + bytes.size();
-        if (needed >= kBinaryLimit)
-            ProtocolInputStream::throwReadFailure(std::numeric_limits<std::int32_t>::max());
-        if (needed > m_capacity) {
-            const std::size_t capacity = std::max(needed, m_capacity * 2);
-            resizeBlock(m_block, capacity);
-            m_capacity = capacity;
-        }
-        std::memcpy(m_block.get() + m_size, bytes.data(), bytes.size());
-        m_size = needed;
-    }
-
-    std::unique_ptr<Value> toEscapedBinary() &&
-    {
-        if (m_size > 0)
-            resizeBlock(m_block, m_size);
-        return Value::createEscapedBinaryOwned(std::move(m_block), static_cast<std::uint32_t>(m_size));
-    }
-
-private:
-    ByteBlock m_block;
-    std::size_t m_size = 0;
-    std::size_t m_capacity = 0;
-};
+    if (target.size() + bytes.size() >= kBinaryLimit)
+        ProtocolInputStream::throwReadFailure(std::numeric_limits<std::int32_t>::max());
+    target.append(bytes);
+}
 
 } // namespace
 
@@ -172,13 +145,28 @@ std::unique_ptr<Value> ValueDecoder::decodeString()
 
 std::unique_ptr<Value> ValueDecoder::decodeBinary()
 {
+    const std::uint32_t size = takeBinarySize();
+    if (size <= Value::kInlineSize)
+        return decodeShortBinary(size);
+    GrowingBlock bytes;
+    m_source.appendTo(bytes, size);
+    return Value::createBinaryOwned(bytes.release(), size);
+}
+
+std::uint32_t ValueDecoder::takeBinary(GrowingBlock &target)
+{
+    const std::uint32_t size = takeBinarySize();
+    m_source.appendTo(target, size);
+    return size;
+}
+
+std::uint32_t ValueDecoder::takeBinarySize()
+{
     const auto size = loadBigEndian<std::uint32_t>(m_source.take(4));
     if (size >= kBinaryLimit)
         ProtocolInputStream::throwReadFailure(static_cast<std::int32_t>(size));
     m_budget.addBytes(size);
-    if (size <= Value::kInlineSize)
-        return decodeShortBinary(size);
-    return Value::createBinaryOwned(m_source.takeBlock(size), size);
+    return size;
 }
 
 // When a binary is cut short, the exception tells the binary's length instead of the stream's error.
@@ -264,20 +252,21 @@ ValueList ValueDecoder::decodeUntilTerminator()
 
 std::unique_ptr<Value> ValueDecoder::decodeEscapedBinary()
 {
-    GrowingBytes bytes;
+    GrowingBlock bytes;
     for (;;) {
         const std::size_t plain = slip::plainPrefix(m_source.atHand());
-        bytes.append(m_source.atHand().first(plain));
+        appendBounded(bytes, m_source.atHand().first(plain));
         m_source.drop(plain);
         std::uint8_t byte = m_source.takeByte();
         if (byte == slip::kEnd)
             break;
         if (byte == slip::kEscape)
             byte = takeEscaped();
-        bytes.append({&byte, 1});
+        appendBounded(bytes, {&byte, 1});
     }
-    m_budget.addBytes(bytes.size());
-    return std::move(bytes).toEscapedBinary();
+    const auto size = static_cast<std::uint32_t>(bytes.size());
+    m_budget.addBytes(size);
+    return Value::createEscapedBinaryOwned(bytes.release(), size);
 }
 
 std::uint8_t ValueDecoder::takeEscaped()

@@ -50,11 +50,14 @@ public:
     NestingLevel enterArray() noexcept { return NestingLevel(m_depth); }
     /** The payload of a number of that type. */
     std::uint64_t takeNumber(ValueType type);
+    /** Appends the bytes of a binary to a block of the caller's. Returns how many. */
+    std::uint32_t takeBinary(GrowingBlock &target);
 
 private:
     std::unique_ptr<Value> decodeString();
     std::unique_ptr<Value> decodeBinary();
     std::unique_ptr<Value> decodeShortBinary(std::uint32_t size);
+    std::uint32_t takeBinarySize();
     ValueList decodeValues(std::uint32_t count);
     ValueList decodeBodies(std::uint32_t count, std::uint8_t type);
     ValueList decodeUntilTerminator();

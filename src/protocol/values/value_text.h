@@ -40,6 +40,8 @@ public:
     void appendQuoted(std::string_view text);
     /** size is the number of all bytes; front has at least the first ten of them. */
     void appendBytes(std::span<const std::uint8_t> front, std::uint64_t size);
+    /** Appends a binary: its bytes, or the value that they encode. */
+    void appendBinary(std::span<const std::uint8_t> bytes);
     void appendLineBreak(std::int32_t indent);
     void appendUnknown() { m_out << "unknown"; }
     TextWindow &window() noexcept { return m_out; }
@@ -47,8 +49,6 @@ public:
     static constexpr std::size_t kBytesShown = 10;
 
 private:
-    void appendBinary(std::span<const std::uint8_t> bytes);
-
     TextWindow &m_out;
 };
 
