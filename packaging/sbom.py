@@ -7,6 +7,7 @@ distribution a file belongs to, and its version, from dpkg.
 """
 
 import argparse
+import functools
 import json
 import os
 import pathlib
@@ -39,10 +40,13 @@ def said(*command, cwd=None):
 def included(build):
     """Object file -> the files of header-only libraries that it was made from."""
     headers = {}
+    # The compiler names a header by the link in there or by where that leads, whichever is shorter.
+    libraries = [os.path.realpath(link) for link in (build / "host_headers").iterdir()]
+    real = functools.lru_cache(maxsize=None)(os.path.realpath)
     for line in said("ninja", "-t", "deps", cwd=build).splitlines():
         if line and not line[0].isspace():
             headers[current := line.split(":")[0]] = set()
-        elif "host_headers/" in line:
+        elif line and any((real(build / line.strip()) + "/").startswith(library + "/") for library in libraries):
             headers[current].add(line.strip())
     return headers
 
