@@ -4,6 +4,9 @@
 
 #include <zel/firmware.hpp>
 
+#include <cstdlib>
+#include <optional>
+
 namespace cpphost {
 namespace {
 
@@ -32,6 +35,22 @@ TEST(CppStart, RefreshThatFailsSaysSo)
     const zelpp::Result<void> alsoFailed = upgrades.tryRefresh();
     ASSERT_FALSE(alsoFailed);
     EXPECT_STREQ(alsoFailed.error().operation(), "zelDfuInit");
+}
+
+[[noreturn]] void endWhileConnected()
+{
+    static pensim::Service service({}, {{penWithPages()}, {}});
+    service.start();
+    static std::optional<zelpp::Pen> pen; // goes after the library that it keeps running
+    static const zelpp::Library library;
+    pen = library.connect(library.wait(kPatience));
+    std::exit(pen->productName() == "Brand" ? 7 : 1);
+}
+
+// In a child of this process, which has no threads yet.
+TEST(CppExitDeathTest, ProcessMayEndWhileItIsConnected)
+{
+    EXPECT_EXIT(endWhileConnected(), testing::ExitedWithCode(7), "");
 }
 
 } // namespace

@@ -19,6 +19,13 @@ namespace Zel.Tests
             Assert.That(output, Is.EqualTo("over\n"));
         }
 
+        [Test]
+        public void PensAreDisconnectedBeforeTheRuntimeEnds()
+        {
+            Assert.That(Run("order", out string output), Is.EqualTo(0), output);
+            Assert.That(output, Is.EqualTo("over\nTrue\n"));
+        }
+
         // Mono waits for a thread that is in native code; what counts is that the end is a clean one.
         [Test]
         public void AProgramEndsWellWhileAThreadWaitsForASlowPen()

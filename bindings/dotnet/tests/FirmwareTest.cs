@@ -175,6 +175,14 @@ namespace Zel.Tests
             Assert.That(failure.Text, Is.EqualTo("The pen is not ready for an image: its state is Manifest."));
         }
 
+        [TestCase(0, 5, false)]
+        [TestCase(3, 5, true)]
+        [TestCase(0, 10, true)]
+        public void AFaultAndTheErrorStateEachAreAFailure(int status, int state, bool failed)
+        {
+            Assert.That(new UpgradeStatus(new byte[] { (byte)status, 0, 0, 0, (byte)state, 0 }).Failed, Is.EqualTo(failed));
+        }
+
         [TestCase(3)]
         [TestCase(4)]
         [TestCase(6)]

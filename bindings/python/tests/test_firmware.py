@@ -122,6 +122,12 @@ def test_a_pen_that_reports_a_fault_or_another_state_has_failed(pensim, upgrade_
         upgrade_pen.download(IMAGE)
 
 
+def test_a_fault_and_the_error_state_each_are_a_failure():
+    assert not zel.firmware.Status(0, 0.0, State.DOWNLOAD_IDLE, 0).failed
+    assert zel.firmware.Status(3, 0.0, State.DOWNLOAD_IDLE, 0).failed
+    assert zel.firmware.Status(0, 0.0, State.ERROR, 0).failed
+
+
 @pytest.mark.parametrize("state", [State.DOWNLOAD_SYNC, State.DOWNLOAD_BUSY, State.MANIFEST_SYNC])
 def test_a_pen_that_is_busy_is_asked_again(pensim, upgrade_pen, state):
     pensim.fault(SERIAL, **status_record(0, state), occurrence=3)

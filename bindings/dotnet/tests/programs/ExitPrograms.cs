@@ -26,6 +26,9 @@ namespace Zel.Tests
                     new Thread(() => pen.IsLocked.ToString()) { IsBackground = true }.Start();
                     Thread.Sleep(300);
                     break;
+                case "order":
+                    AppDomain.CurrentDomain.ProcessExit += (sender, arguments) => Console.WriteLine(pen.IsClosed);
+                    break;
                 case "throwing":
                     manager.Arrived += (sender, arguments) => throw new InvalidTimeZoneException("mine");
                     Thread.Sleep(10000);
