@@ -190,7 +190,8 @@ private:
     std::vector<Exchange> m_after;
 };
 
-/** Reads one message of the rendezvous server, one byte per recv: it ends with a NUL, and nothing after that may be read. */
+/** Reads one message of the rendezvous server, one byte per recv: it ends with a NUL, and nothing after that
+ * may be read. */
 bool readMessage(int socket, char (&message)[1024])
 {
     for (std::size_t at = 0;; ++at) {
