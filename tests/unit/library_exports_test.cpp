@@ -7,6 +7,9 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
+#include <thread>
+
 namespace {
 
 using namespace zel;
@@ -91,6 +94,35 @@ TEST(LibraryExports, FreeingNullsTheHostsPointer)
     EXPECT_EQ(list, nullptr);
     EXPECT_EQ(data, nullptr);
     EXPECT_EQ(record, nullptr);
+}
+
+// All that may run beside a start and a stop.
+TEST(LibraryExports, ReleasingGoesOnWhileTheLibraryStartsAndStops)
+{
+    std::atomic<bool> stopping = false;
+    std::atomic<int> rounds = 0;
+    std::thread host([&] {
+        const DiscoveryRecord announced = arrivalAt(1, 0x0503);
+        for (; !stopping; ++rounds) {
+            char *text = nullptr;
+            EXPECT_EQ(zelGetApiVersion(&text), ZEL_OK);
+            EXPECT_EQ(zelFreeString(&text), ZEL_OK);
+            char *list = new char[1];
+            EXPECT_EQ(zelFreePageList(&list), ZEL_OK);
+            auto *data = new std::uint8_t[1];
+            EXPECT_EQ(zelFreePageData(&data), ZEL_OK);
+            DiscoveryHandle *record = new DiscoveryRecord;
+            EXPECT_EQ(zelFreeDiscoveryHandle(&record), ZEL_OK);
+            std::uint8_t mode = 1;
+            EXPECT_EQ(zelDfuGetMode(&announced, &mode), ZEL_OK);
+        }
+    });
+    for (int starts = 0; starts < 5 || rounds < 50; ++starts) {
+        EXPECT_EQ(zelInitialize(ignore, ignore, nullptr), ZEL_OK);
+        EXPECT_EQ(zelExit(), ZEL_OK);
+    }
+    stopping = true;
+    host.join();
 }
 
 TEST(LibraryExports, RecordShowsKindAndPenIdAtFixedOffsets)

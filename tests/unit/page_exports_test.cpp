@@ -723,6 +723,7 @@ TEST_F(PageExports, AllStrokesAreClearedWithMode0)
     m_pen.service().then(kDone);
     EXPECT_EQ(zelRemoveAllStrokes(m_pen.handle()), ZEL_OK);
     EXPECT_EQ(m_pen.service().requests(), std::vector<Bytes>{wire::request("R1DS", {wire::int32(0)})});
+    EXPECT_TRUE(m_log.contains(LogLevel::Debug, "[zelRemoveAllStrokes]"));
 }
 
 /** Hosts know the failure by the text of removing one page. */

@@ -295,6 +295,7 @@ TEST_F(ConnectedPenExports, SerialComesWithoutAnExchange)
     EXPECT_EQ(zelGetPenSerial(m_pen.handle(), serial.out()), ZEL_OK);
     EXPECT_EQ(serial.text(), kPenSerial);
     EXPECT_TRUE(m_pen.service().requests().empty());
+    EXPECT_TRUE(m_log.contains(LogLevel::Debug, "[zelGetPenSerial]"));
 }
 
 TEST_F(ConnectedPenExports, SerialRefusesNulls)
