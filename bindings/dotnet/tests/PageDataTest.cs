@@ -82,6 +82,7 @@ namespace Zel.Tests
         }
 
         [TestCase("08 0002 0400000007 00", 2)]
+        [TestCase("08 0003 0400000007 0b 00", 3)] // counted: the terminator is an element
         [TestCase("09 0002 04 00000007 00000007", 2)]
         [TestCase("09 0000 00", 0)]
         [TestCase("0a 0400000007 0b", 1)]
