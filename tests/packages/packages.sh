@@ -225,7 +225,7 @@ expect "Windows: the bill of materials" same "$(components "$windows/sbom.cdx.js
 expect "Windows: its versions" versions_right "$windows/sbom.cdx.json"
 expect "Windows: a host links zel.lib by lld-link" compiled_for_microsoft
 expect "Windows: a host links libzel.dll.a by MinGW" by_mingw
-expect "Windows: what is built in another folder is the same" built_elsewhere windows "$windows" bin/penctl.exe bin/pensim.exe
+expect "Windows: what is built in another folder is the same" built_elsewhere windows "$windows" bin/zel.dll bin/penctl.exe bin/pensim.exe
 expect "Windows: the README tells the version" has "zel $version for Windows" cat "$windows/README.txt"
 expect "Windows: the README says that there are stand-ins" has 'stand-in for the chaining value and USB table' cat "$windows/README.txt"
 expect "Windows: lines of what is opened there end as there" same "$(grep -L $'\r$' "$windows"/{README.txt,try.cmd})" ''
