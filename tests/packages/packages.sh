@@ -192,8 +192,8 @@ expect "without its values the pen is unknown" ends_with 10 unlocks alone "$linu
 end_pensim
 sed -i 's/"0x4242"/0/; s/"0x1717"/0/' "$scratch/product.json"
 expect_pensim "product: its pen announces no ids" "${clean[@]}" "$linux/bin/pensim" --scenario "$scratch/product.json"
-expect "product: it unlocks by the password" unlocks alone "$product_penctl"
 expect "without its value the password is wrong" ends_with 1 unlocks alone "$linux/bin/penctl"
+expect "product: it unlocks by the password" unlocks alone "$product_penctl"
 end_pensim
 
 # --- the bill of materials: typed from what the sources include and the toolchain links statically
