@@ -1,6 +1,9 @@
 """The tables that stand here and in the C headers say the same."""
 
 import ctypes
+import importlib
+import inspect
+import pkgutil
 import re
 from pathlib import Path
 
@@ -102,3 +105,25 @@ def test_property_names_are_those_of_the_library():
     ids = {int(key, 16): name for name, key in re.findall(r"\b([A-Z_]+) = (0x[0-9a-fA-F]{4})", text)}
     names = dict(page_data.PROPERTY_NAMES)
     assert names == {key: name for key, name in ids.items() if key in names}
+
+
+def public_members(module):
+    """Functions, classes, and what the classes define as functions and properties."""
+    for name, thing in vars(module).items():
+        if name.startswith("_") or getattr(thing, "__module__", None) != module.__name__:
+            continue
+        if inspect.isfunction(thing) or inspect.isclass(thing):
+            yield name, thing
+        if inspect.isclass(thing):
+            for member, value in vars(thing).items():
+                if not member.startswith("_") and (inspect.isfunction(value) or isinstance(value, property)):
+                    yield f"{name}.{member}", value
+
+
+def test_everything_public_is_described():
+    modules = [importlib.import_module(f"zel.{one.name}") for one in pkgutil.iter_modules(zel.__path__)
+               if not one.name.startswith("_")]
+    assert {module.__name__ for module in modules} >= {"zel.library", "zel.pen", "zel.page_data", "zel.firmware", "zel.testing"}
+    members = [(f"{module.__name__}.{name}", thing) for module in modules for name, thing in public_members(module)]
+    assert len(members) > 100
+    assert [name for name, thing in members if not (thing.__doc__ or "").strip()] == []
