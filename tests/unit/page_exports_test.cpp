@@ -240,12 +240,31 @@ TEST_F(PageExports, PageFetchedTwiceIsInTheRequestOnce)
 {
     std::vector<Bytes> answers = wholeRetrieval();
     answers[2] = wire::result(wire::list({listed(kPageA, 20), listed(kPageA, 300)}));
+    answers[4] = wire::result(wire::binary(Bytes(40, 0xb1)));
     answers[5] = wire::result(wire::list({}));
     answer(answers);
     const Retrieved retrieved = getAllPages();
-    ASSERT_EQ(retrieved.length, 26u + (15u + 1u) + 11u + 10u * 4u);
+    ASSERT_EQ(retrieved.length, 26u + (15u + 40u) + 11u + 10u * 4u);
     EXPECT_EQ(Bytes(retrieved.block.begin() + 22, retrieved.block.begin() + 24), (Bytes{0x00, 0x01}));
-    EXPECT_EQ(retrieved.block[26 + 15], 0xb1);
+    EXPECT_EQ(Bytes(retrieved.block.begin() + 41, retrieved.block.begin() + 81), Bytes(40, 0xb1));
+}
+
+/** The stylo page takes as many bytes as the page that was fetched twice gives up. */
+TEST_F(PageExports, StyloPagesComeFirstWhateverTheSizeOfTheRequest)
+{
+    std::vector<Bytes> answers = wholeRetrieval();
+    answers[2] = wire::result(wire::list({listed(kPageA, 20), listed(kPageB, 20), listed(kPageB, 300)}));
+    answers.insert(answers.begin() + 4, wire::result(wire::binary({0xb2, 0xb3})));
+    answer(answers);
+    const Retrieved retrieved = getAllPages();
+    ASSERT_EQ(retrieved.length, 26u + (15u + 2u) + (15u + 3u) + (15u + 1u) + 11u + 10u * 4u);
+    const auto strokesAt = [&](std::size_t place, std::size_t length) {
+        const auto begin = retrieved.block.begin() + static_cast<std::ptrdiff_t>(place);
+        return Bytes(begin, begin + static_cast<std::ptrdiff_t>(length));
+    };
+    EXPECT_EQ(strokesAt(26 + 15, 2), kStyloStrokes);
+    EXPECT_EQ(strokesAt(26 + 17 + 15, 3), kStrokesA);
+    EXPECT_EQ(strokesAt(26 + 17 + 18 + 15, 1), kStrokesB);
 }
 
 TEST_F(PageExports, StrokesOfManyChunksAreWhole)
