@@ -5,6 +5,7 @@
 
 #include "pens/discovery_record.h"
 #include "support/connected_pen.h"
+#include "sys/byte_block.h"
 #include "sys/event.h"
 
 #include <gtest/gtest.h>
@@ -130,8 +131,8 @@ TEST(MemoryThatIsShort, ReleasingNeedsNone)
     EXPECT_EQ(initialise(), ZEL_OK);
     EXPECT_EQ(initialiseDfu(), ZEL_OK);
     char *text = nullptr;
-    char *list = new char[10];
-    std::uint8_t *data = new std::uint8_t[10];
+    char *list = reinterpret_cast<char *>(zel::allocateBlock(10).release());
+    std::uint8_t *data = zel::allocateBlock(10).release();
     DiscoveryHandle *own = new zel::DiscoveryRecord(record);
     PenHandle *pen = nullptr;
     DfuPenHandle *dfu = nullptr;

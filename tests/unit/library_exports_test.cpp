@@ -2,6 +2,7 @@
 #include "session/manager.h"
 #include "support/connected_pen.h"
 #include "support/log_capture.h"
+#include "sys/byte_block.h"
 
 #include "zel/zel.h"
 
@@ -82,9 +83,9 @@ TEST(LibraryExports, FreeingThroughANullPointerIsRefused)
 
 TEST(LibraryExports, FreeingNullsTheHostsPointer)
 {
-    char *text = new char[3];
-    char *list = new char[3];
-    auto *data = new uint8_t[3];
+    char *text = reinterpret_cast<char *>(allocateBlock(3).release());
+    char *list = reinterpret_cast<char *>(allocateBlock(3).release());
+    auto *data = allocateBlock(3).release();
     DiscoveryHandle *record = new DiscoveryRecord;
     EXPECT_EQ(zelFreeString(&text), ZEL_OK);
     EXPECT_EQ(zelFreePageList(&list), ZEL_OK);
@@ -107,9 +108,9 @@ TEST(LibraryExports, ReleasingGoesOnWhileTheLibraryStartsAndStops)
             char *text = nullptr;
             EXPECT_EQ(zelGetApiVersion(&text), ZEL_OK);
             EXPECT_EQ(zelFreeString(&text), ZEL_OK);
-            char *list = new char[1];
+            char *list = reinterpret_cast<char *>(allocateBlock(1).release());
             EXPECT_EQ(zelFreePageList(&list), ZEL_OK);
-            auto *data = new std::uint8_t[1];
+            auto *data = allocateBlock(1).release();
             EXPECT_EQ(zelFreePageData(&data), ZEL_OK);
             DiscoveryHandle *record = new DiscoveryRecord;
             EXPECT_EQ(zelFreeDiscoveryHandle(&record), ZEL_OK);
