@@ -13,7 +13,7 @@ namespace penctl {
 
 namespace {
 
-std::chrono::milliseconds milliseconds(double seconds)
+std::chrono::milliseconds toMillis(double seconds)
 {
     return std::chrono::milliseconds(static_cast<int64_t>(seconds * 1000));
 }
@@ -49,7 +49,7 @@ zelpp::PenInfo findOnlyPen(const zelpp::Discovery &library, const PenChoice &cho
 
 std::vector<zelpp::PenInfo> findPens(const zelpp::Discovery &library, const PenChoice &choice)
 {
-    return library.discover(milliseconds(choice.wait), milliseconds(choice.settle));
+    return library.discover(toMillis(choice.wait), toMillis(choice.settle));
 }
 
 void failWithoutPens(const PenChoice &choice)
@@ -61,7 +61,7 @@ zelpp::PenInfo findPen(const zelpp::Discovery &library, const PenChoice &choice)
 {
     if (choice.serial.empty())
         return findOnlyPen(library, choice);
-    const zelpp::Result<zelpp::PenInfo> pen = library.tryWait(choice.serial, milliseconds(choice.wait));
+    const zelpp::Result<zelpp::PenInfo> pen = library.tryWait(choice.serial, toMillis(choice.wait));
     if (!pen)
         failWithout(choice.serial, library.pens());
     return *pen;
