@@ -2,6 +2,7 @@
 
 import asyncio
 import gc
+import socket
 import threading
 import time
 
@@ -136,6 +137,66 @@ def test_after_a_service_was_away_pens_that_are_not_repeated_are_dropped(library
         ("departed", OFFICE, True),
     }
     present(library, SERIAL, "ABE-AAB-4KK-G3")
+
+
+class Announcer:
+    """A rendezvous server that announces what a test says, when it says so."""
+
+    def __init__(self, *pen_ids):
+        self._server = socket.create_server(("127.0.0.1", 3715))
+        self._listed = [self._message("", pen_id) for pen_id in pen_ids]
+        self._subscribed = threading.Event()
+        self._thread = threading.Thread(target=self._serve)
+        self._thread.start()
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *exception):
+        self._server.shutdown(socket.SHUT_RDWR)
+        self._thread.join()
+        self._server.close()
+        self._host.close()
+
+    def _message(self, command, pen_id):
+        lines = ["RVP1", command, f"pen-id={pen_id:016x}", "pen-swver=601", "acc-prot=PSP41", "service-port=1"]
+        return "\r\n".join(lines).encode() + b"\0"
+
+    def _serve(self):
+        self._host, _ = self._server.accept()
+        received = b""
+        while b"LIST\0" not in received:
+            received += self._host.recv(64)
+        self._host.sendall(b"".join(self._listed) + b"ENDLIST\0")
+        self._subscribed.set()
+
+    def arrive(self, pen_id):
+        assert self._subscribed.wait(10)
+        self._host.sendall(self._message("CONNECT", pen_id))
+
+
+def told_within(events):
+    return [(event.kind, event.pen.pen_id, event.repeated) for event in events]
+
+
+def test_a_pen_that_arrives_while_the_list_is_told_drops_no_other():
+    with Announcer(1, 2) as server, zel.Library() as library:
+        events = library.events(timeout=1.5)
+        assert told_within([next(events), next(events)]) == [("arrived", 1, False), ("arrived", 2, False)]
+        server.arrive(1)
+        assert told_within(events) == [("arrived", 1, True)]
+        assert sorted(pen.pen_id for pen in library.pens) == [1, 2]
+
+
+def test_a_list_that_is_told_slowly_drops_no_pen_before_its_end():
+    with Announcer(1, 2) as server, zel.Library() as library:
+        events = library.events(timeout=1.5)
+        next(events), next(events)
+        time.sleep(1.2)  # longer than announcements that belong together
+        for pen_id in (1, 3, 2):
+            server.arrive(pen_id)
+            time.sleep(0.6)
+        assert told_within(events) == [("arrived", 1, True), ("arrived", 3, False), ("arrived", 2, True)]
 
 
 def test_a_serial_is_waited_for_in_any_spelling(library):
