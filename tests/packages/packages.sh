@@ -44,8 +44,18 @@ into_filling_folder() {
     ' sh "$scratch" "$digits" && grep 'no space left' "$scratch/said" && [ "$(wc -l <"$scratch/said")" = 1 ] &&
         cp build/package/results/* "$scratch/product" || { cat "$scratch/said"; false; }
 }
-made() { script/package --dirty && cp "$packages/SHA256SUMS" "$scratch/first"; }
-made_again() { script/package --dirty && diff "$scratch/first" "$packages/SHA256SUMS"; }
+made() { script/package --dirty && cp -r "$packages" "$scratch/first"; }
+# Where the bytes differ, the files that do so are shown.
+made_again() {
+    local archive
+    script/package --dirty && diff "$scratch/first/SHA256SUMS" "$packages/SHA256SUMS" && return
+    for archive in "$packages"/*.tar.gz; do
+        rm -rf "$scratch/compared" && mkdir -p "$scratch/compared/"{first,second} &&
+            tar -xf "$scratch/first/${archive##*/}" -C "$scratch/compared/first" &&
+            tar -xf "$archive" -C "$scratch/compared/second" && diff -r "$scratch/compared/"{first,second} | head -40
+    done
+    return 1
+}
 sums() { (cd "$packages" && sha256sum --check --strict SHA256SUMS); }
 expect "script/package makes the packages" made
 [ "$bad_cases" = 0 ] || exit 1
