@@ -4,6 +4,7 @@ foreach(BINARY IN LISTS ZEL_BINARIES)
     cmake_path(GET BINARY PARENT_PATH FOLDER)
     cmake_path(GET BINARY FILENAME NAME)
     set(FOLDER "$ENV{DESTDIR}${CMAKE_INSTALL_PREFIX}/${FOLDER}")
+    cmake_path(ABSOLUTE_PATH FOLDER) # the prefix may be relative to where the installation was started
     set(DEBUG_FILE "${FOLDER}/.debug/${NAME}.debug")
     message(STATUS "Stripping: ${FOLDER}/${NAME}")
     file(MAKE_DIRECTORY "${FOLDER}/.debug")
