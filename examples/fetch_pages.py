@@ -2,14 +2,14 @@
 
 import sys
 
-import zel
+from zel import Library
 
 
 def report(done, total):
     print(f"\r{done} of {total} bytes", end="", flush=True)
 
 
-with zel.Library() as library:
+with Library() as library:
     info = library.wait(timeout=30)
     with library.connect(info) as pen:
         data = pen.fetch(progress=report)

@@ -1,8 +1,8 @@
-"""Packs a NuGet package: a zip archive of the specification, the files that it lists, and two files that say what is what.
+"""Packs a NuGet package: a zip archive of the nuspec file, the files that it lists, and two files that say what is what.
 
-nupkg.py SPECIFICATION FOLDER NAME=VALUE...
+nupkg.py NUSPEC FOLDER NAME=VALUE...
 
-The values stand for $NAME$ in the specification. The same files give the same bytes, which NuGet's own tools do not promise.
+The values stand for $NAME$ in the nuspec file. The same files give the same bytes, which NuGet's own tools do not promise.
 """
 
 import os
@@ -28,30 +28,30 @@ def content_types(names):
     return "\n".join([f'{HEAD}<Types xmlns="{TYPES}">', *rows, "</Types>\n"])
 
 
-def relations(specification):
+def relations(nuspec):
     return (f'{HEAD}<Relationships xmlns="{RELATIONS}">\n'
-            f'  <Relationship Id="specification" Type="{MANIFEST}" Target="/{specification}" />\n</Relationships>\n')
+            f'  <Relationship Id="nuspec" Type="{MANIFEST}" Target="/{nuspec}" />\n</Relationships>\n')
 
 
-def main(specification, folder, *settings):
-    specification = pathlib.Path(specification)
-    text = specification.read_text(encoding="utf-8")
+def main(nuspec, folder, *settings):
+    nuspec = pathlib.Path(nuspec)
+    text = nuspec.read_text(encoding="utf-8")
     for setting in settings:
         name, value = setting.split("=", 1)
         text = text.replace(f"${name}$", value)
     if "$" in text:
-        sys.exit(f"{specification} has a value that was not given")
+        sys.exit(f"{nuspec} has a value that was not given")
     xml.register_namespace("", NUSPEC)
     root = xml.fromstring(text)
     files = root.find(f"{{{NUSPEC}}}files")
-    content = {one.get("target"): (specification.parent / one.get("src")).read_bytes() for one in files}
+    content = {one.get("target"): (nuspec.parent / one.get("src")).read_bytes() for one in files}
     root.remove(files)
     xml.indent(root)
-    content[specification.name] = (HEAD + xml.tostring(root, encoding="unicode") + "\n").encode()
+    content[nuspec.name] = (HEAD + xml.tostring(root, encoding="unicode") + "\n").encode()
     metadata = root.find(f"{{{NUSPEC}}}metadata")
     parts = {
         "[Content_Types].xml": content_types(sorted(content)).encode(),
-        "_rels/.rels": relations(specification.name).encode(),
+        "_rels/.rels": relations(nuspec.name).encode(),
         **dict(sorted(content.items())),
     }
     moment = time.gmtime(int(os.environ.get("SOURCE_DATE_EPOCH", time.time())))[:6]

@@ -3,10 +3,10 @@
 import sys
 import time
 
-import zel
+from zel import Library
 
 exchanges = int(sys.argv[1])
-with zel.Library() as library, library.connect(library.wait()) as pen:
+with Library() as library, library.connect(library.wait()) as pen:
     began = time.perf_counter_ns()
     for _ in range(exchanges):
         pen.locked

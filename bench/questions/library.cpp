@@ -34,7 +34,7 @@ void addExit(const Bench &bench, Report &report, const std::string &state, const
 
 void askLibrary(const Bench &bench, Report &report)
 {
-    const std::string library = bench.library();
+    const std::string library = bench.libraryFile();
     const std::string stripped = bench.directory() + "/libzel-stripped.so";
     runProgram({"strip", "-o", stripped, library});
     addSize(report, "size of libzel.so, stripped", stripped);

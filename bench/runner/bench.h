@@ -22,7 +22,7 @@ public:
     }
 
     int rounds() const { return m_rounds; }
-    std::string library() const { return m_library + "/libzel.so"; }
+    std::string libraryFile() const { return m_library + "/libzel.so"; }
     /** For every client. */
     Words environment() const { return {"LD_LIBRARY_PATH=" + m_library}; }
     std::string program(const std::string &name) const { return m_directory + "/zel_bench_" + name; }

@@ -45,11 +45,7 @@ with_pensim() {
     shift
     "${runner[@]}" "$service" --ready-file "$scratch/ready" </dev/null >"$scratch/pensim.log" 2>&1 &
     pensim=$!
-    for _ in {1..300}; do
-        [ -e "$scratch/ready" ] && break
-        sleep 0.1
-    done
-    "$@"
+    ready "$scratch/ready" "$pensim" "$scratch/pensim.log" && "$@"
     status=$?
     kill "$pensim"
     wait "$pensim"

@@ -34,4 +34,15 @@ has() {
 
 has_not() { ! has "$@"; }
 
+# ready FILE PROCESS LOG: waits until the process has made the file; shows its log when it does not.
+ready() {
+    for _ in {1..300}; do
+        [ -e "$1" ] && return
+        kill -0 "$2" || break
+        sleep 0.1
+    done
+    cat "$3"
+    false
+}
+
 end_cases() { [ "$bad_cases" = 0 ]; }

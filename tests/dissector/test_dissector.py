@@ -258,18 +258,18 @@ def test_mangled_captures_never_end_in_an_error(tmp_path):
 
 def test_a_real_host_and_the_simulated_service(tmp_path):
     sys.path.insert(0, str(ROOT / "bindings" / "python" / "src"))
-    import zel
+    from zel import Library, PenLockedError
     from zel.testing import Pensim
 
     file = tmp_path / "real"
     dump = subprocess.Popen(["dumpcap", "-i", "lo", "-q", "-B", "64", "-w", str(file)], stderr=subprocess.PIPE, text=True)
     try:
         assert "File:" in dump.stderr.readline() or "File:" in dump.stderr.readline()
-        with Pensim(), zel.Library() as library:
+        with Pensim(), Library() as library:
             with library.connect(library.wait("AKZ-AQ7-APS-AC")) as pen:
                 assert len(pen.fetch()) == 8
                 pen.user_data = ("a", "b", "c")
-            with library.connect(library.wait("ABE-AAB-4KK-G3")) as pen, pytest.raises(zel.PenLockedError):
+            with library.connect(library.wait("ABE-AAB-4KK-G3")) as pen, pytest.raises(PenLockedError):
                 pen.battery  # noqa: B018
         time.sleep(0.5)
     finally:

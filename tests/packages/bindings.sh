@@ -45,22 +45,13 @@ needs_no_newer_glibc() {
     [ -n "$needed" ] && [ "$(printf '%s\n' "$needed" "$tag" | sort -V | tail -n 1)" = "$tag" ]
 }
 expect "the Linux wheel's library needs no newer glibc than its name says" needs_no_newer_glibc
-specification() { unzip -p "$nupkg" Zel.nuspec; }
-expect "the NuGet package has the version" has "<version>${version/+/\\+}</version>" specification
-expect "the NuGet package's specification names no files of this machine" has_not '<file |\$' specification
+nuspec() { unzip -p "$nupkg" Zel.nuspec; }
+expect "the NuGet package has the version" has "<version>${version/+/\\+}</version>" nuspec
+expect "the NuGet package's nuspec file names no files of this machine" has_not '<file |\$' nuspec
 
-ready() {
-    for _ in {1..300}; do
-        [ -e "$scratch/ready" ] && return
-        kill -0 "$service" || break
-        sleep 0.1
-    done
-    cat "$scratch/pensim.log"
-    false
-}
 "$pensim" --ready-file "$scratch/ready" </dev/null >"$scratch/pensim.log" 2>&1 & # in this shell, which ends it
 service=$!
-expect "pensim starts" ready
+expect "pensim starts" ready "$scratch/ready" "$service" "$scratch/pensim.log"
 
 # --- Python
 
@@ -70,7 +61,7 @@ expect "Python: the wheel installs into a fresh environment, without a network" 
 expect "Python: it is the only package there" prints "zel $version" alone "$python" -c \
     'import importlib.metadata as m; print(*(f"{one.name} {one.version}" for one in m.distributions() if one.name not in ("pip", "setuptools")))'
 expect "Python: the wheel's own library is loaded" prints "$scratch/venv/lib/$(basename "$(alone readlink -f /usr/bin/python3)")/site-packages/zel/_lib/libzel.so" \
-    alone "$python" -c 'import zel._native; print(zel._native.library()._name)'
+    alone "$python" -c 'import zel._native; print(zel._native.loaded_library()._name)'
 expect "Python: it lists pens" has "^$pen  1209:0001$" alone "$python" -m zel list
 expect "Python: it fetches pages" prints "$eight" alone "$python" -m zel fetch "$scratch/pages.zel" --pen "$pen"
 expect "Python: it shows them" has '^1\.2\.3\.4  200 bytes$' alone "$python" -m zel show "$scratch/pages.zel"

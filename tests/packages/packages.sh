@@ -94,22 +94,14 @@ expect "the Linux archive names nobody of this machine" owned_by_root "$linux_x6
 # --- Linux: unpacked anywhere
 
 unpack_linux() { mkdir -p "$linux" && tar -xf "$linux_x64.tar.gz" -C "$linux" --strip-components=1; }
-ready() {
-    for _ in {1..300}; do
-        [ -e "$scratch/ready" ] && return
-        kill -0 "$pensim" || break
-        sleep 0.1
-    done
-    cat "$scratch/pensim.log"
-    false
-}
+
 # expect_pensim WHAT COMMAND...: in this shell, which then can end it.
 expect_pensim() {
     local what=$1
     shift
     "$@" --ready-file "$scratch/ready" </dev/null >"$scratch/pensim.log" 2>&1 &
     pensim=$!
-    expect "$what" ready
+    expect "$what" ready "$scratch/ready" "$pensim" "$scratch/pensim.log"
 }
 c_host() {
     # shellcheck disable=SC2046 # words

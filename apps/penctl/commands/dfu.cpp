@@ -65,8 +65,9 @@ struct DfuSession {
                 kPenTaken,
                 fmt::format("another penctl works on pen {}; asking the pen now could break an upgrade off",
                             serial()));
-        return check(library.tryConnect(info), "cannot connect to the pen");
+        return check(tryConnect(), "cannot connect to the pen");
     }
+    zelpp::Result<zelpp::DfuPen> tryConnect() const { return library.tryConnect(info); }
     std::string serial() const { return printable(info.serial); }
 
     zelpp::DfuLibrary library;
@@ -166,7 +167,7 @@ private:
     std::string abortElsewhere()
     {
         std::packaged_task<bool()> task([this] {
-            zelpp::Result<zelpp::DfuPen> other = m_session.library.tryConnect(m_session.info);
+            zelpp::Result<zelpp::DfuPen> other = m_session.tryConnect();
             return other && (other->tryAbort() || other->tryClearStatus());
         });
         std::future<bool> aborted = task.get_future();

@@ -10,7 +10,7 @@ import pytest
 
 import zel
 
-from zel import _core
+from zel import Library, _core
 
 pytest_plugins = ["zel.testing"]
 
@@ -46,7 +46,7 @@ def nothing_is_left():
 
 @pytest.fixture
 def library(pensim):
-    with zel.Library() as opened:
+    with Library() as opened:
         yield opened
 
 

@@ -10,6 +10,7 @@ import pytest
 from conftest import SERIAL
 
 import zel
+from zel import Library
 from zel.testing import Pensim
 
 OFFICE = "AAB-AAA-AAB-D7"
@@ -50,7 +51,7 @@ def test_an_iteration_ends_at_its_time_out(library):
 
 
 def test_closing_the_library_ends_an_iteration_in_another_thread(pensim):
-    library = zel.Library()
+    library = Library()
     library.wait(SERIAL)
     told = []
     events = library.events()
@@ -87,7 +88,7 @@ def test_an_asyncio_iteration_ends_with_the_library_and_at_its_time_out(pensim):
         return [event async for event in events]
 
     async def watch():
-        library = zel.Library()
+        library = Library()
         assert len(await collect(library.events(timeout=0.5))) == 3
         endless = asyncio.ensure_future(collect(library.events()))
         await asyncio.sleep(0.1)
@@ -114,7 +115,7 @@ def test_fifty_pens_are_all_there(library):
 
 
 def test_a_service_that_starts_late_is_found():
-    with zel.Library() as library:
+    with Library() as library:
         with pytest.raises(TimeoutError):
             library.wait(timeout=0.1)
         with Pensim():
@@ -180,7 +181,7 @@ def told_within(events):
 
 
 def test_a_pen_that_arrives_while_the_list_is_told_drops_no_other():
-    with Announcer(1, 2) as server, zel.Library() as library:
+    with Announcer(1, 2) as server, Library() as library:
         events = library.events(timeout=1.5)
         assert told_within([next(events), next(events)]) == [("arrived", 1, False), ("arrived", 2, False)]
         server.arrive(1)
@@ -189,7 +190,7 @@ def test_a_pen_that_arrives_while_the_list_is_told_drops_no_other():
 
 
 def test_a_list_that_is_told_slowly_drops_no_pen_before_its_end():
-    with Announcer(1, 2) as server, zel.Library() as library:
+    with Announcer(1, 2) as server, Library() as library:
         events = library.events(timeout=1.5)
         next(events), next(events)
         time.sleep(1.2)  # longer than announcements that belong together
@@ -224,7 +225,7 @@ def test_refresh_announces_every_pen_again_and_drops_nobody_who_is_there(library
 
 
 def test_refresh_without_a_service_drops_every_pen():
-    with zel.Library() as library:
+    with Library() as library:
         with Pensim():
             present(library, SERIAL, OFFICE, "ABE-AAB-4KK-G3")
         library.refresh()
@@ -249,7 +250,7 @@ def test_refresh_waits_for_a_pen_that_is_in_use(library, pensim, pen):
 
 
 def test_several_libraries_share_what_the_process_has_once(pensim):
-    first, second = zel.Library(), zel.Library()
+    first, second = Library(), Library()
     assert first.wait(SERIAL).pen_id == second.wait(SERIAL).pen_id
     first.close()
     with pytest.raises(zel.NotInitializedError):

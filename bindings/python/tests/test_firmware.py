@@ -6,6 +6,7 @@ import time
 import pytest
 
 import zel
+from zel import Library
 from zel.firmware import State, Upgrades
 from zel.testing import Pensim
 
@@ -97,7 +98,7 @@ def test_a_fault_of_the_pen_is_told_in_words_and_cleared_by_the_next_try(pensim)
                       "dfu": {"manifestation_tolerant": False, "manifest_ms": 300}}])
 def test_a_pen_has_the_time_that_it_asks_for_before_it_is_reset(pensim):
     zel.firmware.download(IMAGE)
-    with zel.Library() as library:
+    with Library() as library:
         assert library.wait(timeout=10).pen_id == 1  # it runs its new firmware
 
 
@@ -208,7 +209,7 @@ def test_a_block_is_no_longer_than_its_length_can_say(upgrade_pen):
 
 
 def test_both_modes_at_once(pensim):
-    with zel.Library() as library, Upgrades() as upgrades:
+    with Library() as library, Upgrades() as upgrades:
         assert upgrades.wait().serial == SERIAL
         assert library.wait("AKZ-AQ7-APS-AC")
         assert SERIAL not in [pen.serial for pen in library.pens]

@@ -11,11 +11,12 @@ import pytest
 from conftest import SERIAL
 
 import zel
+from zel import Library
 
 
 def run(code, expected=0):
     """Runs a program of its own and returns what it printed."""
-    prelude = "import zel, time, threading, os, sys, gc\n"
+    prelude = "import zel, time, threading, os, sys, gc\nfrom zel import Library\n"
     done = subprocess.run(
         [sys.executable, "-X", "faulthandler", "-W", "error", "-c", prelude + textwrap.dedent(code)],
         capture_output=True,
@@ -47,7 +48,7 @@ def test_a_forgotten_pen_is_disconnected(library):
 
 
 def test_a_forgotten_library_with_a_forgotten_pen_ends(pensim):
-    library = zel.Library()
+    library = Library()
     pen = library.connect(library.wait(SERIAL))
     library.me, pen.me = pen, library  # a cycle, which only the collector ends
     del library, pen
@@ -56,21 +57,21 @@ def test_a_forgotten_library_with_a_forgotten_pen_ends(pensim):
 
 def test_ten_times_over(pensim):
     for _ in range(10):
-        with zel.Library() as library, library.connect(library.wait(SERIAL)) as pen:
+        with Library() as library, library.connect(library.wait(SERIAL)) as pen:
             assert pen.battery
             gc.collect()
 
 
 def test_a_program_that_ends_while_connected_ends_at_once(pensim):
     began = time.monotonic()
-    assert run(f"lib = zel.Library(); pen = lib.connect(lib.wait('{SERIAL}')); print(pen.battery.value0)") == "87\n"
+    assert run(f"lib = Library(); pen = lib.connect(lib.wait('{SERIAL}')); print(pen.battery.value0)") == "87\n"
     assert time.monotonic() - began < 5
 
 
 def test_a_program_that_ends_in_an_exception_says_only_that(pensim):
     code = f"""
         sys.excepthook = lambda kind, value, trace: print(kind.__name__)
-        lib = zel.Library(); pen = lib.connect(lib.wait('{SERIAL}'))
+        lib = Library(); pen = lib.connect(lib.wait('{SERIAL}'))
         1 / 0
         """
     assert run(code, expected=1) == "ZeroDivisionError\n"
@@ -79,7 +80,7 @@ def test_a_program_that_ends_in_an_exception_says_only_that(pensim):
 def test_a_program_ends_while_a_thread_waits_for_a_pen_that_never_answers(pensim):
     pensim.fault(SERIAL, instruction="R1GL", occurrence=2, delay_ms=3000)
     code = f"""
-        lib = zel.Library(); pen = lib.connect(lib.wait('{SERIAL}'))
+        lib = Library(); pen = lib.connect(lib.wait('{SERIAL}'))
         threading.Thread(target=lambda: pen.locked, daemon=True).start()
         time.sleep(0.3)
         print('over')
@@ -91,7 +92,7 @@ def test_a_program_ends_while_a_thread_waits_for_a_pen_that_never_answers(pensim
 
 def test_a_program_ends_while_an_iteration_runs_in_a_thread(pensim):
     code = """
-        lib = zel.Library()
+        lib = Library()
         threading.Thread(target=lambda: list(lib.events()), daemon=True).start()
         lib.wait(); print('over')
         """
@@ -104,7 +105,7 @@ def test_the_native_library_ends_before_python_does(pensim):
         disconnect, end = _native.disconnect, _native.end
         _native.disconnect = lambda name, handle: (print(name), disconnect(name, handle))
         _native.end = lambda name: (print(name), end(name))
-        lib = zel.Library(); pen = lib.connect(lib.wait('{SERIAL}'))
+        lib = Library(); pen = lib.connect(lib.wait('{SERIAL}'))
         """
     assert run(code) == "zelDisconnectPen\nzelExit\n"
 
@@ -114,15 +115,15 @@ def test_a_start_that_fails_for_want_of_descriptors_can_be_repeated(pensim):
     code = f"""
         import resource
         from zel import _native
-        _native.library()
+        _native.loaded_library()
         soft, hard = resource.getrlimit(resource.RLIMIT_NOFILE)
         resource.setrlimit(resource.RLIMIT_NOFILE, (0, hard))
         try:
-            zel.Library()
+            Library()
         except zel.ZelError as failure:
             print('failed')
         resource.setrlimit(resource.RLIMIT_NOFILE, (soft, hard))
-        with zel.Library() as lib:
+        with Library() as lib:
             print(lib.wait('{SERIAL}'))
         """
     assert run(code) == f"failed\n{SERIAL}\n"
@@ -133,7 +134,7 @@ def test_a_start_that_fails_for_want_of_a_thread_can_be_repeated(pensim):
     code = f"""
         import ctypes
         from zel import _native
-        _native.library()
+        _native.loaded_library()
         libc = ctypes.CDLL(None)
         usual, absurd = ctypes.create_string_buffer(256), ctypes.create_string_buffer(256)
         libc.pthread_getattr_default_np(usual)
@@ -141,11 +142,11 @@ def test_a_start_that_fails_for_want_of_a_thread_can_be_repeated(pensim):
         libc.pthread_attr_setstacksize(absurd, ctypes.c_size_t(1 << 47))
         libc.pthread_setattr_default_np(absurd)
         try:
-            zel.Library()
+            Library()
         except zel.ZelError as failure:
             print(failure.operation)
         libc.pthread_setattr_default_np(usual)
-        with zel.Library() as lib:
+        with Library() as lib:
             print(lib.wait('{SERIAL}'))
         """
     assert run(code) == f"zelInitialize\n{SERIAL}\n"
@@ -157,7 +158,7 @@ def test_retrievals_leave_no_memory_behind(pensim):
         def resident():
             with open('/proc/self/statm') as file:
                 return int(file.read().split()[1]) * 4096
-        with zel.Library() as lib, lib.connect(lib.wait('{SERIAL}')) as pen:
+        with Library() as lib, lib.connect(lib.wait('{SERIAL}')) as pen:
             sizes = []
             for _ in range(60):
                 assert len(pen.fetch().data) > 1200000
@@ -168,7 +169,7 @@ def test_retrievals_leave_no_memory_behind(pensim):
 
 
 def test_page_data_outlives_everything(pensim):
-    with zel.Library() as library, library.connect(library.wait(SERIAL)) as pen:
+    with Library() as library, library.connect(library.wait(SERIAL)) as pen:
         strokes = pen.fetch()[2].strokes
     gc.collect()
     assert len(bytes(strokes)) == 200
@@ -191,11 +192,11 @@ def test_pens_that_come_and_go_while_the_collector_runs(pensim, library):
 @pytest.mark.skipif(not hasattr(os, "fork"), reason="this system has no fork")
 def test_after_a_fork_the_childs_library_is_closed_and_the_parents_goes_on(pensim):
     code = f"""
-        lib = zel.Library(); pen = lib.connect(lib.wait('{SERIAL}'))
+        lib = Library(); pen = lib.connect(lib.wait('{SERIAL}'))
         child = os.fork()
         if child == 0:
             answers = [pen.closed]
-            for attempt in (lambda: pen.battery, lambda: lib.pens, zel.Library):
+            for attempt in (lambda: pen.battery, lambda: lib.pens, Library):
                 try:
                     attempt()
                 except zel.NotInitializedError:
@@ -211,7 +212,7 @@ def test_after_a_fork_the_childs_library_is_closed_and_the_parents_goes_on(pensi
 @pytest.mark.skipif(not hasattr(os, "fork"), reason="this system has no fork")
 def test_a_child_that_leaves_by_the_interpreters_end_ends(pensim):
     code = f"""
-        lib = zel.Library(); pen = lib.connect(lib.wait('{SERIAL}'))
+        lib = Library(); pen = lib.connect(lib.wait('{SERIAL}'))
         child = os.fork()
         if child != 0:
             assert os.waitpid(child, 0)[1] == 0
@@ -226,7 +227,7 @@ def test_another_user_of_the_native_library_is_reported(pensim):
         arrived = _native.RecordCallback(lambda record, context: _native.free_record(record))
         _native.call('zelInitialize', arrived, arrived, None)
         try:
-            zel.Library()
+            Library()
         except zel.AlreadyInitializedError as failure:
             print(failure.code)
         try:
@@ -242,7 +243,7 @@ def test_a_library_that_cannot_be_found_says_what_was_tried():
     code = """
         os.environ['ZEL_LIBRARY'] = '/nowhere/libzel.so'
         try:
-            zel.Library()
+            Library()
         except ImportError as failure:
             print(failure)
         """

@@ -7,6 +7,7 @@ import pytest
 from conftest import SERIAL
 
 import zel
+from zel import Library
 
 
 def test_a_pen_is_found_and_its_pages_are_fetched_and_saved(library, tmp_path):
@@ -39,7 +40,7 @@ def test_a_pen_that_does_not_come_is_a_timeout(library):
 
 
 def test_no_service_is_a_timeout():
-    with zel.Library() as library:
+    with Library() as library:
         with pytest.raises(TimeoutError, match="no pen within 0.2 s"):
             library.wait(timeout=0.2)
         assert library.pens == []

@@ -8,6 +8,7 @@ import pytest
 from conftest import LOCKED, PASSWORD, SERIAL
 
 import zel
+from zel import Library
 
 UTC = datetime.timezone.utc
 
@@ -266,7 +267,7 @@ def test_a_connection_that_is_lost_while_it_is_made_leaves_nothing(pensim, libra
 
 
 def test_a_foreign_usb_device_is_refused():
-    with zel.testing.Pensim({"pens": [{"id": "0x1", "vendor_id": 1, "product_id": 1}]}), zel.Library() as library:
+    with zel.testing.Pensim({"pens": [{"id": "0x1", "vendor_id": 1, "product_id": 1}]}), Library() as library:
         with pytest.raises(zel.DeviceNotSupportedError):
             library.connect(library.wait())
 

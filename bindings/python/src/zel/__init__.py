@@ -2,9 +2,9 @@
 
 ::
 
-    import zel
+    from zel import Library
 
-    with zel.Library() as lib:
+    with Library() as lib:
         with lib.connect(lib.wait(timeout=30)) as pen:
             data = pen.fetch(progress=lambda done, total: print(done, "of", total))
             data.save("pages.zel")
@@ -32,7 +32,7 @@ from .errors import (
     result_name,
     result_text,
 )
-from .library import Events, Library
+from .discovery import Events, Library
 from .page_data import Page, PageData, PageDataError, Property, Value, ValueType, read
 from .pen import Battery, CertificateInfo, Memory, PageList, Pen, Revisions, UserData
 

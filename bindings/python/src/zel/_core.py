@@ -185,7 +185,7 @@ class Core:
         """Adds a user; the first one starts the native library."""
         with self._lifecycle:
             if self.has_forked:
-                raise error(5, "zel.Library", "The library does not survive a fork; use it in a fresh process.")
+                raise error(5, "Library", "The library does not survive a fork; use it in a fresh process.")
             if self._users == 0:
                 self._start()
             self._users += 1

@@ -137,7 +137,7 @@ _library: Optional[ctypes.CDLL] = None
 _loading = threading.Lock()
 
 
-def library() -> ctypes.CDLL:
+def loaded_library() -> ctypes.CDLL:
     """The library, loaded at its first use: reading page data needs none."""
     global _library
     if _library is not None:
@@ -166,7 +166,7 @@ def _check_version(loaded: ctypes.CDLL) -> None:
 
 def call(name: str, *arguments: Any) -> None:
     """Calls a function of the library; another thread may run meanwhile. Raises unless it returns ``ZEL_OK``."""
-    code = getattr(library(), name)(*arguments)
+    code = getattr(loaded_library(), name)(*arguments)
     if code != 0:
         raise error(code, name)
 
@@ -184,7 +184,7 @@ def texts(name: str, handle: Any, count: int) -> Tuple[str, ...]:
     call(name, handle, *(byref(pointer) for pointer in pointers))
     taken = []
     for pointer in pointers:
-        taken.append(_taken_text(library(), pointer, "zelFreeString"))
+        taken.append(_taken_text(loaded_library(), pointer, "zelFreeString"))
     return tuple(taken)
 
 
@@ -203,7 +203,7 @@ def numbers(name: str, handle: Any, *types: Any) -> Tuple[int, ...]:
 def usb_ids(record: int) -> Tuple[int, int]:
     """The USB vendor and product id of a record; old pens have them too, although their code says otherwise."""
     vendor, product = c_uint16(), c_uint16()
-    code = library().zelGetDeviceVidAndPid(record, byref(vendor), byref(product))
+    code = loaded_library().zelGetDeviceVidAndPid(record, byref(vendor), byref(product))
     if code not in (0, 4):
         raise error(code, "zelGetDeviceVidAndPid")
     return int(vendor.value), int(product.value)
@@ -212,7 +212,7 @@ def usb_ids(record: int) -> Tuple[int, int]:
 def flag(name: str, handle: Any) -> bool:
     """Calls a function that writes one flag."""
     output = c_uint8()
-    code = getattr(library(), name)(handle, byref(output))
+    code = getattr(loaded_library(), name)(handle, byref(output))
     if code != 0:
         raise error(code, name)
     return output.value != 0
@@ -222,7 +222,7 @@ def page_list(handle: Any) -> Tuple[str, int]:
     """The page list's text and the total of its bytes."""
     pointer, total = c_void_p(), c_uint32()
     call("zelGetPageList", handle, byref(pointer), byref(total))
-    return _taken_text(library(), pointer, "zelFreePageList"), int(total.value)
+    return _taken_text(loaded_library(), pointer, "zelFreePageList"), int(total.value)
 
 
 def block(name: str, *arguments: Any) -> bytes:
@@ -232,7 +232,7 @@ def block(name: str, *arguments: Any) -> bytes:
     try:
         return ctypes.string_at(pointer, length.value) if pointer.value is not None else b""
     finally:
-        library().zelFreePageData(byref(pointer))
+        loaded_library().zelFreePageData(byref(pointer))
 
 
 def record_bytes(name: str, handle: Any, count: int) -> bytes:
@@ -256,12 +256,12 @@ def connect(name: str, release: str, *arguments: Any, handle_first: bool = False
 
 def disconnect(name: str, handle: c_void_p) -> None:
     """Releases a handle, by the function of this name. It cannot fail while the library is initialised."""
-    getattr(library(), name)(byref(handle))
+    getattr(loaded_library(), name)(byref(handle))
 
 
 def end(name: str) -> None:
     """Ends a mode of the library, by the function of this name; it succeeds also where nothing was started."""
-    getattr(library(), name)()
+    getattr(loaded_library(), name)()
 
 
 def kind_and_id(record: int) -> Tuple[int, int]:
@@ -272,7 +272,7 @@ def kind_and_id(record: int) -> Tuple[int, int]:
 
 def free_record(record: int) -> None:
     """Releases a record."""
-    library().zelFreeDiscoveryHandle(byref(c_void_p(record)))
+    loaded_library().zelFreeDiscoveryHandle(byref(c_void_p(record)))
 
 
 # Pens do not tell their encoding. UTF-8 is what they are known to use; any other byte survives a round trip.

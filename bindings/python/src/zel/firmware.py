@@ -4,7 +4,7 @@ The main job is one call::
 
     zel.firmware.download(Path("pen.img").read_bytes(), progress=lambda sent, total: print(sent, total))
 
-A pen must be in firmware-upgrade mode for it; in that mode it is not among :attr:`zel.Library.pens`, but among
+A pen must be in firmware-upgrade mode for it; in that mode it is not among :attr:`Library.pens`, but among
 :attr:`Upgrades.pens` here.
 """
 
@@ -20,7 +20,7 @@ from typing import Callable, NamedTuple, Optional
 from . import _core, _native
 from ._core import Connected, PenInfo
 from .errors import CommunicationError, NotSupportedError, ZelError, error
-from .library import Finder
+from .discovery import Finder
 
 Progress = Callable[[int, int], object]
 
@@ -278,7 +278,7 @@ class _Download:
 
 
 class Upgrades(Finder):
-    """Finds pens in firmware-upgrade mode; used like :class:`zel.Library`.
+    """Finds pens in firmware-upgrade mode; used like :class:`Library`.
 
     When the pen service goes away, this mode stops listening: then close it and make another.
     """

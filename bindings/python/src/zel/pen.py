@@ -82,7 +82,7 @@ def _millis(moment: datetime.datetime) -> int:
 
 
 class Pen(Connected):
-    """A connected pen, made by :meth:`zel.Library.connect`.
+    """A connected pen, made by :meth:`Library.connect`.
 
     Calls block until the pen's service answered; there is no time limit, so let a thread do what must not hold up
     your program. Other Python threads run meanwhile. A pen may be used by several threads; their calls take turns.

@@ -3,7 +3,7 @@
 ::
 
     def test_fetches(pensim):
-        with zel.Library() as lib, lib.connect(lib.wait()) as pen:
+        with Library() as lib, lib.connect(lib.wait()) as pen:
             assert len(pen.fetch()) == 8
 
     @pytest.mark.pensim(pens=[{"id": "0x1", "pages": [{"address": "1.2.3.4", "size": 100}]}])

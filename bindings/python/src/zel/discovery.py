@@ -181,7 +181,7 @@ class Finder:
 class Library(Finder):
     """Finds pens::
 
-        with zel.Library() as lib:
+        with Library() as lib:
             with lib.connect(lib.wait()) as pen:
                 pen.fetch().save("pages.zel")
 
