@@ -1,4 +1,4 @@
-# zel_unite(TARGET [IN_PARTS] [WITH_MAIN]): with ZEL_UNITY, the sources of each folder of a target are compiled together,
+# zel_unite(TARGET [IN_PARTS]): with ZEL_UNITY, the sources of each folder of a target are compiled together,
 # which saves most of the time that goes into headers. The scripts use it; for work on the sources
 # the ordinary build is handier. Names in the anonymous namespaces of one target must differ.
 #
@@ -6,7 +6,7 @@
 # their names, so that a new source changes one of them only.
 #
 # -DZEL_UNITY=WHOLE compiles all sources of a target together, for script/tidy: clang-tidy spends more time on the
-# headers than a compiler does. WITH_MAIN is for the library of a program: the program's main.cpp then joins them.
+# headers than a compiler does.
 option(ZEL_UNITY "Compile the sources of each folder together" OFF)
 
 function(zel_unite TARGET)
@@ -14,9 +14,6 @@ function(zel_unite TARGET)
         return()
     endif()
     set_target_properties(${TARGET} PROPERTIES UNITY_BUILD ON UNITY_BUILD_MODE GROUP)
-    if(ZEL_UNITY STREQUAL "WHOLE" AND "WITH_MAIN" IN_LIST ARGN)
-        target_sources(${TARGET} PRIVATE ${CMAKE_CURRENT_SOURCE_DIR}/main.cpp)
-    endif()
     get_target_property(SOURCES ${TARGET} SOURCES)
     foreach(SOURCE IN LISTS SOURCES)
         cmake_path(GET SOURCE PARENT_PATH FOLDER)

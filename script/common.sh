@@ -60,7 +60,7 @@ share_compilations() {
         CCACHE_BASEDIR=$root CCACHE_NOHASHDIR=1 CCACHE_DEPEND=1 CCACHE_SLOPPINESS=pch_defines,time_macros
 }
 
-configure() { cmake --preset "$1" -DZEL_UNITY=ON; }
+configure() { cmake --preset "$1" -DZEL_UNITY=ON "-DZEL_BUILD_SLOW_TESTS=${slow_tests:-ON}"; }
 
 # build PRESET [TARGET...]
 build() {

@@ -10,7 +10,9 @@ endif()
 
 zel_add_check(package PORT WINE LABELS slow COMMAND tests/install/package.sh ${PRESET} ${WINE})
 zel_add_check(abi PORT WINE COMMAND tests/abi/check.sh ${PRESET} ${WINE})
-zel_add_check(soak PORT WINE LABELS slow COMMAND ${WINE} $<TARGET_FILE:zel_soak> --minutes 0.1)
+if(TARGET zel_soak)
+    zel_add_check(soak PORT WINE LABELS slow COMMAND ${WINE} $<TARGET_FILE:zel_soak> --minutes 0.1)
+endif()
 
 if(NOT WIN32)
     zel_add_check(completion COMMAND tests/packages/completion.sh ${PROJECT_BINARY_DIR}/bin)
