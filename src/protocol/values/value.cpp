@@ -33,17 +33,10 @@ ValueList copyElements(const ValueList &elements)
 
 } // namespace
 
-void Value::release() noexcept
+void Value::WipeAndFree::operator()(std::uint8_t *block) const noexcept
 {
-    if (isArray()) {
-        std::destroy_at(&m_payload.elements);
-        return;
-    }
-    if (m_secret)
-        // NOLINTNEXTLINE(cppcoreguidelines-pro-type-const-cast): the bytes are this object's own
-        secureWipe(const_cast<std::uint8_t *>(bytes()), m_length);
-    if (ownsBlock())
-        FreeBlock()(m_payload.block);
+    secureWipe(block, size);
+    FreeBlock()(block);
 }
 
 void Value::throwTypeMismatch()
@@ -51,23 +44,30 @@ void Value::throwTypeMismatch()
     throw ZELException();
 }
 
-void Value::setBytes(const void *data, std::size_t size)
+std::unique_ptr<Value> Value::createBare(ValueType type)
 {
-    if (size > std::numeric_limits<std::uint32_t>::max())
-        throw ZELException();
-    std::uint8_t *target = m_payload.inlineBytes;
-    if (size >= kInlineSize)
-        target = m_payload.block = allocateBlock(size).release();
-    if (size > 0)
-        std::memcpy(target, data, size);
-    m_length = static_cast<std::uint32_t>(size);
+    if (isArrayType(type))
+        return createArray(type, ValueList());
+    if (type == ValueType::String || type == ValueType::Binary || type == ValueType::EscapedBinary)
+        return createBytes(type, nullptr, 0);
+    return createScalar(type, 0);
 }
 
 std::unique_ptr<Value> Value::createBytes(ValueType type, const void *data, std::size_t size, bool secret)
 {
-    std::unique_ptr<Value> value = createBare(type);
-    value->m_secret = secret;
-    value->setBytes(data, size);
+    if (size > std::numeric_limits<std::uint32_t>::max())
+        throw ZELException();
+    const auto length = static_cast<std::uint32_t>(size);
+    std::unique_ptr<Value> value(new Value(type, ShortBytes()));
+    std::uint8_t *target = std::get_if<ShortBytes>(&value->m_payload)->data();
+    if (secret && size > 0)
+        target =
+            value->m_payload.emplace<SecretBytes>(allocateBlock(size).release(), WipeAndFree{length}).get();
+    else if (size >= kInlineSize)
+        target = value->m_payload.emplace<ByteBlock>(allocateBlock(size)).get();
+    if (size > 0)
+        std::memcpy(target, data, size);
+    value->m_length = length;
     return value;
 }
 
@@ -75,8 +75,7 @@ std::unique_ptr<Value> Value::createBytesOwned(ValueType type, ByteBlock data, s
 {
     if (size < kInlineSize)
         return createBytes(type, data.get(), size);
-    std::unique_ptr<Value> value = createBare(type);
-    value->m_payload.block = data.release();
+    std::unique_ptr<Value> value(new Value(type, std::move(data)));
     value->m_length = size;
     return value;
 }
@@ -118,7 +117,7 @@ std::unique_ptr<Value> Value::createEscapedBinaryOwned(ByteBlock data, std::uint
     return createBytesOwned(ValueType::EscapedBinary, std::move(data), size);
 }
 
-std::unique_ptr<Value> Value::createArray(ValueType type, ValueList elements)
+std::unique_ptr<Value> Value::createArray(ValueType type, ValueList &&elements)
 {
     return std::unique_ptr<Value>(new Value(type, std::move(elements)));
 }
@@ -172,14 +171,14 @@ const ValueList &Value::getArray() const
 {
     if (!isArray())
         throwTypeMismatch();
-    return m_payload.elements;
+    return *std::get_if<ValueList>(&m_payload);
 }
 
 ValueList &Value::getArray()
 {
     if (!isArray())
         throwTypeMismatch();
-    return m_payload.elements;
+    return *std::get_if<ValueList>(&m_payload);
 }
 
 std::uint32_t Value::getElementType() const
@@ -199,16 +198,16 @@ std::unique_ptr<Value> Value::copy() const
     case ValueType::Int32:
     case ValueType::Long64:
     case ValueType::Terminator:
-        return createScalar(m_type, m_payload.scalar);
+        return createScalar(m_type, *std::get_if<std::uint64_t>(&m_payload));
     case ValueType::String:
     case ValueType::Binary:
     case ValueType::EscapedBinary:
-        return createBytes(m_type, bytes(), m_length, m_secret);
+        return createBytes(m_type, bytes(), m_length, std::holds_alternative<SecretBytes>(m_payload));
     case ValueType::ValueArray:
     case ValueType::TerminatedArray:
-        return createArray(m_type, copyElements(m_payload.elements));
+        return createArray(m_type, copyElements(getArray()));
     case ValueType::DataArray:
-        return createDataArray(copyElements(m_payload.elements), m_length);
+        return createDataArray(copyElements(getArray()), m_length);
     case ValueType::AnyType:
         break;
     }
@@ -217,29 +216,9 @@ std::unique_ptr<Value> Value::copy() const
 
 void Value::swap(Value &other) noexcept
 {
-    Value held(ValueType::Null, 0);
-    held.takeFrom(*this);
-    takeFrom(other);
-    other.takeFrom(held);
-}
-
-// The other becomes a null value.
-void Value::takeFrom(Value &other) noexcept
-{
-    release();
-    m_type = other.m_type;
-    m_secret = other.m_secret;
-    m_length = other.m_length;
-    if (other.isArray()) {
-        std::construct_at(&m_payload.elements, std::move(other.m_payload.elements));
-        std::destroy_at(&other.m_payload.elements);
-    } else {
-        std::memcpy(m_payload.inlineBytes, other.m_payload.inlineBytes, sizeof m_payload.inlineBytes);
-    }
-    other.m_type = ValueType::Null;
-    other.m_secret = false;
-    other.m_length = 0;
-    other.m_payload.scalar = 0;
+    m_payload.swap(other.m_payload);
+    std::swap(m_type, other.m_type);
+    std::swap(m_length, other.m_length);
 }
 
 void Value::pack()
@@ -247,7 +226,7 @@ void Value::pack()
     ValueEncoder encoder;
     encoder.encode(*this);
     const std::span<const std::uint8_t> encoded = encoder.bytes();
-    takeFrom(*createBytes(ValueType::Binary, encoded.data(), encoded.size()));
+    swap(*createBytes(ValueType::Binary, encoded.data(), encoded.size()));
 }
 
 void Value::unpack()
@@ -255,7 +234,7 @@ void Value::unpack()
     if (m_type != ValueType::Binary)
         throwTypeMismatch();
     const std::unique_ptr<Value> content = decodeValue(bytesView());
-    takeFrom(content ? *content : *createNull());
+    swap(content ? *content : *createNull());
 }
 
 bool Value::isEncodedValue() const noexcept

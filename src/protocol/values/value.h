@@ -3,6 +3,7 @@
 #include "protocol/bytes/binary_buffer.h"
 #include "sys/byte_block.h"
 
+#include <array>
 #include <cstdint>
 #include <iterator>
 #include <memory>
@@ -10,6 +11,7 @@
 #include <string>
 #include <string_view>
 #include <utility>
+#include <variant>
 #include <vector>
 
 namespace zel {
@@ -71,15 +73,11 @@ class Value
 public:
     static constexpr std::uint32_t kInlineSize = 24;
 
-    ~Value()
-    {
-        if (m_type >= ValueType::String) // the others hold nothing
-            release();
-    }
+    ~Value() = default;
     Value(const Value &) = delete;
     Value &operator=(const Value &) = delete;
 
-    static std::unique_ptr<Value> createNull() { return createBare(ValueType::Null); }
+    static std::unique_ptr<Value> createNull() { return createScalar(ValueType::Null, 0); }
     static std::unique_ptr<Value> createBool(bool value) { return createScalar(ValueType::Bool, value); }
     static std::unique_ptr<Value> createByte(std::uint8_t value)
     {
@@ -98,7 +96,7 @@ public:
         return createScalar(ValueType::Long64, value);
     }
     static std::unique_ptr<Value> createString(std::string_view text);
-    /** A string that the destructor wipes from memory. Its copies are wiped too. */
+    /** A string that is wiped from memory at the end. Its copies are wiped too. */
     static std::unique_ptr<Value> createSecretString(std::string_view text);
     /** The same for a binary. */
     static std::unique_ptr<Value> createSecretBinary(std::span<const std::uint8_t> bytes);
@@ -108,12 +106,12 @@ public:
     /** With size 0 it has no data. A negative size gives the null value. */
     static std::unique_ptr<Value> createEscapedBinary(const std::uint8_t *data, std::int32_t size);
     static std::unique_ptr<Value> createEscapedBinaryOwned(ByteBlock data, std::uint32_t size);
-    static std::unique_ptr<Value> createTerminator() { return createBare(ValueType::Terminator); }
+    static std::unique_ptr<Value> createTerminator() { return createScalar(ValueType::Terminator, 0); }
     static std::unique_ptr<Value> createValueArray(ValueList elements);
     static std::unique_ptr<Value> createDataArray(ValueList elements, std::uint32_t elementType);
     static std::unique_ptr<Value> createTerminatedArray(ValueList elements);
     /** A value with a type code only, which may be an unknown one. */
-    static std::unique_ptr<Value> createBare(ValueType type) { return createScalar(type, 0); }
+    static std::unique_ptr<Value> createBare(ValueType type);
 
     // The functions below throw ZELException (without text) when the value has another type.
     ValueType getType() const noexcept { return m_type; }
@@ -128,7 +126,7 @@ public:
     {
         if (!isNumberType(m_type))
             throwTypeMismatch();
-        return m_payload.scalar;
+        return *std::get_if<std::uint64_t>(&m_payload);
     }
     void getString(std::string &out) const { out = textView(); }
     /** The text, borrowed from the value. */
@@ -162,65 +160,49 @@ public:
     void appendTo(std::string &out, std::int32_t indent = 0) const;
 
 private:
-    union Payload {
-        Payload() noexcept : scalar(0) {}
-        ~Payload() {} // NOLINT(modernize-use-equals-default): that would be deleted
-        Payload(const Payload &) = delete;
-        Payload &operator=(const Payload &) = delete;
-
-        std::uint64_t scalar;
-        std::uint8_t *block; // owned; texts and bytes of kInlineSize or more
-        std::uint8_t inlineBytes[kInlineSize];
-        ValueList elements;
+    struct WipeAndFree {
+        std::uint32_t size = 0;
+        void operator()(std::uint8_t *block) const noexcept;
     };
 
-    Value(ValueType type, std::uint64_t scalar) noexcept : m_type(type)
-    {
-        if (isArrayType(type))
-            std::construct_at(&m_payload.elements);
-        else
-            m_payload.scalar = scalar;
-    }
+    /** Bytes, those of a text too, shorter than kInlineSize. */
+    using ShortBytes = std::array<std::uint8_t, kInlineSize>;
+    using SecretBytes = std::unique_ptr<std::uint8_t[], WipeAndFree>;
+    using Payload = std::variant<std::uint64_t, ShortBytes, ByteBlock, SecretBytes, ValueList>;
 
-    Value(ValueType type, ValueList elements) noexcept : m_type(type)
+    template <class Content>
+    Value(ValueType type, Content &&content) noexcept
+        : m_payload(std::forward<Content>(content)), m_type(type)
     {
-        std::construct_at(&m_payload.elements, std::move(elements));
     }
 
     static std::unique_ptr<Value> createScalar(ValueType type, std::uint64_t scalar)
     {
         return std::unique_ptr<Value>(new Value(type, scalar));
     }
-    static std::unique_ptr<Value> createArray(ValueType type, ValueList elements);
+    static std::unique_ptr<Value> createArray(ValueType type, ValueList &&elements);
     static std::unique_ptr<Value> createBytes(ValueType type, const void *data, std::size_t size,
                                               bool secret = false);
     static std::unique_ptr<Value> createBytesOwned(ValueType type, ByteBlock data, std::uint32_t size);
 
-    static bool hasBytes(ValueType type) noexcept
-    {
-        return type == ValueType::String || type == ValueType::Binary || type == ValueType::EscapedBinary;
-    }
     [[noreturn]] static void throwTypeMismatch();
-    /** The value must not have any bytes yet. */
-    void setBytes(const void *data, std::size_t size);
-
     std::uint64_t scalarOf(ValueType type) const
     {
         if (m_type != type)
             throwTypeMismatch();
-        return m_payload.scalar;
+        return *std::get_if<std::uint64_t>(&m_payload);
     }
-    bool ownsBlock() const noexcept { return hasBytes(m_type) && m_length >= kInlineSize; }
     const std::uint8_t *bytes() const noexcept
     {
-        return m_length < kInlineSize ? m_payload.inlineBytes : m_payload.block;
+        if (const auto *const bytes = std::get_if<ShortBytes>(&m_payload))
+            return bytes->data();
+        if (const auto *const block = std::get_if<ByteBlock>(&m_payload))
+            return block->get();
+        return std::get_if<SecretBytes>(&m_payload)->get();
     }
-    void release() noexcept;
-    void takeFrom(Value &other) noexcept;
 
     Payload m_payload;
     ValueType m_type;
-    bool m_secret = false;      // the destructor wipes text and bytes
     std::uint32_t m_length = 0; // length of text or bytes; element type of a data array
 };
 
