@@ -47,12 +47,12 @@ foreach(ZEL_CLI_CASE IN LISTS ZEL_CLI_CASES)
 endforeach()
 
 zel_add_check(python PORT COMMAND ${PYTEST} -c bindings/python/pyproject.toml bindings/python/tests)
-zel_add_check(wireshark PORT COMMAND ${PYTEST} -c tests/dissector/pytest.ini tests/dissector)
+zel_add_check(wireshark PORT LABELS slow COMMAND ${PYTEST} -c tests/dissector/pytest.ini tests/dissector)
 file(GLOB ZEL_DOCUMENT_TESTS CONFIGURE_DEPENDS documents/test_*.py)
 list(FILTER ZEL_DOCUMENT_TESTS EXCLUDE REGEX "/test_site\\.py$")
-zel_add_check(documents_tried PORT COMMAND ${PYTEST} -c tests/documents/pytest.ini ${ZEL_DOCUMENT_TESTS})
-zel_add_check(site PORT COMMAND ${PYTEST} -c tests/documents/pytest.ini tests/documents/test_site.py)
-zel_add_check(desk PORT SECONDS 900 COMMAND ${PYTEST} -c tests/desk/pytest.ini tests/desk)
+zel_add_check(documents_tried PORT LABELS slow COMMAND ${PYTEST} -c tests/documents/pytest.ini ${ZEL_DOCUMENT_TESTS})
+zel_add_check(site PORT LABELS slow COMMAND ${PYTEST} -c tests/documents/pytest.ini tests/documents/test_site.py)
+zel_add_check(desk PORT LABELS slow SECONDS 900 COMMAND ${PYTEST} -c tests/desk/pytest.ini tests/desk)
 zel_add_check(dotnet PORT COMMAND bindings/dotnet/test)
 
 zel_add_check(format LABELS style

@@ -537,7 +537,30 @@ def test_the_log_holds_so_many_lines(page, service):
     for _ in range(1000):
         host.ask(Host.LOCK_STATUS, Host.LOCK_STATUS_LENGTH)
     page.wait(lambda: page.text("log-count") == "1,005 lines", "all are kept")
-    assert len(page.all("#log .line")) == 400
+    page.wait(lambda: len(page.all("#log .line")) == 400, "the last ones are drawn")
+    host.close()
+
+
+def test_of_a_rush_of_lines_the_last_ones_are_drawn_and_the_others_when_somebody_reads(page, service):
+    host = Host(service.pen(NOTEBOOK)["port"])
+    log = "const log = document.getElementById('log');"
+    is_over = threading.Event()
+
+    def rush():
+        while not is_over.wait(0.02):
+            host.ask(Host.LOCK_STATUS * 20, Host.LOCK_STATUS_LENGTH * 20)
+
+    thread = threading.Thread(target=rush)
+    thread.start()
+    try:
+        page.wait(lambda: int(page.text("log-count").split()[0].replace(",", "")) > 600, "there are many")
+        page.wait(lambda: len(page.lines()) == 40, "the last ones are drawn")
+        page.driver.execute_script(f"{log} log.scrollTop = 0")
+    finally:
+        is_over.set()
+        thread.join()
+    page.wait(lambda: len(page.all("#log .line")) == 400, "the others are there too")
+    assert page.driver.execute_script(f"{log} return log.scrollHeight - log.scrollTop - log.clientHeight") > 100
     host.close()
 
 

@@ -498,6 +498,7 @@ onClick("details-close", closeDetails);
 
 const mostKept = 10000;
 const mostDrawn = 400;
+const mostInSight = 40; // lines that are drawn while they come faster than anybody reads
 let kept = []; // lines, oldest first
 let shown = []; // those that wait to be drawn
 let paused = false;
@@ -592,33 +593,41 @@ function drawCount() {
 }
 
 let isFollowing = true; // whether the newest line stays in sight
-let scrolledByUs = false;
 element("log").addEventListener("scroll", () => {
-  if (scrolledByUs) {
-    scrolledByUs = false;
-    return;
-  }
   const log = element("log");
   isFollowing = log.scrollHeight - log.scrollTop - log.clientHeight < 40;
 }, { passive: true });
 
+// Of a rush of lines the last ones are drawn at once, and the others when it is over, or when somebody reads.
+let catchingUp = 0;
+function catchUp() {
+  const log = element("log");
+  const rest = log.scrollHeight - log.scrollTop;
+  shown = [];
+  log.replaceChildren(...kept.filter(fits).slice(-mostDrawn).map(rowOf));
+  log.scrollTop = log.scrollHeight - rest;
+}
+
 let drawing = 0;
 function drawLog() {
   drawing = 0;
+  drawCount(); // before the log is scrolled, for which the browser lays out the page
   if (shown.length) {
     const log = element("log");
-    const fresh = shown.slice(-mostDrawn);
+    const isRush = isFollowing && shown.length > mostInSight;
+    const most = isRush ? mostInSight : mostDrawn;
+    const fresh = shown.slice(-most);
     shown = [];
-    const over = log.childElementCount + fresh.length - mostDrawn;
-    if (fresh.length === mostDrawn) log.replaceChildren();
+    if (isRush) {
+      clearTimeout(catchingUp);
+      catchingUp = setTimeout(catchUp, 500);
+    }
+    const over = log.childElementCount + fresh.length - most;
+    if (fresh.length === most) log.replaceChildren();
     else for (let i = 0; i < over; ++i) log.firstElementChild.remove();
     log.append(...fresh.map(rowOf));
-    if (isFollowing) {
-      scrolledByUs = true;
-      log.scrollTop = log.scrollHeight;
-    }
+    if (isFollowing) log.scrollTop = log.scrollHeight;
   }
-  drawCount();
 }
 
 function planLog() {
