@@ -18,6 +18,7 @@ int main(int argc, char **argv)
     for (int i = 0; i < exchanges; ++i)
         locked += pen.isLocked() ? 1 : 0;
     std::printf("exchange %.0f\n", since(began) / exchanges);
+    pen.fetchAll();
     began = Clock::now();
     const zelpp::PageData data = pen.fetchAll();
     std::printf("retrieval %.0f\n", since(began));

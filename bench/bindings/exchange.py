@@ -11,6 +11,7 @@ with Library() as library, library.connect(library.wait()) as pen:
     for _ in range(exchanges):
         pen.locked
     print("exchange", (time.perf_counter_ns() - began) // exchanges)
+    pen.fetch()
     began = time.perf_counter_ns()
     data = pen.fetch()
     print("retrieval", time.perf_counter_ns() - began)

@@ -223,11 +223,13 @@ namespace Zel
             new FirmwareDownload(this, Native.Data(image, nameof(image)), progress, cancellation).Run();
         }
 
-        private void Do(string operation, Command command) => handle.Use(operation, () =>
+        private void Do(string operation, Command command)
         {
-            Native.Check(command(handle), operation);
-            return true;
-        });
+            using (handle.Enter(operation))
+            {
+                Native.Check(command(handle), operation);
+            }
+        }
     }
 
     /// <summary>Finds pens in firmware-upgrade mode; used like <see cref="PenManager"/>.</summary>

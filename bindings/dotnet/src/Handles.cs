@@ -1,5 +1,6 @@
 using System;
 using System.Runtime.InteropServices;
+using System.Threading;
 
 namespace Zel
 {
@@ -73,29 +74,31 @@ namespace Zel
             }
         }
 
+        /// <summary>Makes the caller the only user of the handle, until it disposes of the turn.</summary>
+        internal Turn Enter(string operation)
+        {
+            Monitor.Enter(Gate);
+            if (!Running && !IsClosed)
+            {
+                Running = true;
+                return new Turn(this);
+            }
+            bool nested = Running;
+            Monitor.Exit(Gate);
+            if (nested)
+            {
+                throw new InvalidOperationException(
+                    $"{operation}: this pen is in use by the call that this code was called from.");
+            }
+            throw new ObjectDisposedException("Pen", $"{operation}: the pen is closed.");
+        }
+
         /// <summary>Calls a function as the only user of the handle.</summary>
         internal T Use<T>(string operation, Func<T> function)
         {
-            lock (Gate)
+            using (Enter(operation))
             {
-                if (Running)
-                {
-                    throw new InvalidOperationException(
-                        $"{operation}: this pen is in use by the call that this code was called from.");
-                }
-                if (IsClosed)
-                {
-                    throw new ObjectDisposedException("Pen", $"{operation}: the pen is closed.");
-                }
-                Running = true;
-                try
-                {
-                    return function();
-                }
-                finally
-                {
-                    Running = false;
-                }
+                return function();
             }
         }
 
@@ -137,6 +140,23 @@ namespace Zel
                 core.Release();
             });
             return true;
+        }
+
+        /// <summary>A structure, as a pen is asked often: a turn takes no memory.</summary>
+        internal struct Turn : IDisposable
+        {
+            private readonly PenHandle pen;
+
+            internal Turn(PenHandle pen)
+            {
+                this.pen = pen;
+            }
+
+            public void Dispose()
+            {
+                pen.Running = false;
+                Monitor.Exit(pen.Gate);
+            }
         }
     }
 }

@@ -461,29 +461,40 @@ namespace Zel
             return Epoch.AddMilliseconds(millis);
         });
 
-        private void Do(string operation, Command command) => handle.Use(operation, () =>
+        private void Do(string operation, Command command)
         {
-            Native.Check(command(handle), operation);
-            return true;
-        });
+            using (handle.Enter(operation))
+            {
+                Native.Check(command(handle), operation);
+            }
+        }
 
-        private string Text(string operation, Native.TextGetter getter) => handle.Use(operation, () =>
+        private string Text(string operation, Native.TextGetter getter)
         {
-            Native.Check(getter(handle, out IntPtr text), operation);
-            return Native.TakeText(text);
-        });
+            using (handle.Enter(operation))
+            {
+                Native.Check(getter(handle, out IntPtr text), operation);
+                return Native.TakeText(text);
+            }
+        }
 
-        private bool Flag(string operation, Native.FlagGetter getter) => handle.Use(operation, () =>
+        private bool Flag(string operation, Native.FlagGetter getter)
         {
-            Native.Check(getter(handle, out byte flag), operation);
-            return flag != 0;
-        });
+            using (handle.Enter(operation))
+            {
+                Native.Check(getter(handle, out byte flag), operation);
+                return flag != 0;
+            }
+        }
 
-        private T Number<T>(string operation, NumberGetter<T> getter) => handle.Use(operation, () =>
+        private T Number<T>(string operation, NumberGetter<T> getter)
         {
-            Native.Check(getter(handle, out T number), operation);
-            return number;
-        });
+            using (handle.Enter(operation))
+            {
+                Native.Check(getter(handle, out T number), operation);
+                return number;
+            }
+        }
 
         private byte[] Retrieve(string operation, byte[] list, IProgress<FetchProgress> progress)
         {
