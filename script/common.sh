@@ -53,11 +53,13 @@ enter_own_network() {
     need_rendezvous_port
 }
 
-# What several builds compile alike, such as those of the packages, is compiled once.
+# What several builds compile alike, such as those of the packages, is compiled once: the names of their folders, which
+# the compiler is told to leave out of what it makes, are no difference.
 share_compilations() {
     [ -z "${CMAKE_CXX_COMPILER_LAUNCHER:-}" ] || return 0
     export CMAKE_C_COMPILER_LAUNCHER=ccache CMAKE_CXX_COMPILER_LAUNCHER=ccache CCACHE_DIR=$root/build/ccache \
-        CCACHE_BASEDIR=$root CCACHE_NOHASHDIR=1 CCACHE_DEPEND=1 CCACHE_SLOPPINESS=pch_defines,time_macros
+        CCACHE_BASEDIR=$root CCACHE_NOHASHDIR=1 CCACHE_DEPEND=1 CCACHE_SLOPPINESS=pch_defines,time_macros \
+        CCACHE_IGNOREOPTIONS='-ffile-prefix-map=*'
 }
 
 configure() { cmake --preset "$1" -DZEL_UNITY=ON "-DZEL_BUILD_SLOW_TESTS=${slow_tests:-ON}"; }

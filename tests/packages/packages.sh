@@ -139,9 +139,9 @@ expect "Linux: penctl says that it has stand-ins" has 'stand-in for the chaining
 expect "Linux: the README says it too" has 'stand-in for the chaining value and USB table' cat "$linux/README.txt"
 expect "Linux: the debug archive gives GDB the lines" lines_known
 
-# By script/test, in other folders. Its code: a compiler cache makes other paths of the rest.
+# By script/test, in other folders. Its code: the rest knows where it was built, through a compiler cache.
 code_of() { objcopy -O binary -j .text "$1" "$2"; }
-built_elsewhere() {
+holds_tested_code() {
     local preset=$1 unpacked=$2 file
     grep -q '^ZEL_UNITY:BOOL=ON$' "build/$preset/CMakeCache.txt" || { echo "build/$preset was not configured as script/test does"; return 1; }
     shift 2
@@ -150,7 +150,7 @@ built_elsewhere() {
             [ -s "$scratch/packed" ] && cmp "$scratch/built" "$scratch/packed" || return
     done
 }
-expect "Linux: what is built in another folder is the same" built_elsewhere native "$linux" "lib/libzel.so.$version_numbers" bin/penctl bin/pensim
+expect "Linux: it is the code that was tested" holds_tested_code native "$linux" "lib/libzel.so.$version_numbers" bin/penctl bin/pensim
 
 # The version stands in all of it.
 expect "Linux: pkg-config tells the version" same "$(PKG_CONFIG_LIBDIR=$linux/lib/pkgconfig pkg-config --modversion zel)" "$version_numbers"
@@ -228,7 +228,7 @@ expect "Windows: the bill of materials" same "$(components "$windows/sbom.cdx.js
 expect "Windows: its versions" versions_right "$windows/sbom.cdx.json"
 expect "Windows: a host links zel.lib by lld-link" compiled_for_microsoft
 expect "Windows: a host links libzel.dll.a by MinGW" by_mingw
-expect "Windows: what is built in another folder is the same" built_elsewhere windows "$windows" bin/zel.dll bin/penctl.exe bin/pensim.exe
+expect "Windows: it is the code that was tested" holds_tested_code windows "$windows" bin/zel.dll bin/penctl.exe bin/pensim.exe
 expect "Windows: the README tells the version" has "zel $version for Windows" cat "$windows/README.txt"
 expect "Windows: the README says that there are stand-ins" has 'stand-in for the chaining value and USB table' cat "$windows/README.txt"
 expect "Windows: lines of what is opened there end as there" same "$(grep -L $'\r$' "$windows"/{README.txt,try.cmd})" ''
