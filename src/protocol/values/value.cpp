@@ -169,16 +169,18 @@ BinaryBuffer Value::getBinaryBuffer() const
 
 const ValueList &Value::getArray() const
 {
-    if (!isArray())
+    auto *const elements = std::get_if<ValueList>(&m_payload);
+    if (elements == nullptr)
         throwTypeMismatch();
-    return *std::get_if<ValueList>(&m_payload);
+    return *elements;
 }
 
 ValueList &Value::getArray()
 {
-    if (!isArray())
+    auto *const elements = std::get_if<ValueList>(&m_payload);
+    if (elements == nullptr)
         throwTypeMismatch();
-    return *std::get_if<ValueList>(&m_payload);
+    return *elements;
 }
 
 std::uint32_t Value::getElementType() const
