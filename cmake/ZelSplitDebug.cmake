@@ -1,5 +1,8 @@
 # At installation, for each of ZEL_BINARIES (paths below the prefix): its debug information goes to .debug/
 # beside it, where GDB looks for it, and the rest is stripped.
+if(NOT DEFINED ENV{SOURCE_DATE_EPOCH})
+    set(ENV{SOURCE_DATE_EPOCH} 0) # objcopy would write the time of the installation into Windows programs
+endif()
 foreach(BINARY IN LISTS ZEL_BINARIES)
     cmake_path(GET BINARY PARENT_PATH FOLDER)
     cmake_path(GET BINARY FILENAME NAME)

@@ -33,6 +33,8 @@ case $preset in
         done
         ;;
     windows)
+        expect "windows: the installed DLL does not tell the time" has '^Time/Date.*Thu Jan +1 00:00:00 1970' \
+            env TZ=UTC x86_64-w64-mingw32-objdump -p "$prefix/bin/zel.dll"
         expect "windows: hosts build from the package with MinGW" \
             consumer windows --toolchain "$PWD/cmake/toolchain-mingw64.cmake"
         for host in c_host cpp_host cpp17_host list_pens; do
