@@ -71,4 +71,6 @@ expect "a build folder that is full" refused "no space left" on_full "$copy/buil
 no_lock_taken() { exec {lock}>build/package/lock && flock -n "$lock" && package; }
 mkdir -p build/package
 expect "a second run at the same time" refused "Another script/package" no_lock_taken
+mv "$copy" "$scratch/a copy" && copy="$scratch/a copy"
+expect "a tree in a folder with a blank in its name" refused "folder with a blank in its name" in_copy
 end_cases
