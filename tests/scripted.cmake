@@ -28,7 +28,7 @@ if(WIN32)
         zel_add_check(cli.${LETTERS} PORT WINE COMMAND tests/cli/run build/windows/bin ${WINE})
         set_tests_properties(cli.${LETTERS} PROPERTIES ENVIRONMENT "ZEL_CLI_CASE=[${LETTERS}]*")
     endforeach()
-    zel_add_check(desk PORT WINE SECONDS 900 COMMAND ${PYTEST} -c tests/desk/pytest.ini tests/desk/test_http.py)
+    zel_add_check(desk PORT WINE LABELS slow SECONDS 900 COMMAND ${PYTEST} -c tests/desk/pytest.ini tests/desk/test_http.py)
     set_tests_properties(desk PROPERTIES
         ENVIRONMENT "ZEL_PENSIM=${WINE} ${PROJECT_BINARY_DIR}/bin/pensim.exe")
     # Makes the packages of both platforms, so it begins before the others do.
