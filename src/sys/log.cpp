@@ -3,7 +3,6 @@
 #include <atomic>
 #include <cstdarg>
 #include <cstdio>
-#include <memory>
 
 namespace zel {
 
@@ -75,12 +74,12 @@ std::string FormatLogText(const char *format, ...)
     if (static_cast<std::size_t>(length) < sizeof first)
         return std::string(first, static_cast<std::size_t>(length));
 
-    const std::size_t size = (static_cast<std::size_t>(length) / kGrowthStep + 1) * kGrowthStep;
-    const auto buffer = std::make_unique_for_overwrite<char[]>(size);
+    std::string text((static_cast<std::size_t>(length) / kGrowthStep + 1) * kGrowthStep, '\0');
     va_start(arguments, format);
-    std::vsnprintf(buffer.get(), size, format, arguments);
+    std::vsnprintf(text.data(), text.size(), format, arguments);
     va_end(arguments);
-    return std::string(buffer.get(), static_cast<std::size_t>(length));
+    text.resize(static_cast<std::size_t>(length));
+    return text;
 }
 
 } // namespace zel
