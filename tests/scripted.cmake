@@ -25,7 +25,7 @@ set(PYTEST env PYTHONDONTWRITEBYTECODE=1 /usr/bin/python3 -m pytest -q -p no:cac
 if(WIN32)
     # A few cases at a time: each start under Wine takes a second.
     foreach(LETTERS a-e f-l m-r s-z)
-        zel_add_check(cli.${LETTERS} PORT WINE COMMAND tests/cli/run build/windows/bin ${WINE})
+        zel_add_check(cli.${LETTERS} PORT WINE LABELS slow COMMAND tests/cli/run build/windows/bin ${WINE})
         set_tests_properties(cli.${LETTERS} PROPERTIES ENVIRONMENT "ZEL_CLI_CASE=[${LETTERS}]*")
     endforeach()
     zel_add_check(desk PORT WINE LABELS slow SECONDS 900 COMMAND ${PYTEST} -c tests/desk/pytest.ini tests/desk/test_http.py)

@@ -86,7 +86,7 @@ fixed_version() {
 }
 numbers_are() { [ "$(fixed_version "$1")" = "$2 $2" ] || { fixed_version "$1"; false; }; }
 
-for pe in "$dll" build/windows/bin/penctl.exe build/windows/bin/pensim.exe; do
+for pe in "$dll" build/windows/bin/*.exe; do
     name=${pe##*/}
     expect "$name: whose it is" tells "$pe" CompanyName "the zel authors"
     expect "$name: its copyright" tells "$pe" LegalCopyright "Copyright (c) 2026 the zel authors"
@@ -95,7 +95,7 @@ for pe in "$dll" build/windows/bin/penctl.exe build/windows/bin/pensim.exe; do
     expect "$name: its product's version as text" tells "$pe" ProductVersion "$version.0"
     expect "$name: both versions as numbers" numbers_are "$pe" "$version.0"
 done
-for pe in build/windows/bin/penctl.exe build/windows/bin/pensim.exe; do
+for pe in build/windows/bin/*.exe; do
     name=${pe##*/}
     expect "$name: takes long paths" has '<longPathAware .*>true<' strings "$pe"
     expect "$name: its code page is UTF-8" has '<activeCodePage .*>UTF-8<' strings "$pe"
@@ -113,11 +113,11 @@ undated() {
     [ -z "$dated" ] || { printf '%s\n' "$dated" | head; false; }
 }
 
-for file in "$so" build/native/bin/{penctl,pensim} "$dll" build/windows/bin/{penctl,pensim}.exe \
+for file in "$so" build/native/bin/{penctl,pensim} "$dll" build/windows/bin/*.exe \
     build/windows/{zel.lib,libzel.dll.a}; do
     expect "${file##*/}: does not tell where it was built" silent_about "$file" "$PWD"
 done
-for pe in "$dll" build/windows/bin/penctl.exe build/windows/bin/pensim.exe; do
+for pe in "$dll" build/windows/bin/*.exe; do
     expect "${pe##*/}: does not tell when it was built" has '^Time/Date.*Thu Jan +1 00:00:00 1970' \
         env TZ=UTC $mingw-objdump -p "$pe"
 done
