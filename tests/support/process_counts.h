@@ -17,8 +17,8 @@ struct ProcessCounts {
 void PrintTo(const ProcessCounts &counts, std::ostream *out);
 
 ProcessCounts countProcess();
-/** The same, once they are as expected: a thread that has been joined, and a socket that its service is about
- *  to close, count a moment longer. Waits for some seconds at the most. */
+/** The same, once they are as expected: a socket that its service is about to close, and on Windows a thread
+ *  that has been joined, count a moment longer. Waits for some seconds at the most. */
 ProcessCounts countProcess(const ProcessCounts &expected);
 
 /** Whether the counts can be had after every call, and to the one. Not under Wine, where they take long, a

@@ -42,3 +42,16 @@ TEST(ProcessCounts, ThreadIsCounted)
     EXPECT_EQ(threadsBesideAnother(), before.threads + 1);
     EXPECT_EQ(countProcess(before).threads, before.threads);
 }
+
+TEST(ProcessCounts, JoinedThreadIsNotCounted)
+{
+    if (!countsExactly())
+        GTEST_SKIP() << "the system may count it a moment longer";
+    threadsBesideAnother();
+    const std::size_t before = countProcess().threads;
+    constexpr int kTimes = 1000; // it lingers now and then
+    for (int i = 0; i < kTimes; ++i) {
+        std::thread([] {}).join();
+        ASSERT_EQ(countProcess().threads, before);
+    }
+}
