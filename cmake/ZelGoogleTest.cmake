@@ -1,6 +1,6 @@
-# The ordinary build takes the distribution's library of GoogleTest. That fits neither the cross-build nor the sanitizers:
-# they build it from its sources (Debian has them, in googletest).
-if(NOT CMAKE_CROSSCOMPILING AND NOT ZEL_SANITIZE)
+# A build takes the distribution's library of GoogleTest. That fits neither the cross-build nor ThreadSanitizer: they
+# build it from its sources (Debian has them, in googletest).
+if(NOT CMAKE_CROSSCOMPILING AND NOT ZEL_SANITIZE MATCHES "thread")
     find_package(GTest REQUIRED)
     return()
 endif()

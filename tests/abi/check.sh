@@ -6,8 +6,9 @@
 #   tests/abi/check.sh windows [RUNNER...]
 #   tests/abi/check.sh --move
 #
-# Run in the root of the tree, after that build. RUNNER starts the programs (Wine). --move writes the baseline anew, which a
-# release does that adds functions; what a host relies on never changes within a major version.
+# Run in the root of the tree, after that build and the native one, whose pensim serves both. RUNNER starts the
+# programs (Wine). --move writes the baseline anew, which a release does that adds functions; what a host relies on never
+# changes within a major version.
 source tests/checks/cases.sh
 
 library=build/native/libzel.so
@@ -41,9 +42,8 @@ old_host_for_windows() {
 }
 
 with_pensim() {
-    local service=$1 pensim status
-    shift
-    "${runner[@]}" "$service" --ready-file "$scratch/ready" </dev/null >"$scratch/pensim.log" 2>&1 &
+    local pensim status
+    build/native/bin/pensim --ready-file "$scratch/ready" </dev/null >"$scratch/pensim.log" 2>&1 &
     pensim=$!
     ready "$scratch/ready" "$pensim" "$scratch/pensim.log" && "$@"
     status=$?
@@ -58,13 +58,13 @@ case $platform in
         expect "libzel.so is what hosts of 1.0.0 were linked with" unchanged
         expect "a host builds against the header of 1.0.0" old_host
         expect "that host runs on the library of today" \
-            with_pensim build/native/bin/pensim env LD_LIBRARY_PATH=build/native timeout 60 "$scratch/old_host"
+            with_pensim env LD_LIBRARY_PATH=build/native timeout 60 "$scratch/old_host"
         ;;
     windows)
         expect "zel.dll exports what 1.0.0 did" within "$(released_names)" "$(exported_by_dll)"
         expect "a host for Windows builds against the header and the names of 1.0.0" old_host_for_windows
         expect "that host runs on the DLL of today" \
-            with_pensim build/windows/bin/pensim.exe timeout 60 "${runner[@]}" "$scratch/old_host.exe"
+            with_pensim timeout 60 "${runner[@]}" "$scratch/old_host.exe"
         ;;
 esac
 end_cases

@@ -3,6 +3,7 @@
 # resources, and nothing of the machine that built them.
 # Run in the root of the tree, after both platforms were built.
 source "$(dirname "$0")/cases.sh"
+shopt -s nullglob # only "script/test all" builds the programs for Windows
 
 so=build/native/libzel.so
 dll=build/windows/zel.dll

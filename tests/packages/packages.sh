@@ -23,7 +23,7 @@ end_pensim() {
 trap 'end_pensim; rm -rf "$scratch"' EXIT
 export LC_ALL=C.UTF-8
 export ZEL_PACKAGE_LAUNCHER=${CMAKE_CXX_COMPILER_LAUNCHER:-} # what the other builds compile alike is there
-export CMAKE_BUILD_PARALLEL_LEVEL=${CMAKE_BUILD_PARALLEL_LEVEL:-1} # other tests run beside this one; hence nice, too
+export CMAKE_BUILD_PARALLEL_LEVEL=${CMAKE_BUILD_PARALLEL_LEVEL:-1} # other tests run beside this one
 
 # alone COMMAND...: with nothing in the environment that could help.
 clean=(env -i PATH=/usr/bin:/bin "HOME=$scratch" LC_ALL=C.UTF-8)
@@ -38,17 +38,17 @@ into_filling_folder() {
     mkdir "$scratch/small" "$scratch/product" && echo '0x4242 0x1717' >"$scratch/table" && rm -rf build/package/results || return
     unshare --mount --map-root-user sh -c 'mount -t tmpfs -o size=64m zel "$1/small" && echo kept >"$1/small/kept" || exit
         { until ls build/package/results/*.deb >"$1/debs" 2>&1; do sleep 0.1; done; head -c 64M /dev/zero >"$1/small/kept2" 2>&1; } &
-        ! nice -n 10 script/package --dirty --output "$1/small" --usb-table "$1/table" --chaining-value "$2" >"$1/said" 2>&1
+        ! script/package --dirty --output "$1/small" --usb-table "$1/table" --chaining-value "$2" >"$1/said" 2>&1
         status=$?; kill $! 2>/dev/null
         [ $status = 0 ] && [ "$(ls -A "$1/small" | tr "\n" " ")" = "kept kept2 " ]
     ' sh "$scratch" "$digits" && grep 'no space left' "$scratch/said" && [ "$(wc -l <"$scratch/said")" = 1 ] &&
         cp build/package/results/* "$scratch/product" || { cat "$scratch/said"; false; }
 }
-made() { nice -n 10 script/package --dirty && cp -r "$packages" "$scratch/first"; }
+made() { script/package --dirty && cp -r "$packages" "$scratch/first"; }
 # Where the bytes differ, the files that do so are shown.
 made_again() {
     local archive
-    nice -n 10 script/package --dirty && diff "$scratch/first/SHA256SUMS" "$packages/SHA256SUMS" && return
+    script/package --dirty && diff "$scratch/first/SHA256SUMS" "$packages/SHA256SUMS" && return
     for archive in "$packages"/*.tar.gz; do
         rm -rf "$scratch/compared" && mkdir -p "$scratch/compared/"{first,second} &&
             tar -xf "$scratch/first/${archive##*/}" -C "$scratch/compared/first" &&
