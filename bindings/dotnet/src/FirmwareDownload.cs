@@ -1,4 +1,5 @@
 using System;
+using System.Diagnostics;
 using System.Threading;
 
 namespace Zel
@@ -61,10 +62,17 @@ namespace Zel
             Manifest(number);
         }
 
+        /// <summary>As long as the pen says, and at least a moment. A wait of the runtime may end a little early, and a
+        /// pen that is asked too early takes that for a fault.</summary>
         private void Pause(UpgradeStatus status)
         {
-            cancellation.WaitHandle.WaitOne(Math.Max(1, (int)status.PollTimeout.TotalMilliseconds));
-            cancellation.ThrowIfCancellationRequested();
+            Stopwatch waited = Stopwatch.StartNew();
+            double all = Math.Max(1, status.PollTimeout.TotalMilliseconds);
+            for (double left = all; left > 0; left = all - waited.Elapsed.TotalMilliseconds)
+            {
+                cancellation.WaitHandle.WaitOne((int)Math.Ceiling(left));
+                cancellation.ThrowIfCancellationRequested();
+            }
         }
 
         private void Report() => progress?.Report(new DownloadProgress(sent, image.Length));

@@ -82,7 +82,7 @@ namespace Zel.Tests
                 UpgradeStatus status = pen.Status;
                 while (status.State != UpgradeState.DownloadIdle)
                 {
-                    Thread.Sleep(status.PollTimeout); // a pen that is asked too early takes that for a fault
+                    Thread.Sleep(status.PollTimeout + TimeSpan.FromMilliseconds(1)); // a pen that is asked too early takes that for a fault
                     status = pen.Status;
                 }
                 pen.Abort();
@@ -219,7 +219,7 @@ namespace Zel.Tests
         {
             Service.Command("fault " + Pen + " {\"instruction\": \"V009\", \"status\": -1}");
             var failure = Assert.Throws<ZelException>(() => Download(WhenComplete(() => Status(0, 8))));
-            Assert.That(failure.Operation, Is.EqualTo("zelDfuResetPort"));
+            Assert.That(failure.Operation, Is.EqualTo("zelDfuResetPort"), "{0}", failure);
         }
 
         [TestCase("05e80340001001", 1000, 64)] // attributes, detach timeout, 64 bytes, version 1.1
