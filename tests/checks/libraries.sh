@@ -41,7 +41,7 @@ expect "zel.dll needs the system's libraries only" \
 at_exit=' U (__cxa_(thread_)?)?atexit'
 expect "libzel.so: no object is destroyed at exit" has_not "$at_exit" nm --dynamic "$so"
 objects=$(find build/windows/src -name '*.obj')
-expect "zel.dll: its objects are found" has 'sys' echo "$objects"
+expect "zel.dll: its objects are found" has 'zel_socketless' echo "$objects"
 # shellcheck disable=SC2086 # a path on each line
 expect "zel.dll: no object is destroyed at exit" has_not "$at_exit" $mingw-nm $objects
 
