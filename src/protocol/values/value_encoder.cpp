@@ -126,6 +126,8 @@ inline std::uint8_t *ValueEncoder::writeBody(std::uint8_t *at, const Value &valu
         return storeBigEndian(at, value.getInt());
     case ValueType::Long64:
         return storeBigEndian(at, value.getLong());
+    case ValueType::String:
+        return writeString(at, value.textView());
     default:
         return writeCompound(at, value);
     }
@@ -138,8 +140,6 @@ std::uint8_t *ValueEncoder::writeCompound(std::uint8_t *at, const Value &value)
     case ValueType::Terminator:
     case ValueType::AnyType:
         return at;
-    case ValueType::String:
-        return writeString(at, value.textView());
     case ValueType::Binary:
         return writeBinary(at, value.bytesView());
     case ValueType::ValueArray:
