@@ -227,11 +227,11 @@ void encodeZel(benchmark::State &state, const Node &tree)
     MemorySource source(bytes.view());
     ProtocolInputStream in(source.rewound(), source);
     ValueFormatV1_0 format;
-    const std::unique_ptr<Value> value = format.decode(in);
+    const Value value = format.decode(in);
     MemorySink sink(bytes.size());
     for (auto _ : state) {
         ProtocolOutputStream out(sink.rewound());
-        format.encode(out, *value);
+        format.encode(out, value);
         benchmark::ClobberMemory();
     }
     if (sink.written() != bytes.view())

@@ -30,7 +30,7 @@ std::size_t sizeOf(const benchmark::State &state)
     return static_cast<std::size_t>(state.range(0));
 }
 
-std::unique_ptr<Value> decoded(std::string_view bytes)
+Value decoded(std::string_view bytes)
 {
     MemorySource source(bytes);
     ProtocolInputStream in(source.rewound(), source);
@@ -53,7 +53,7 @@ void requestZel(benchmark::State &state)
     for (auto _ : state) {
         RequestEncoderV1_0 encoder(PidgetAddress("*.*.*.*:549"));
         for (std::uint32_t i = 0; i < state.range(0); ++i)
-            encoder.setPageData(PageAddress(pageAddress(i)), nullptr);
+            encoder.setPageData(PageAddress(pageAddress(i)), {});
         benchmark::DoNotOptimize(&encoder);
     }
 }
@@ -65,7 +65,7 @@ PageList unsortedPages(std::size_t count)
     Pens pens;
     pens.pages = static_cast<std::uint32_t>(count);
     const Bytes answer = answerTo(instruction::kListPages, 0, pens);
-    return PageList(*decoded(answer.view())->getArray()[1]);
+    return PageList(decoded(answer.view()).getArray()[1]);
 }
 
 void sortZel(benchmark::State &state)
@@ -120,10 +120,10 @@ void answerTextZel(benchmark::State &state)
     Pens pens;
     pens.pages = static_cast<std::uint32_t>(state.range(0));
     const Bytes answer = answerTo(instruction::kListPages, 0, pens);
-    const std::unique_ptr<Value> value = decoded(answer.view());
+    const Value value = decoded(answer.view());
     std::string text;
     for (auto _ : state) {
-        value->toString(text);
+        value.toString(text);
         benchmark::DoNotOptimize(text);
     }
 }
@@ -155,7 +155,7 @@ void looksEncodedZel(benchmark::State &state, const char *kind)
     const auto value = Value::createBinary(reinterpret_cast<const std::uint8_t *>(strokes.data()),
                                            static_cast<std::uint32_t>(strokes.size()));
     for (auto _ : state)
-        benchmark::DoNotOptimize(value->isEncodedValue());
+        benchmark::DoNotOptimize(value.isEncodedValue());
 }
 
 void textOfStrokesZel(benchmark::State &state, const char *kind)
@@ -168,7 +168,7 @@ void textOfStrokesZel(benchmark::State &state, const char *kind)
                                            static_cast<std::uint32_t>(strokes.size()));
     std::string text;
     for (auto _ : state) {
-        value->toString(text);
+        value.toString(text);
         benchmark::DoNotOptimize(text);
     }
 }

@@ -93,7 +93,7 @@ private:
  *          static constexpr CallFrame frame{.logName = "zelSetWakeUpTime", .minVersion = 0x0502};
  *          return frame.run(pen, {}, [&] {
  *              ...
- *              pen->psp().setValueProperty(property::PEN_WAKE_UP_TIME, *Value::createInt(seconds));
+ *              pen->psp().setValueProperty(property::PEN_WAKE_UP_TIME, Value::createInt(seconds));
  *              return ZEL_OK;
  *          });
  *      }

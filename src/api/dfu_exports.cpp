@@ -26,9 +26,9 @@ constexpr CallFrame requestFrame(const char *logName)
 }
 
 /** A request whose answer only says whether it succeeded: any value but null means yes. */
-using DfuRequest = std::unique_ptr<Value> (DfuClient::*)();
+using DfuRequest = Value (DfuClient::*)();
 
-uint32_t succeedUnlessNull(const Value *result, const char *logName, const char *nameInFailure)
+uint32_t succeedUnlessNull(const Value &result, const char *logName, const char *nameInFailure)
 {
     if (isNull(result)) {
         LogError(nameInFailure, " returned: Value: null");
@@ -41,8 +41,8 @@ uint32_t succeedUnlessNull(const Value *result, const char *logName, const char 
 uint32_t runCommand(const CallFrame &frame, DfuPenHandle *pen, DfuRequest request)
 {
     return frame.run({required(pen)}, [&] {
-        const std::unique_ptr<Value> result = (pen->dfu().*request)();
-        return succeedUnlessNull(result.get(), frame.logName, frame.logName);
+        const Value result = (pen->dfu().*request)();
+        return succeedUnlessNull(result, frame.logName, frame.logName);
     });
 }
 
@@ -51,12 +51,12 @@ uint32_t readRecord(const CallFrame &frame, DfuPenHandle *pen, DfuRequest reques
                     std::uint32_t wanted, const char *wrongType)
 {
     return frame.run({required(pen), required(output)}, [&] {
-        const std::unique_ptr<Value> result = (pen->dfu().*request)();
-        if (result->getType() != ValueType::Binary) {
+        const Value result = (pen->dfu().*request)();
+        if (result.getType() != ValueType::Binary) {
             LogError(wrongType);
             return ZEL_ERR_INVALID_ARGUMENT;
         }
-        BinaryBuffer bytes = result->getBinaryBuffer();
+        BinaryBuffer bytes = result.getBinaryBuffer();
         if (bytes.size() != wanted)
             return ZEL_ERR_INVALID_ARGUMENT;
         std::memcpy(output, bytes.data(), wanted);
@@ -180,12 +180,12 @@ uint32_t zelDfuGetState(DfuPenHandle *pen, int32_t *state)
 {
     static constexpr CallFrame frame = requestFrame("zelDfuGetState");
     return frame.run({required(pen), required(state)}, [&] {
-        const std::unique_ptr<Value> result = pen->dfu().DfuGetState();
-        if (result->getType() != ValueType::Int32) {
+        const Value result = pen->dfu().DfuGetState();
+        if (result.getType() != ValueType::Int32) {
             LogError("zelDfuGetState returned: wrong type");
             return ZEL_ERR_INVALID_ARGUMENT;
         }
-        *state = static_cast<int32_t>(result->getInt());
+        *state = static_cast<int32_t>(result.getInt());
         LogDebug("zelDfuGetState returned: Value: INT32");
         return ZEL_OK;
     });
@@ -212,7 +212,7 @@ uint32_t zelDfuDownload(DfuPenHandle *pen, const void *block)
     static constexpr CallFrame frame = requestFrame("zelDfuDownload");
     return frame.run({required(pen), required(block)}, [&] {
         const auto *const bytes = static_cast<const std::uint8_t *>(block);
-        const std::unique_ptr<Value> result = pen->dfu().DfuDownload(bytes, sizeOfBlock(bytes));
-        return succeedUnlessNull(result.get(), frame.logName, "zelDfuUpload"); // the text is fixed
+        const Value result = pen->dfu().DfuDownload(bytes, sizeOfBlock(bytes));
+        return succeedUnlessNull(result, frame.logName, "zelDfuUpload"); // the text is fixed
     });
 }

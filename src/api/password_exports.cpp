@@ -41,10 +41,10 @@ bool isHint(const char *hint)
 std::uint32_t store(PspClient2 &psp, const PasswordDigest &current, const std::string &newPassword,
                     const std::string &hint)
 {
-    const auto answer = psp.setPassword(current, newPassword);
+    const Value answer = psp.setPassword(current, newPassword);
     // Set the hint before looking at the answer: a pen that refuses the password still gets the hint.
     psp.setPasswordHint(hint);
-    return toNumber<std::uint64_t>(answer.get()) == 1 ? ZEL_OK : ZEL_ERR_INVALID_ARGUMENT;
+    return toNumber<std::uint64_t>(answer) == 1 ? ZEL_OK : ZEL_ERR_INVALID_ARGUMENT;
 }
 
 } // namespace
@@ -56,7 +56,7 @@ uint32_t zelGetPenLockedStatus(PenHandle *pen, uint8_t *locked)
                                      .lockedText = "[TarselPen::isLocked] failed, pen is locked"};
     // After a failure the output says "locked".
     return frame.run(pen, {preset<std::uint8_t>(locked, 1)}, [&] {
-        *locked = toNumber<std::uint8_t>(pen->psp().penLocked().get());
+        *locked = toNumber<std::uint8_t>(pen->psp().penLocked());
         return ZEL_OK;
     });
 }
@@ -71,8 +71,8 @@ uint32_t zelUnlockPen(PenHandle *pen, const char *password)
         LogDebug("[zelUnLockPen] - hashPassword");
         const PasswordDigest digest = hashPassword(password, pen->penId);
         LogDebug("[zelUnLockPen] - unlock");
-        const auto answer = pen->psp().unlock(digest);
-        return toNumber<std::uint64_t>(answer.get()) != 0 ? ZEL_OK : ZEL_ERR_INVALID_ARGUMENT;
+        const Value answer = pen->psp().unlock(digest);
+        return toNumber<std::uint64_t>(answer) != 0 ? ZEL_OK : ZEL_ERR_INVALID_ARGUMENT;
     });
 }
 
@@ -99,8 +99,8 @@ uint32_t zelGetPasswordHint(PenHandle *pen, char **hint)
 {
     static constexpr CallFrame frame{.logName = "zelGetPasswordHint"};
     return frame.run(pen, {cleared(hint)}, [&] {
-        const auto answer = pen->psp().getPasswordHint();
-        CopyOutString(toText(answer.get()), hint);
+        const Value answer = pen->psp().getPasswordHint();
+        CopyOutString(toText(answer), hint);
         return ZEL_OK;
     });
 }

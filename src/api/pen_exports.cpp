@@ -9,8 +9,6 @@
 
 #include "zel/zel.h"
 
-#include <memory>
-
 using namespace zel;
 
 namespace {
@@ -29,9 +27,9 @@ uint32_t readSoftwareVersion(PenHandle *pen)
         zelGetPenLockedStatus(pen, &locked);
         if (locked != 0)
             return ZEL_OK;
-        const auto answer = pen->psp().getValueProperty(property::PEN_SOFTWARE_VERSION);
+        const Value answer = pen->psp().getValueProperty(property::PEN_SOFTWARE_VERSION);
         if (pen->softwareVersion == 0)
-            pen->softwareVersion = toNumber<std::uint16_t>(answer.get());
+            pen->softwareVersion = toNumber<std::uint16_t>(answer);
         return ZEL_OK;
     });
 }
@@ -88,10 +86,10 @@ uint32_t zelGetPenProductName(PenHandle *pen, char **text)
 {
     static constexpr CallFrame frame{.logName = "zelGetPenProductName", .entryMark = CallFrame::kNoMark};
     return frame.run(pen, {cleared(text)}, [&] {
-        const auto name = pen->psp().getValueProperty(property::PEN_BRAND);
-        if (isNull(name.get()))
+        const Value name = pen->psp().getValueProperty(property::PEN_BRAND);
+        if (isNull(name))
             return ZEL_ERR_INVALID_ARGUMENT;
-        CopyOutString(toText(name.get()), text);
+        CopyOutString(toText(name), text);
         return ZEL_OK;
     });
 }

@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <array>
-#include <memory>
 #include <span>
 
 using namespace zel;
@@ -42,8 +41,8 @@ struct HostBytes {
 
     /** The pointer may be null if the length is 0. */
     bool given() const noexcept { return data != nullptr || length == 0; }
-    std::unique_ptr<Value> toValue() const { return Value::createBinary(data, length); }
-    std::unique_ptr<Value> toSecret() const { return Value::createSecretBinary({data, length}); }
+    Value toValue() const { return Value::createBinary(data, length); }
+    Value toSecret() const { return Value::createSecretBinary({data, length}); }
 };
 
 bool given(std::span<const HostBytes> arrays) noexcept
@@ -60,8 +59,8 @@ void appendSecrets(ValueList &list, std::span<const HostBytes> arrays)
 std::uint32_t hasProperty(const CallFrame &frame, PenHandle *pen, std::uint16_t id, std::uint8_t *flag)
 {
     return frame.run(pen, {required(flag)}, [&] {
-        const auto value = pen->psp().getValueProperty(id);
-        *flag = isNonZero(value.get());
+        const Value value = pen->psp().getValueProperty(id);
+        *flag = isNonZero(value);
         return ZEL_OK;
     });
 }
@@ -69,14 +68,14 @@ std::uint32_t hasProperty(const CallFrame &frame, PenHandle *pen, std::uint16_t 
 std::uint32_t clearProperty(const CallFrame &frame, PenHandle *pen, std::uint16_t id)
 {
     return frame.run(pen, {}, [&] {
-        pen->psp().setValueProperty(id, *Value::createNull());
+        pen->psp().setValueProperty(id, Value::createNull());
         return ZEL_OK;
     });
 }
 
 std::uint8_t hasEncryptedData(PspClient2 &psp)
 {
-    return toNumber<std::uint8_t>(psp.hasEncryptedData().get());
+    return toNumber<std::uint8_t>(psp.hasEncryptedData());
 }
 
 /** What the pen shows its user during the operation. */
@@ -95,7 +94,7 @@ uint32_t zelInstallCertificateAuthenticator(PenHandle *pen, const uint8_t *data1
         ValueList list;
         appendSecrets(list, arrays);
         pen->psp().setValueProperty(property::CERTIFICATE_AUTHENTICATOR,
-                                    *Value::createValueArray(std::move(list)));
+                                    Value::createValueArray(std::move(list)));
         return ZEL_OK;
     });
 }
@@ -122,7 +121,7 @@ uint32_t zelInstallSigningKey(PenHandle *pen, uint16_t number, const uint8_t *da
         ValueList list;
         list.push_back(Value::createShort(number));
         appendSecrets(list, arrays);
-        pen->psp().setValueProperty(property::SIGNING_KEY, *Value::createValueArray(std::move(list)));
+        pen->psp().setValueProperty(property::SIGNING_KEY, Value::createValueArray(std::move(list)));
         return ZEL_OK;
     });
 }
@@ -144,7 +143,7 @@ uint32_t zelInstallCertificate(PenHandle *pen, const uint8_t *data, uint32_t len
     static constexpr CallFrame frame = securityFrame("zelInstallCertificate");
     const HostBytes certificate{data, length};
     return frame.run(pen, {certificate.given()}, [&] {
-        pen->psp().setValueProperty(property::CERTIFICATE, *certificate.toValue());
+        pen->psp().setValueProperty(property::CERTIFICATE, certificate.toValue());
         return ZEL_OK;
     });
 }
@@ -154,9 +153,9 @@ uint32_t zelGetCertificateInfo(PenHandle *pen, uint16_t *number, uint64_t *value
     static constexpr CallFrame frame = securityFrame("zelGetCertificateInfo");
     return frame.run(
         pen, {preset<uint16_t>(number, 0), preset<uint64_t>(value1, 0), preset<uint64_t>(value2, 0)}, [&] {
-            const auto value = pen->psp().getValueProperty(property::CERTIFICATE);
-            const ValueList &info = toList(value.get());
-            const Value *last = elementAt(info, 2); // first: if it throws, no output is written
+            const Value value = pen->psp().getValueProperty(property::CERTIFICATE);
+            const ValueList &info = value.getArray();
+            const Value &last = elementAt(info, 2); // first: if it throws, no output is written
             *number = toNumber<std::uint16_t>(elementAt(info, 0));
             *value1 = toNumber<std::uint64_t>(elementAt(info, 1));
             *value2 = toNumber<std::uint64_t>(last);
@@ -190,9 +189,9 @@ uint32_t zelGetEncryptedData(PenHandle *pen, uint64_t /*argument*/, uint8_t **da
             return ZEL_ERR_INVALID_ARGUMENT;
         }
         psp.setMmiState(kFetching);
-        const auto answer = psp.getEncryptedData();
+        const Value answer = psp.getEncryptedData();
         std::uint32_t size = 0;
-        const std::uint8_t *bytes = answer->getBinary(&size);
+        const std::uint8_t *bytes = answer.getBinary(&size);
         ByteBlock block = allocateBlock(size);
         std::copy_n(bytes, size, block.get());
         psp.setMmiState(kFetched);
@@ -206,7 +205,7 @@ uint32_t zelClearEncryptedData(PenHandle *pen)
 {
     static constexpr CallFrame frame = securityFrame("zelClearEncryptedData");
     return frame.run(pen, {}, [&] {
-        const auto answer = pen->psp().clearEncryptedData();
-        return toNumber<std::uint64_t>(answer.get()) != 0 ? ZEL_OK : ZEL_ERR_INVALID_ARGUMENT;
+        const Value answer = pen->psp().clearEncryptedData();
+        return toNumber<std::uint64_t>(answer) != 0 ? ZEL_OK : ZEL_ERR_INVALID_ARGUMENT;
     });
 }

@@ -53,7 +53,7 @@ std::uint32_t setFlag(const FlagSetting &setting, PenHandle *pen, std::uint8_t f
     return setting.set.run(pen, {}, [&] {
         LogDebug("[", setting.set.logName, "] newValue= '", flag, "'");
         LogInfo("Set '", setting.what, "' in pen to '", flag != 0 ? "true" : "false", "'");
-        pen->psp().setValueProperty(setting.property, *Value::createBool(flag != 0));
+        pen->psp().setValueProperty(setting.property, Value::createBool(flag != 0));
         return ZEL_OK;
     });
 }
@@ -61,9 +61,9 @@ std::uint32_t setFlag(const FlagSetting &setting, PenHandle *pen, std::uint8_t f
 std::uint32_t getFlag(const FlagSetting &setting, PenHandle *pen, std::uint8_t *flag)
 {
     return setting.get.run(pen, {preset<std::uint8_t>(flag, 0)}, [&] {
-        const auto value = pen->psp().getValueProperty(setting.property);
-        const bool set = toNumber<std::uint64_t>(value.get()) != 0;
-        const char *text = isNull(value.get()) ? "null" : set ? "true" : "false";
+        const Value value = pen->psp().getValueProperty(setting.property);
+        const bool set = toNumber<std::uint64_t>(value) != 0;
+        const char *text = isNull(value) ? "null" : set ? "true" : "false";
         LogInfo("Read '", setting.what, "' from pen: Value: ", text);
         *flag = set; // last, so that the output is 0 after a failure
         return ZEL_OK;
@@ -74,11 +74,11 @@ template <class Number>
 std::uint32_t getNumber(const NumberSetting &setting, PenHandle *pen, Number *output)
 {
     return setting.get.run(pen, {required(output)}, [&] {
-        const auto value = pen->psp().getValueProperty(setting.property);
+        const Value value = pen->psp().getValueProperty(setting.property);
         // A value of another type is only logged; it is converted, too.
-        if (value->getType() != setting.type)
+        if (value.getType() != setting.type)
             LogError("[", setting.get.logName, "] bad type.");
-        *output = toNumber<Number>(value.get());
+        *output = toNumber<Number>(value);
         return ZEL_OK;
     });
 }
@@ -86,11 +86,11 @@ std::uint32_t getNumber(const NumberSetting &setting, PenHandle *pen, Number *ou
 /** The time of one of the pen's clocks; 0 when the answer is not a long64. */
 std::uint64_t readClock(const PenHandle &pen, std::uint16_t property, const char *name)
 {
-    const auto value = pen.psp().getValueProperty(property);
-    if (value->getType() == ValueType::Long64)
-        return toNumber<std::uint64_t>(value.get());
+    const Value value = pen.psp().getValueProperty(property);
+    if (value.getType() == ValueType::Long64)
+        return toNumber<std::uint64_t>(value);
     LogError("Wrong type for ", name, " property. Expected VALUE_LONG64, got ",
-             Value::typeName(static_cast<std::int32_t>(value->getType())));
+             Value::typeName(static_cast<std::int32_t>(value.getType())));
     return 0;
 }
 
@@ -116,10 +116,10 @@ std::size_t longestPin(PspClient2 &psp)
     constexpr std::size_t kLong = 16;
     constexpr std::size_t kShort = 4;
 
-    const auto revisions = psp.getValueProperty(property::PEN_REVISIONS);
-    const std::string hardware = toText(elementAt(toList(revisions.get()), 1));
-    const auto software = psp.getValueProperty(property::PEN_SOFTWARE_VERSION);
-    if (toNumber<std::uint16_t>(software.get()) != 0x0500)
+    const Value revisions = psp.getValueProperty(property::PEN_REVISIONS);
+    const std::string hardware = toText(elementAt(revisions.getArray(), 1));
+    const Value software = psp.getValueProperty(property::PEN_SOFTWARE_VERSION);
+    if (toNumber<std::uint16_t>(software) != 0x0500)
         return kLong;
     // With this software version, only hardware revisions from 3D on support a long PIN.
     return secondPiece(hardware) >= "3D" ? kLong : kShort;
@@ -141,7 +141,7 @@ uint32_t zelSetTime(PenHandle *pen, uint64_t millis)
         const auto end = std::to_chars(digits, std::end(digits), millis, 16).ptr;
         LogDebug("[zelSetTime] ", millis != 0 ? "0x" : "", std::string_view(digits, end),
                  " millis since 1970, GMT");
-        pen->psp().setValueProperty(property::PEN_TIME, *Value::createLong(millis));
+        pen->psp().setValueProperty(property::PEN_TIME, Value::createLong(millis));
         return ZEL_OK;
     });
 }
@@ -190,7 +190,7 @@ uint32_t zelSetBluetoothPin(PenHandle *pen, const char *pin)
         // The longest PIN depends on the pen, so two exchanges come before the test, whatever the PIN.
         if (!isPin(pin, longestPin(psp)))
             return ZEL_ERR_VALUE_OUT_OF_RANGE;
-        psp.setValueProperty(property::BT_PIN, *Value::createString(pin));
+        psp.setValueProperty(property::BT_PIN, Value::createString(pin));
         return ZEL_OK;
     });
 }
@@ -200,8 +200,8 @@ uint32_t zelGetBluetoothPin(PenHandle *pen, char **pin)
     static constexpr CallFrame frame{.logName = "zelGetBtPin"};
     // The output is not cleared: after a failure the host's pointer is unchanged.
     return frame.run(pen, {required(pin)}, [&] {
-        const auto value = pen->psp().getValueProperty(property::BT_PIN);
-        CopyOutString(isNull(value.get()) ? "" : toText(value.get()), pin);
+        const Value value = pen->psp().getValueProperty(property::BT_PIN);
+        CopyOutString(isNull(value) ? "" : toText(value), pin);
         return ZEL_OK;
     });
 }
@@ -209,7 +209,7 @@ uint32_t zelGetBluetoothPin(PenHandle *pen, char **pin)
 uint32_t zelSetAutoPowerOff(PenHandle *pen, uint16_t value)
 {
     return kAutoPowerOff.set.run(pen, {}, [&] {
-        pen->psp().setValueProperty(kAutoPowerOff.property, *Value::createShort(value));
+        pen->psp().setValueProperty(kAutoPowerOff.property, Value::createShort(value));
         return ZEL_OK;
     });
 }
@@ -224,7 +224,7 @@ uint32_t zelSetWakeUpTime(PenHandle *pen, uint32_t seconds)
     return kWakeUpTime.set.run(pen, {}, [&] {
         if (!isWakeUpTime(seconds))
             return ZEL_ERR_VALUE_OUT_OF_RANGE;
-        pen->psp().setValueProperty(kWakeUpTime.property, *Value::createInt(seconds));
+        pen->psp().setValueProperty(kWakeUpTime.property, Value::createInt(seconds));
         return ZEL_OK;
     });
 }
@@ -241,10 +241,10 @@ uint32_t zelGetPenRevisions(PenHandle *pen, char **revision0, char **revision1, 
     // The outputs are not cleared: after a failure the host's pointers are unchanged.
     return frame.run(
         pen, {required(revision0), required(revision1), required(revision3), required(revision5)}, [&] {
-            const auto value = pen->psp().getValueProperty(property::PEN_REVISIONS);
-            const ValueList &revisions = toList(value.get());
+            const Value value = pen->psp().getValueProperty(property::PEN_REVISIONS);
+            const ValueList &revisions = value.getArray();
             elementAt(revisions, 6); // not used, but an answer without it is an error
-            TextAllowance allowance(value.get());
+            TextAllowance allowance(value);
             CopyOutStrings({{toText(elementAt(revisions, 0), allowance), revision0},
                             {toText(elementAt(revisions, 1), allowance), revision1},
                             {toText(elementAt(revisions, 3), allowance), revision3},

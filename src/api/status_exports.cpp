@@ -12,11 +12,11 @@ uint32_t zelGetMemoryStatus(PenHandle *pen, uint64_t *used, uint64_t *total)
     constexpr std::uint64_t kUnknown = ~std::uint64_t{0};
     return frame.run(pen, {preset(used, kUnknown), preset(total, kUnknown)}, [&] {
         PspClient2 &psp = pen->psp();
-        const auto free = psp.getValueProperty(property::PEN_FREE_MEMORY);
-        const auto range = psp.getValueProperty(property::PEN_PROPERTIES_RANGE);
-        const std::uint64_t size = toNumber<std::uint32_t>(elementAt(toList(range.get()), 7));
+        const Value free = psp.getValueProperty(property::PEN_FREE_MEMORY);
+        const Value range = psp.getValueProperty(property::PEN_PROPERTIES_RANGE);
+        const std::uint64_t size = toNumber<std::uint32_t>(elementAt(range.getArray(), 7));
         // If the pen reports more free memory than it has, this wraps to a very large number.
-        *used = size - toNumber<std::uint64_t>(free.get());
+        *used = size - toNumber<std::uint64_t>(free);
         *total = size;
         return ZEL_OK;
     });
@@ -32,12 +32,12 @@ uint32_t zelGetBatteryStatus(PenHandle *pen, uint16_t *value0, uint16_t *value1,
                       preset(value3, kUnknown), preset(value4, kUnknown)},
                      [&] {
                          PspClient2 &psp = pen->psp();
-                         const auto battery = psp.getValueProperty(property::BATTERY_LEVEL_VERBOSE);
-                         const ValueList &levels = toList(battery.get());
-                         const Value *last = elementAt(levels, 4);
+                         const Value battery = psp.getValueProperty(property::BATTERY_LEVEL_VERBOSE);
+                         const ValueList &levels = battery.getArray();
+                         const Value &last = elementAt(levels, 4);
                          // Not used, but an answer with fewer than two elements is an error.
-                         const auto range = psp.getValueProperty(property::PEN_PROPERTIES_RANGE);
-                         elementAt(toList(range.get()), 1);
+                         const Value range = psp.getValueProperty(property::PEN_PROPERTIES_RANGE);
+                         elementAt(range.getArray(), 1);
                          *value0 = toNumber<std::uint16_t>(elementAt(levels, 0));
                          *value1 = toNumber<std::uint16_t>(elementAt(levels, 1));
                          *value2 = toNumber<std::uint16_t>(elementAt(levels, 2));
@@ -53,9 +53,9 @@ uint32_t zelGetSecureDeleteEnabled(PenHandle *pen, uint8_t *flag)
     return frame.run(pen, {required(flag)}, [&] {
         // Cleared here and not by preset(): for a pen with older software the output stays unchanged.
         *flag = 0;
-        const auto value = pen->psp().getValueProperty(property::SEC_SDE);
-        const bool enabled = toNumber<std::uint64_t>(value.get()) != 0;
-        const char *text = isNull(value.get()) ? "null" : enabled ? "true" : "false";
+        const Value value = pen->psp().getValueProperty(property::SEC_SDE);
+        const bool enabled = toNumber<std::uint64_t>(value) != 0;
+        const char *text = isNull(value) ? "null" : enabled ? "true" : "false";
         LogInfo("Read 'Secure delete enabled' from pen: Value: ", text);
         *flag = enabled; // last, so that the output is 0 after a failure
         return ZEL_OK;

@@ -9,7 +9,7 @@ using namespace zel;
 namespace {
 
 /** The owner's card: text A, and seventeen fields that are always empty. */
-std::unique_ptr<Value> createCard(const std::string &textA)
+Value createCard(const std::string &textA)
 {
     constexpr int kEmptyFields = 17;
     ValueList fields;
@@ -21,8 +21,8 @@ std::unique_ptr<Value> createCard(const std::string &textA)
 
 std::string readText(PspClient2 &psp, std::uint16_t property)
 {
-    const auto value = psp.getValueProperty(property);
-    return isNull(value.get()) ? std::string() : toText(value.get());
+    const Value value = psp.getValueProperty(property);
+    return isNull(value) ? std::string() : toText(value);
 }
 
 } // namespace
@@ -37,9 +37,9 @@ uint32_t zelSetUserData(PenHandle *pen, const char *textA, const char *textB, co
     };
     return frame.run(pen, {required(textA), required(textB), required(textC)}, [&] {
         PspClient2 &psp = pen->psp();
-        psp.setValueProperty(property::PEN_OWNER_EMAIL, *Value::createString(textB));
-        psp.setValueProperty(property::PEN_OWNER_CELL_PHONE, *Value::createString(textC));
-        psp.setValueProperty(property::PEN_OWNER_VCARD, *createCard(textA));
+        psp.setValueProperty(property::PEN_OWNER_EMAIL, Value::createString(textB));
+        psp.setValueProperty(property::PEN_OWNER_CELL_PHONE, Value::createString(textC));
+        psp.setValueProperty(property::PEN_OWNER_VCARD, createCard(textA));
         return ZEL_OK;
     });
 }
@@ -54,11 +54,11 @@ uint32_t zelGetUserData(PenHandle *pen, char **textA, char **textB, char **textC
     return frame.run(pen, {cleared(textA), cleared(textB), cleared(textC)}, [&] {
         PspClient2 &psp = pen->psp();
         // The list is not used, but an answer that is no list is an error.
-        toList(psp.getValueProperty(property::UNNAMED_201A).get());
+        psp.getValueProperty(property::UNNAMED_201A).getArray();
         const std::string textOfC = readText(psp, property::PEN_OWNER_CELL_PHONE);
         const std::string textOfB = readText(psp, property::PEN_OWNER_EMAIL);
-        const auto card = psp.getValueProperty(property::PEN_OWNER_VCARD);
-        const std::string textOfA = toText(elementAt(toList(card.get()), 0));
+        const Value card = psp.getValueProperty(property::PEN_OWNER_VCARD);
+        const std::string textOfA = toText(elementAt(card.getArray(), 0));
         CopyOutStrings({{textOfA, textA}, {textOfB, textB}, {textOfC, textC}});
         return ZEL_OK;
     });

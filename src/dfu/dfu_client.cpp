@@ -30,55 +30,55 @@ DfuClient::~DfuClient()
     LogDebug("[DfuClient] instance deleted");
 }
 
-std::unique_ptr<Value> DfuClient::DfuDetach()
+Value DfuClient::DfuDetach()
 {
     LogDebug("[DfuClient::DfuDetach]");
     return execute(kDetach);
 }
 
-std::unique_ptr<Value> DfuClient::DfuDetachBoot()
+Value DfuClient::DfuDetachBoot()
 {
     LogDebug("[DfuClient::DfuDetachBoot]");
     return execute(kDetachBoot);
 }
 
-std::unique_ptr<Value> DfuClient::DfuGetFunctionalDescriptor()
+Value DfuClient::DfuGetFunctionalDescriptor()
 {
     LogDebug("[DfuClient::DfuGetFunctionalDescriptor]");
     return execute(kGetFunctionalDescriptor);
 }
 
-std::unique_ptr<Value> DfuClient::DfuDownload(const std::uint8_t *block, std::uint32_t size)
+Value DfuClient::DfuDownload(const std::uint8_t *block, std::uint32_t size)
 {
     LogDebug("[DfuClient::DfuDownload]");
     return execute(kDownload, Value::createBinary(block, size));
 }
 
-std::unique_ptr<Value> DfuClient::DfuGetStatus()
+Value DfuClient::DfuGetStatus()
 {
     LogDebug("[DfuClient::DfuGetStatus]");
     return execute(kGetStatus);
 }
 
-std::unique_ptr<Value> DfuClient::DfuClearStatus()
+Value DfuClient::DfuClearStatus()
 {
     LogDebug("[DfuClient::DfuClearStatus]");
     return execute(kClearStatus);
 }
 
-std::unique_ptr<Value> DfuClient::DfuAbort()
+Value DfuClient::DfuAbort()
 {
     LogDebug("[DfuClient::DfuAbort]");
     return execute(kAbort);
 }
 
-std::unique_ptr<Value> DfuClient::DfuGetState()
+Value DfuClient::DfuGetState()
 {
     LogDebug("[DfuClient::DfuGetState]");
     return execute(kGetState);
 }
 
-std::unique_ptr<Value> DfuClient::DfuResetPort()
+Value DfuClient::DfuResetPort()
 {
     LogDebug("[DfuClient::DfuResetPort]");
     return execute(kResetPort);

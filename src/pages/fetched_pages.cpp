@@ -6,7 +6,6 @@
 #include "sys/exceptions.h"
 
 #include <limits>
-#include <memory>
 #include <utility>
 
 namespace zel {
@@ -28,11 +27,11 @@ public:
             m_isReceived = true;
         } else {
             m_other = values.decodeBody(type);
-            text.append(m_other.get(), 1);
+            text.append(m_other, 1);
         }
     }
 
-    void take(std::unique_ptr<Value> value) override { m_other = std::move(value); }
+    void take(Value value) override { m_other = std::move(value); }
 
     /** Call it when the exchange has succeeded. */
     void finish()
@@ -40,12 +39,12 @@ public:
         if (m_isReceived)
             return;
         replaceAbsent(m_other);
-        m_block.append(m_other->bytesView());
+        m_block.append(m_other.bytesView());
     }
 
 private:
     GrowingBlock &m_block;
-    std::unique_ptr<Value> m_other; // strokes in another form
+    Value m_other; // strokes in another form
     bool m_isReceived = false;
 };
 

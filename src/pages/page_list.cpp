@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <memory>
 
 namespace zel {
 
@@ -19,15 +18,12 @@ constexpr std::size_t kPagesOnTrust = 0xFFFF;
 
 PageList::PageList(const Value &answer)
 {
-    if (isNull(&answer))
+    if (isNull(answer))
         return;
     const ValueList &items = answer.getArray();
     m_pages.reserve(std::min(items.size(), kPagesOnTrust));
-    for (const std::unique_ptr<Value> &item : items) {
-        if (!item)
-            throw ZELException();
-        m_pages.emplace_back(*item);
-    }
+    for (const Value &item : items)
+        m_pages.emplace_back(item);
 }
 
 void PageList::sort()

@@ -23,7 +23,7 @@ void PageListReader::read(ValueDecoder &values, ValueText &text)
     const ValueType type = values.takeType();
     if (type != ValueType::ValueArray) {
         m_answer = values.decodeBody(type);
-        text.append(m_answer.get(), kItem - 1);
+        text.append(m_answer, kItem - 1);
         return;
     }
     m_isArray = true;
@@ -39,7 +39,7 @@ void PageListReader::read(ValueDecoder &values, ValueText &text)
 void PageListReader::readItem(ValueDecoder &values, ValueText &text)
 {
     const ValueType type = values.takeType();
-    std::unique_ptr<Value> other;
+    Value other;
     if (type == ValueType::ValueArray) {
         const std::uint32_t count = values.takeCount();
         if (count == kItemElements) {
@@ -50,7 +50,7 @@ void PageListReader::readItem(ValueDecoder &values, ValueText &text)
     } else {
         other = values.decodeBody(type);
     }
-    text.append(other.get(), kItem);
+    text.append(other, kItem);
     m_others.push_back({m_pages.size(), std::move(other)});
     m_pages.emplace_back();
 }
@@ -75,7 +75,7 @@ std::uint64_t PageListReader::readNumber(ValueDecoder &values, ValueText &text)
     }
     m_isUsable = false;
     OtherItem other{m_pages.size(), values.decodeBody(type)};
-    text.append(other.value.get(), kItemElement);
+    text.append(other.value, kItemElement);
     m_others.push_back(std::move(other));
     return 0;
 }
@@ -84,14 +84,14 @@ PageList PageListReader::pages() &&
 {
     if (!m_isArray) {
         replaceAbsent(m_answer);
-        return PageList(*m_answer);
+        return PageList(m_answer);
     }
     for (OtherItem &other : m_others)
         replaceAbsent(other.value);
     if (!m_isUsable)
         throw ZELException();
     for (const OtherItem &other : m_others)
-        m_pages[other.place] = PenPage(*other.value);
+        m_pages[other.place] = PenPage(other.value);
     return PageList(std::move(m_pages));
 }
 

@@ -5,7 +5,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <memory>
 #include <utility>
 #include <vector>
 
@@ -17,7 +16,7 @@ class PageListReader : public ResultReader
 {
 public:
     void read(ValueDecoder &values, ValueText &text) override;
-    void take(std::unique_ptr<Value> value) override { m_answer = std::move(value); }
+    void take(Value value) override { m_answer = std::move(value); }
 
     /** The pages in the pen's order. Throws ZELException as PageList does. */
     PageList pages() &&;
@@ -26,14 +25,14 @@ private:
     /** An item of an unusual form, and the index of its page. */
     struct OtherItem {
         std::size_t place;
-        std::unique_ptr<Value> value;
+        Value value;
     };
 
     void readItem(ValueDecoder &values, ValueText &text);
     PenPage readPage(ValueDecoder &values, ValueText &text);
     std::uint64_t readNumber(ValueDecoder &values, ValueText &text);
 
-    std::unique_ptr<Value> m_answer; // unless it is a value array
+    Value m_answer; // unless it is a value array
     std::vector<PenPage> m_pages;
     std::vector<OtherItem> m_others;
     bool m_isArray = false;

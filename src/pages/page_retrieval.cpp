@@ -47,7 +47,7 @@ PenPageStrokes takeStyloPage(ValueList &item)
 {
     if (item.size() < 2)
         throw ZELException();
-    return {PageAddress(toNumber<std::uint64_t>(item[0].get())), std::move(item[1])};
+    return {PageAddress(toNumber<std::uint64_t>(item[0])), std::move(item[1])};
 }
 
 } // namespace
@@ -72,7 +72,7 @@ std::uint32_t totalBytes(const PageList &pages) noexcept
 std::uint32_t PageRetrieval::run(std::optional<std::string_view> addresses, PageData &data)
 {
     LogInfo("Beginning sync session in pen.");
-    if (toNumber<std::uint64_t>(m_psp.beginSyncSession().get()) == 0) {
+    if (toNumber<std::uint64_t>(m_psp.beginSyncSession()) == 0) {
         LogWarning("Failed to begin pen sync session. Get pages failed, try again later.");
         return ZEL_ERR_SYNC_BUSY;
     }
@@ -141,12 +141,12 @@ void PageRetrieval::fetchStrokes(const PageAddress &address)
 void PageRetrieval::fetchStyloPages()
 {
     LogInfo("Preparing to get stylo strokes from pen.");
-    const std::unique_ptr<Value> answer = m_psp.getStyloStf();
+    Value answer = m_psp.getStyloStf();
     std::uint32_t bytes = 0;
-    for (const std::unique_ptr<Value> &item : answer->getArray()) {
-        if (item == nullptr || item->getType() != ValueType::ValueArray)
+    for (Value &item : answer.getArray()) {
+        if (item.getType() != ValueType::ValueArray)
             continue;
-        m_styloPages.push_back(takeStyloPage(item->getArray()));
+        m_styloPages.push_back(takeStyloPage(item.getArray()));
         bytes += m_styloPages.back().byteSize();
     }
     LogInfo("Received ", m_styloPages.size(), " stylo pages containing ", static_cast<std::int32_t>(bytes),

@@ -10,7 +10,6 @@
 
 #include <cstdint>
 #include <map>
-#include <memory>
 #include <optional>
 #include <string_view>
 
@@ -57,7 +56,7 @@ private:
     ProgressCallback m_progress;
     FetchedPages m_physicalPages;
     StrokesList m_styloPages;
-    std::map<std::uint16_t, std::unique_ptr<Value>> m_properties;
+    std::map<std::uint16_t, Value> m_properties;
 };
 
 } // namespace zel

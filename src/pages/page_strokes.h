@@ -4,7 +4,6 @@
 #include "protocol/values/value.h"
 
 #include <cstdint>
-#include <memory>
 #include <utility>
 #include <vector>
 
@@ -15,7 +14,7 @@ class PenPageStrokes
 {
 public:
     PenPageStrokes() = default;
-    PenPageStrokes(const PageAddress &address, std::unique_ptr<Value> strokes) noexcept
+    PenPageStrokes(const PageAddress &address, Value strokes) noexcept
         : m_address(address), m_strokes(std::move(strokes))
     {
     }
@@ -24,18 +23,18 @@ public:
     /** Takes a deep copy. */
     void setStrokes(const Value &strokes) { m_strokes = strokes.copy(); }
     /** Takes over the value, because strokes can be megabytes long. */
-    void setStrokes(std::unique_ptr<Value> strokes) noexcept { m_strokes = std::move(strokes); }
-    bool hasStrokes() const noexcept { return m_strokes != nullptr; }
+    void setStrokes(Value &&strokes) noexcept { m_strokes = std::move(strokes); }
+    bool hasStrokes() const noexcept { return !m_strokes.isAbsent(); }
     /** The number of bytes; 0 without strokes. Throws ZELException when the value is not a binary. */
     std::uint32_t byteSize() const;
     const PageAddress &address() const noexcept { return m_address; }
-    /** Null when there are none. */
-    const Value *strokes() const noexcept { return m_strokes.get(); }
-    std::unique_ptr<Value> takeStrokes() noexcept { return std::move(m_strokes); }
+    /** Absent when there are none. */
+    const Value &strokes() const noexcept { return m_strokes; }
+    Value takeStrokes() noexcept { return std::exchange(m_strokes, {}); }
 
 private:
     PageAddress m_address;
-    std::unique_ptr<Value> m_strokes;
+    Value m_strokes;
 };
 
 /** In retrieval order. */

@@ -9,11 +9,11 @@ namespace {
 
 /** A pen may send a number in any width. Throws ZELException when the item is no number. */
 template <class UInt>
-UInt numberOf(const std::unique_ptr<Value> &item)
+UInt numberOf(const Value &item)
 {
-    if (!isNumber(item.get()))
+    if (!isNumber(item))
         throw ZELException();
-    return toNumber<UInt>(item.get());
+    return toNumber<UInt>(item);
 }
 
 } // namespace

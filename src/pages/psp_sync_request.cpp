@@ -25,7 +25,7 @@ void PspSyncRequest::setPenId(std::uint64_t penId)
     addProperty(property::PEN_ID, Value::createLong(penId));
 }
 
-void PspSyncRequest::addProperty(std::uint16_t id, std::unique_ptr<Value> value)
+void PspSyncRequest::addProperty(std::uint16_t id, Value value)
 {
     m_encoder->addEntry(id, std::move(value));
 }

@@ -20,7 +20,7 @@ public:
     PspSyncRequest();
 
     void setPenId(std::uint64_t penId);
-    void addProperty(std::uint16_t id, std::unique_ptr<Value> value);
+    void addProperty(std::uint16_t id, Value value);
     /** When the same page is added again, its strokes replace the earlier ones. */
     void addPage(PenPageStrokes page);
     void addPages(StrokesList pages);

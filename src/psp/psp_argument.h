@@ -3,7 +3,6 @@
 #include "protocol/values/value.h"
 
 #include <cstdint>
-#include <memory>
 
 namespace zel {
 
@@ -19,7 +18,6 @@ public:
     PspArgument(std::uint32_t number) noexcept : m_type(ValueType::Int32), m_number(number) {}
     PspArgument(std::uint64_t number) noexcept : m_type(ValueType::Long64), m_number(number) {}
     PspArgument(const Value &value) noexcept : m_value(&value) {}
-    PspArgument(const std::unique_ptr<Value> &value) noexcept : m_value(value.get()) {}
     // NOLINTEND(google-explicit-constructor)
 
     /** Appends key and value; nothing for an absent value. Throws ZELException as ValueEncoder does. */

@@ -50,9 +50,9 @@ void throwOnNegative(std::int32_t status)
     }
 }
 
-bool isStatus(const std::unique_ptr<Value> &element) noexcept
+bool isStatus(const Value &element) noexcept
 {
-    return element != nullptr && element->getType() == ValueType::Int32;
+    return element.getType() == ValueType::Int32;
 }
 
 } // namespace
@@ -119,8 +119,7 @@ void PspClientBase::disconnect() noexcept
     LogDebug("[PspClientBase::disconnect] disconnected");
 }
 
-std::unique_ptr<Value> PspClientBase::exchange(std::uint32_t instructionCode,
-                                               std::span<const PspArgument> arguments)
+Value PspClientBase::exchange(std::uint32_t instructionCode, std::span<const PspArgument> arguments)
 {
     ValueResult result;
     exchange(result, instructionCode, arguments);
@@ -216,7 +215,7 @@ PspClientBase::Response PspClientBase::receiveArray(ValueDecoder &values, ValueT
         else if (i == 1)
             result.read(values, text);
         else
-            text.append(values.decode().get(), 1);
+            text.append(values.decode(), 1);
     }
     return response;
 }
@@ -225,7 +224,7 @@ std::optional<std::int32_t> PspClientBase::receiveStatus(ValueDecoder &values, V
 {
     const ValueType type = values.takeType();
     if (type != ValueType::Int32) {
-        text.append(values.decodeBody(type).get(), 1);
+        text.append(values.decodeBody(type), 1);
         return std::nullopt;
     }
     const std::uint64_t status = values.takeNumber(type);
@@ -237,14 +236,14 @@ std::optional<std::int32_t> PspClientBase::receiveStatus(ValueDecoder &values, V
 PspClientBase::Response PspClientBase::receiveOther(ValueType type, ValueDecoder &values, ValueText &text,
                                                     ResultReader &result)
 {
-    const std::unique_ptr<Value> value = values.decodeBody(type);
-    text.append(value.get(), 0);
-    if (value == nullptr || !value->isArray())
+    Value value = values.decodeBody(type);
+    text.append(value, 0);
+    if (!value.isArray())
         return {};
-    ValueList &elements = value->getArray();
+    ValueList &elements = value.getArray();
     Response response{true, elements.size() > 1, std::nullopt};
     if (!elements.empty() && isStatus(elements[0]))
-        response.status = static_cast<std::int32_t>(elements[0]->getInt());
+        response.status = static_cast<std::int32_t>(elements[0].getInt());
     if (response.hasResult)
         result.take(std::move(elements[1]));
     return response;

@@ -44,9 +44,9 @@ public:
 
 protected:
     /** One exchange; the arguments travel under the keys 0, 1, 2, ... Throws PspConnectionException when the
-     *  connection is lost, and by the status that the pen answers. The result is never null. */
+     *  connection is lost, and by the status that the pen answers. The result is never absent. */
     template <class... Arguments>
-    std::unique_ptr<Value> execute(std::uint32_t instructionCode, const Arguments &...arguments)
+    Value execute(std::uint32_t instructionCode, const Arguments &...arguments)
     {
         const std::array<PspArgument, sizeof...(Arguments)> list{arguments...};
         return exchange(instructionCode, list);
@@ -64,7 +64,7 @@ private:
     /** What is known of a response when all of it has been taken off the wire. */
     struct Response;
 
-    std::unique_ptr<Value> exchange(std::uint32_t instructionCode, std::span<const PspArgument> arguments);
+    Value exchange(std::uint32_t instructionCode, std::span<const PspArgument> arguments);
     void exchange(ResultReader &result, std::uint32_t instructionCode,
                   std::span<const PspArgument> arguments);
     void createSocketAndStream();

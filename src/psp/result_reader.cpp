@@ -8,21 +8,21 @@ namespace zel {
 void ValueResult::read(ValueDecoder &values, ValueText &text)
 {
     m_value = values.decode();
-    text.append(m_value.get(), 1);
+    text.append(m_value, 1);
 }
 
-std::unique_ptr<Value> ValueResult::value() &&
+Value ValueResult::value() &&
 {
     replaceAbsent(m_value);
     return std::move(m_value);
 }
 
-void replaceAbsent(std::unique_ptr<Value> &value)
+void replaceAbsent(Value &value)
 {
-    if (value == nullptr) {
-        value = Value::createBare(ValueType::AnyType)->copy();
-    } else if (value->isArray()) {
-        for (std::unique_ptr<Value> &element : value->getArray())
+    if (value.isAbsent()) {
+        value = value.copy();
+    } else if (value.isArray()) {
+        for (Value &element : value.getArray())
             replaceAbsent(element);
     }
 }

@@ -2,7 +2,6 @@
 
 #include "protocol/values/value.h"
 
-#include <memory>
 #include <utility>
 
 namespace zel {
@@ -21,7 +20,7 @@ public:
     /** Reads the result from the stream, and appends its text to the response's log text. */
     virtual void read(ValueDecoder &values, ValueText &text) = 0;
     /** Receives a result that was decoded already. It may be absent. */
-    virtual void take(std::unique_ptr<Value> value) = 0;
+    virtual void take(Value value) = 0;
 };
 
 /** Receives the result as a value. */
@@ -29,16 +28,16 @@ class ValueResult : public ResultReader
 {
 public:
     void read(ValueDecoder &values, ValueText &text) override;
-    void take(std::unique_ptr<Value> value) override { m_value = std::move(value); }
+    void take(Value value) override { m_value = std::move(value); }
 
-    /** The result; never null. */
-    std::unique_ptr<Value> value() &&;
+    /** The result; never absent. */
+    Value value() &&;
 
 private:
-    std::unique_ptr<Value> m_value;
+    Value m_value;
 };
 
 /** Replaces absent elements as Value::copy() does: by null values, with a log text for each. */
-void replaceAbsent(std::unique_ptr<Value> &value);
+void replaceAbsent(Value &value);
 
 } // namespace zel

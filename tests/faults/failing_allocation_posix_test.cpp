@@ -10,7 +10,9 @@
 
 #include <algorithm>
 #include <fstream>
+#include <iterator>
 #include <set>
+#include <string_view>
 
 namespace faults {
 
@@ -30,6 +32,35 @@ std::uint32_t callBeforeAnyOther()
 
 const std::uint32_t s_codeOfFirstCall = callBeforeAnyOther();
 
+/** The calls that exchange nothing but numbers take no memory, so they succeed without any. */
+constexpr std::string_view kCallsWithoutMemory[] = {
+    "zelRemoveAllStrokes",
+    "zelSetTime",
+    "zelGetTime",
+    "zelSetBluetoothEnabled",
+    "zelGetBluetoothEnabled",
+    "zelSetBluetoothDiscoverableAllowed",
+    "zelGetBluetoothDiscoverableAllowed",
+    "zelSetAutoPowerOff",
+    "zelGetAutoPowerOff",
+    "zelSetWakeUpTime",
+    "zelGetWakeUpTime",
+    "zelGetPenLockedStatus",
+    "zelHasCertificateAuthenticator",
+    "zelHasSigningKey",
+    "zelClearSigningKey",
+    "zelClearCertificate",
+    "zelHasEncryptedData",
+    "zelClearEncryptedData",
+    "zelGetSecureDeleteEnabled",
+    "zelDfuDetach",
+    "zelDfuDetachBoot",
+    "zelDfuClearStatus",
+    "zelDfuAbort",
+    "zelDfuGetState",
+    "zelDfuResetPort",
+};
+
 class FailingAllocation : public testing::TestWithParam<FaultRow>
 {
 protected:
@@ -45,7 +76,12 @@ protected:
 
     static const FaultRow &row() { return GetParam(); }
 
-    void checkEveryAllocation(Memory memory) { EXPECT_NE(failures(memory), 0u); }
+    void checkEveryAllocation(Memory memory)
+    {
+        const bool takesNone =
+            std::ranges::find(kCallsWithoutMemory, row().name) != std::end(kCallsWithoutMemory);
+        EXPECT_EQ(failures(memory) == 0, takesNone);
+    }
 
     /** The first answer is this one. Many a call takes no memory then. */
     void checkEveryAllocation(Memory memory, const Answer &answer, Fault fault)

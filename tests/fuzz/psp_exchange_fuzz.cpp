@@ -33,8 +33,8 @@ Outcome outcomeOf(zel::PspClient2 &client, const zel::Value *argument)
     try {
         const auto result = argument == nullptr ? client.getValueProperty(0x1234)
                                                 : client.setValueProperty(0x1234, *argument);
-        ZEL_FUZZ_REQUIRE(result != nullptr);
-        return {textOf(*result)};
+        ZEL_FUZZ_REQUIRE(!result.isAbsent());
+        return {textOf(result)};
     } catch (const zel::ZELException &failure) {
         return {std::string(typeid(failure).name()) + failure.what(), true};
     }
@@ -52,7 +52,7 @@ std::optional<std::string> requestWith(const zel::Value *argument)
         return std::string("R1GP\x01\x00\x03\x12\x34", 9);
     zel::ValueEncoder encoded;
     try {
-        encoded.encode(*argument->copy());
+        encoded.encode(argument->copy());
     } catch (const zel::ZELException &) {
         return std::nullopt;
     }
@@ -72,14 +72,14 @@ Outcome exchange(Input answer, std::size_t atMost, const zel::Value *argument)
 }
 
 /** The value that opens the input, to be sent; null when there is none. */
-std::unique_ptr<zel::Value> takeArgument(Input &input)
+zel::Value takeArgument(Input &input)
 {
     zel::ByteSource source(input);
-    std::unique_ptr<zel::Value> value;
+    zel::Value value;
     try {
         value = zel::ValueDecoder(source, 1).decode();
     } catch (const zel::ZELException &) {
-        return nullptr;
+        return {};
     }
     input = input.subspan(static_cast<std::size_t>(source.taken()));
     return value;
@@ -93,8 +93,9 @@ ZEL_FUZZ_TARGET(psp_exchange)
 {
     if (zel::fuzz::announcesManyBodilessElements(input))
         return;
-    const auto argument = takeArgument(input);
-    const Outcome whole = exchange(input, zel::fuzz::PeerStep::kAnyNumber, argument.get());
-    ZEL_FUZZ_REQUIRE(exchange(input, 1, argument.get()) == whole);
-    ZEL_FUZZ_REQUIRE(exchange(input, 7, argument.get()) == whole);
+    const zel::Value taken = takeArgument(input);
+    const zel::Value *const argument = taken.isAbsent() ? nullptr : &taken;
+    const Outcome whole = exchange(input, zel::fuzz::PeerStep::kAnyNumber, argument);
+    ZEL_FUZZ_REQUIRE(exchange(input, 1, argument) == whole);
+    ZEL_FUZZ_REQUIRE(exchange(input, 7, argument) == whole);
 }

@@ -10,10 +10,10 @@
 
 namespace {
 
-std::unique_ptr<zel::Value> takeValue(zel::ByteSource &source)
+zel::Value takeValue(zel::ByteSource &source)
 {
-    auto value = zel::ValueDecoder(source, zel::VALUE_HEADER_LENGTH).decode();
-    return value ? std::move(value) : zel::Value::createNull();
+    zel::Value value = zel::ValueDecoder(source, zel::VALUE_HEADER_LENGTH).decode();
+    return value.isAbsent() ? zel::Value::createNull() : std::move(value);
 }
 
 std::uint64_t takeNumber(zel::ByteSource &source, std::uint32_t bytes)

@@ -7,14 +7,14 @@ ZEL_FUZZ_TARGET(text_form)
 {
     if (zel::fuzz::announcesManyBodilessElements(input))
         return;
-    const auto binary = zel::Value::createBinary(input.data(), static_cast<std::uint32_t>(input.size()));
+    auto binary = zel::Value::createBinary(input.data(), static_cast<std::uint32_t>(input.size()));
     std::string text;
-    binary->toString(text);
-    ZEL_FUZZ_REQUIRE(binary->isEncodedValue() == text.starts_with("["));
-    if (!binary->isEncodedValue())
+    binary.toString(text);
+    ZEL_FUZZ_REQUIRE(binary.isEncodedValue() == text.starts_with("["));
+    if (!binary.isEncodedValue())
         return;
-    binary->unpack();
+    binary.unpack();
     std::string unpacked;
-    binary->toString(unpacked);
+    binary.toString(unpacked);
     ZEL_FUZZ_REQUIRE(text == "[" + unpacked + "]");
 }

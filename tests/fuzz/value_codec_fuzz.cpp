@@ -5,7 +5,6 @@
 #include "protocol/values/value_format.h"
 #include "sys/exceptions.h"
 
-#include <memory>
 #include <sstream>
 
 namespace {
@@ -14,7 +13,7 @@ using zel::fuzz::Input;
 
 struct Decoded {
     bool failed = false;
-    std::unique_ptr<zel::Value> value;
+    zel::Value value;
     std::size_t consumed = 0;
 };
 
@@ -58,8 +57,8 @@ void requireStableForm(const zel::Value &value)
     const std::string encoded = bytes.str();
     const auto again =
         zel::decodeValue({reinterpret_cast<const std::uint8_t *>(encoded.data()), encoded.size()});
-    ZEL_FUZZ_REQUIRE(again != nullptr);
-    ZEL_FUZZ_REQUIRE(textOf(*again) == textOf(value));
+    ZEL_FUZZ_REQUIRE(!again.isAbsent());
+    ZEL_FUZZ_REQUIRE(textOf(again) == textOf(value));
 }
 
 } // namespace
@@ -71,7 +70,7 @@ ZEL_FUZZ_TARGET(value_codec)
         return;
     const Decoded decoded = decodeFromStream(input);
     ZEL_FUZZ_REQUIRE(decodesFromMemory(input) == !decoded.failed);
-    const bool isWhole = !decoded.failed && decoded.value && decoded.consumed == input.size();
+    const bool isWhole = !decoded.value.isAbsent() && decoded.consumed == input.size();
     ZEL_FUZZ_REQUIRE(zel::isOneEncodedValue(input) == isWhole);
 
     std::uint32_t count = 0;
@@ -81,8 +80,8 @@ ZEL_FUZZ_TARGET(value_codec)
     if (counted)
         ZEL_FUZZ_REQUIRE(!decoded.failed && count == decoded.consumed);
 
-    if (decoded.value) {
-        ZEL_FUZZ_REQUIRE(textOf(*decoded.value->copy()).size() > 0);
-        requireStableForm(*decoded.value);
+    if (!decoded.value.isAbsent()) {
+        ZEL_FUZZ_REQUIRE(textOf(decoded.value.copy()).size() > 0);
+        requireStableForm(decoded.value);
     }
 }

@@ -10,8 +10,7 @@ namespace {
 
 bool sameElements(const Value &left, const Value &right)
 {
-    return std::ranges::equal(left.getArray(), right.getArray(),
-                              [](const auto &a, const auto &b) { return sameTree(a.get(), b.get()); });
+    return std::ranges::equal(left.getArray(), right.getArray(), sameTree);
 }
 
 bool sameContents(const Value &left, const Value &right)
@@ -28,17 +27,15 @@ bool sameContents(const Value &left, const Value &right)
     case ValueType::TerminatedArray:
         return sameElements(left, right);
     default:
-        return toRawNumber(&left) == toRawNumber(&right);
+        return toRawNumber(left) == toRawNumber(right);
     }
 }
 
 } // namespace
 
-bool sameTree(const Value *left, const Value *right)
+bool sameTree(const Value &left, const Value &right)
 {
-    if (left == nullptr || right == nullptr)
-        return left == right;
-    return left->getType() == right->getType() && sameContents(*left, *right);
+    return left.getType() == right.getType() && sameContents(left, right);
 }
 
 } // namespace zel::test

@@ -3,7 +3,6 @@
 #include "protocol/values/value.h"
 
 #include <cstdint>
-#include <memory>
 #include <string>
 #include <utility>
 
@@ -19,17 +18,17 @@ ValueList elements(Values... values)
 }
 
 template <class... Values>
-std::unique_ptr<Value> valueArray(Values... values)
+Value valueArray(Values... values)
 {
     return Value::createValueArray(elements(std::move(values)...));
 }
 
-inline std::unique_ptr<Value> binaryOf(const std::vector<std::uint8_t> &bytes)
+inline Value binaryOf(const std::vector<std::uint8_t> &bytes)
 {
     return Value::createBinary(bytes.data(), static_cast<std::uint32_t>(bytes.size()));
 }
 
-inline std::unique_ptr<Value> escapedBinaryOf(const std::vector<std::uint8_t> &bytes)
+inline Value escapedBinaryOf(const std::vector<std::uint8_t> &bytes)
 {
     return Value::createEscapedBinary(bytes.data(), static_cast<std::int32_t>(bytes.size()));
 }
@@ -41,7 +40,7 @@ inline std::string textOf(const Value &value)
     return text;
 }
 
-/** Same types, contents and shape. Null pointers (absent elements) are the same as each other only. */
-bool sameTree(const Value *left, const Value *right);
+/** Same types, contents and shape. */
+bool sameTree(const Value &left, const Value &right);
 
 } // namespace zel::test

@@ -22,7 +22,7 @@ bool decodesToExactlyOneValue(const Bytes &bytes)
     try {
         ByteSource source(bytes);
         const auto value = ValueDecoder(source, VALUE_HEADER_LENGTH).decode();
-        return value != nullptr && source.taken() == bytes.size();
+        return !value.isAbsent() && source.taken() == bytes.size();
     } catch (const ZELException &) {
         return false;
     }
@@ -128,8 +128,7 @@ const Payload kPayloads[] = {
 };
 
 constexpr std::size_t kAllowance = 16 * 1024 * 1024;
-/** A value, two words of the heap's and the element that points there. */
-constexpr std::size_t kPerValue = sizeof(Value) + 16 + sizeof(ValueList::value_type);
+constexpr std::size_t kPerValue = 64;
 constexpr std::size_t kFullArrays = kAllowance / (65535 * kPerValue);
 
 /** A value array: the payload, full data arrays of 65,535 absent elements, one of so many, and bytes that the

@@ -22,7 +22,7 @@ TEST(Instruction, ArgumentsStandInAscendingIndexOrder)
     std::uint16_t expected = 0;
     for (const auto &[index, value] : instruction.getArguments()) {
         EXPECT_EQ(index, expected);
-        EXPECT_EQ(value->getByte(), 10 * expected);
+        EXPECT_EQ(value.getByte(), 10 * expected);
         ++expected;
     }
     EXPECT_EQ(expected, 3);
@@ -32,9 +32,8 @@ TEST(Instruction, StoresACopyOfABorrowedArgument)
 {
     const auto value = Value::createString("text");
     Instruction instruction(1);
-    instruction.setArgument(7, *value);
-    EXPECT_NE(instruction.getArguments().at(7), value);
-    EXPECT_TRUE(sameTree(instruction.getArguments().at(7).get(), value.get()));
+    instruction.setArgument(7, value);
+    EXPECT_TRUE(sameTree(instruction.getArguments().at(7), value));
 }
 
 TEST(Instruction, TheFirstArgumentUnderAnIndexStays)
@@ -42,7 +41,7 @@ TEST(Instruction, TheFirstArgumentUnderAnIndexStays)
     Instruction instruction(1);
     instruction.setArgumentOwned(0, Value::createByte(1));
     instruction.setArgumentOwned(0, Value::createByte(2));
-    instruction.setArgument(0, *Value::createByte(3));
+    instruction.setArgument(0, Value::createByte(3));
     EXPECT_EQ(instruction.getArguments().size(), 1u);
-    EXPECT_EQ(instruction.getArguments().at(0)->getByte(), 1);
+    EXPECT_EQ(instruction.getArguments().at(0).getByte(), 1);
 }

@@ -10,7 +10,7 @@ using namespace zel::test;
 
 namespace {
 
-std::unique_ptr<Value> pageItem(const char *address, std::uint32_t size)
+Value pageItem(const char *address, std::uint32_t size)
 {
     return valueArray(Value::createLong(PageAddress(address).raw()), Value::createInt(size));
 }
@@ -19,7 +19,7 @@ std::unique_ptr<Value> pageItem(const char *address, std::uint32_t size)
 
 TEST(PageList, KeepsTheAnswersOrder)
 {
-    const PageList list(*valueArray(pageItem("1.2.3.5", 10), pageItem("1.2.3.4", 20)));
+    const PageList list(valueArray(pageItem("1.2.3.5", 10), pageItem("1.2.3.4", 20)));
     ASSERT_EQ(list.size(), 2u);
     EXPECT_EQ(list[0].getSize(), 10u);
     EXPECT_EQ(list[1].getSize(), 20u);
@@ -28,20 +28,20 @@ TEST(PageList, KeepsTheAnswersOrder)
 
 TEST(PageList, NullAnswerIsAnEmptyList)
 {
-    EXPECT_TRUE(PageList(*Value::createNull()).empty());
-    EXPECT_TRUE(PageList(*valueArray()).empty());
+    EXPECT_TRUE(PageList(Value::createNull()).empty());
+    EXPECT_TRUE(PageList(valueArray()).empty());
 }
 
 TEST(PageList, AnswersThatAreNoListOfPagesThrow)
 {
-    EXPECT_THROW(PageList(*Value::createInt(0)), ZELException);
-    EXPECT_THROW(PageList(*valueArray(Value::createInt(0))), ZELException);
-    EXPECT_THROW(PageList(*valueArray(nullptr)), ZELException);
+    EXPECT_THROW(PageList(Value::createInt(0)), ZELException);
+    EXPECT_THROW(PageList(valueArray(Value::createInt(0))), ZELException);
+    EXPECT_THROW(PageList{valueArray(Value())}, ZELException);
 }
 
 TEST(PageList, ItemOfAnotherLengthIsAPageOfMissingFields)
 {
-    const PageList list(*valueArray(valueArray(Value::createLong(1))));
+    const PageList list(valueArray(valueArray(Value::createLong(1))));
     EXPECT_EQ(list[0].getAddress(), PageAddress());
     EXPECT_EQ(list[0].getSize(), 0u);
 }

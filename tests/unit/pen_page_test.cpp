@@ -10,7 +10,7 @@ using namespace zel::test;
 
 TEST(PenPage, IsMadeOfAListOfAddressAndSize)
 {
-    const PenPage page(*valueArray(Value::createLong(0x0000010002003004), Value::createInt(200)));
+    const PenPage page(valueArray(Value::createLong(0x0000010002003004), Value::createInt(200)));
     EXPECT_EQ(page.getAddress(), PageAddress("1.2.3.4"));
     EXPECT_EQ(page.address(), PageAddress("1.2.3.4"));
     EXPECT_EQ(page.getSize(), 200u);
@@ -19,16 +19,16 @@ TEST(PenPage, IsMadeOfAListOfAddressAndSize)
 TEST(PenPage, AnyKindOfArrayIsAList)
 {
     const auto list = Value::createTerminatedArray(elements(Value::createLong(1), Value::createInt(2)));
-    EXPECT_EQ(PenPage(*list).getSize(), 2u);
+    EXPECT_EQ(PenPage(list).getSize(), 2u);
 }
 
 TEST(PenPage, ListsOfOtherLengthsLeaveTheDefault)
 {
-    const auto none = valueArray();
-    const auto one = valueArray(Value::createLong(1));
-    const auto three = valueArray(Value::createLong(1), Value::createInt(2), Value::createInt(3));
-    for (const Value *list : {none.get(), one.get(), three.get()}) {
-        const PenPage page(*list);
+    const ValueList lists =
+        elements(valueArray(), valueArray(Value::createLong(1)),
+                 valueArray(Value::createLong(1), Value::createInt(2), Value::createInt(3)));
+    for (const Value &list : lists) {
+        const PenPage page(list);
         EXPECT_EQ(page.getAddress().raw(), 0xFFFFFFFFFFFFFFFFu);
         EXPECT_EQ(page.getSize(), 0u);
     }
@@ -36,25 +36,25 @@ TEST(PenPage, ListsOfOtherLengthsLeaveTheDefault)
 
 TEST(PenPage, NumbersOfAnyWidthAreTaken)
 {
-    const PenPage narrow(*valueArray(Value::createInt(0x02003004), Value::createShort(200)));
+    const PenPage narrow(valueArray(Value::createInt(0x02003004), Value::createShort(200)));
     EXPECT_EQ(narrow.address().raw(), 0x02003004u);
     EXPECT_EQ(narrow.getSize(), 200u);
-    const PenPage wide(*valueArray(Value::createLong(0x0000010002003004), Value::createLong(0x1000000C8)));
+    const PenPage wide(valueArray(Value::createLong(0x0000010002003004), Value::createLong(0x1000000C8)));
     EXPECT_EQ(wide.address(), PageAddress("1.2.3.4"));
     EXPECT_EQ(wide.getSize(), 200u); // cut to its 32 bits
-    const PenPage least(*valueArray(Value::createByte(4), Value::createBool(true)));
+    const PenPage least(valueArray(Value::createByte(4), Value::createBool(true)));
     EXPECT_EQ(least.address().raw(), 4u);
     EXPECT_EQ(least.getSize(), 1u);
 }
 
 TEST(PenPage, OtherValuesAndItemsThrow)
 {
-    EXPECT_THROW(PenPage(*Value::createLong(1)), ZELException);
-    EXPECT_THROW(PenPage(*valueArray(Value::createLong(1), Value::createString("2"))), ZELException);
-    EXPECT_THROW(PenPage(*valueArray(Value::createNull(), Value::createInt(2))), ZELException);
-    EXPECT_THROW(PenPage(*valueArray(valueArray(), Value::createInt(2))), ZELException);
-    EXPECT_THROW(PenPage(*valueArray(nullptr, Value::createInt(2))), ZELException);
-    EXPECT_THROW(PenPage(*valueArray(Value::createLong(1), nullptr)), ZELException);
+    EXPECT_THROW(PenPage(Value::createLong(1)), ZELException);
+    EXPECT_THROW(PenPage(valueArray(Value::createLong(1), Value::createString("2"))), ZELException);
+    EXPECT_THROW(PenPage(valueArray(Value::createNull(), Value::createInt(2))), ZELException);
+    EXPECT_THROW(PenPage(valueArray(valueArray(), Value::createInt(2))), ZELException);
+    EXPECT_THROW(PenPage(valueArray(Value(), Value::createInt(2))), ZELException);
+    EXPECT_THROW(PenPage(valueArray(Value::createLong(1), Value())), ZELException);
 }
 
 TEST(PenPage, AssignmentTakesAddressAndSize)

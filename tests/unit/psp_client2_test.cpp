@@ -71,7 +71,7 @@ const Case kOperations[] = {
      },
      "[PspClient2::getValueProperty] 8225"},
     {"setValueProperty",
-     [](PspClient2 &psp) { psp.setValueProperty(0x202e, *Value::createBool(true)); },
+     [](PspClient2 &psp) { psp.setValueProperty(0x202e, Value::createBool(true)); },
      {
          0x52, 0x31, 0x53, 0x50, 0x02, // R1SP, two arguments
          0x00, 0x03, 0x20, 0x2e,       // key 0: short16 id
@@ -209,15 +209,15 @@ TEST_F(PspClient2Test, ValueThatIsSetStaysTheCallers)
         0x00, 0x03, 0x22, 0x03,                           // key 0: short16, the property
         0x01, 0x06, 0x00, 0x05, 'm', 'i', 'n', 'e', 0x00, // key 1: string
     };
-    EXPECT_EQ(requestOf([&](PspClient2 &psp) { psp.setValueProperty(property::BT_PIN, *text); }), expected);
+    EXPECT_EQ(requestOf([&](PspClient2 &psp) { psp.setValueProperty(property::BT_PIN, text); }), expected);
     std::string kept;
-    text->getString(kept);
+    text.getString(kept);
     EXPECT_EQ(kept, "mine");
 }
 
 TEST_F(PspClient2Test, ElementsWithoutAValueAreSentAsNull)
 {
-    const auto list = Value::createValueArray(elements(nullptr, Value::createBool(true)));
+    const auto list = Value::createValueArray(elements(Value(), Value::createBool(true)));
     const Bytes expected = {
         0x52, 0x31, 0x53, 0x50,             // R1SP
         0x02,                               // arguments
@@ -225,7 +225,7 @@ TEST_F(PspClient2Test, ElementsWithoutAValueAreSentAsNull)
         0x01, 0x08, 0x00, 0x02, 0x00, 0x01, // key 1: value array of two: null, bool
         0x01,
     };
-    EXPECT_EQ(requestOf([&](PspClient2 &psp) { psp.setValueProperty(0x1234, *list); }), expected);
+    EXPECT_EQ(requestOf([&](PspClient2 &psp) { psp.setValueProperty(0x1234, list); }), expected);
 }
 
 TEST_F(PspClient2Test, AnswerOfEndSyncSessionAndSetMmiStateMayCarryAValue)

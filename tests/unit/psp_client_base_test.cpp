@@ -40,7 +40,7 @@ protected:
         m_client.connect();
     }
 
-    std::unique_ptr<Value> exchange(const Bytes &answer)
+    Value exchange(const Bytes &answer)
     {
         m_service.then(answer);
         return m_client.execute(kInstruction);
@@ -249,7 +249,7 @@ TEST_F(PspClientBaseTest, AbsentArgumentIsCountedButNotSent)
     connect();
     m_service.then(wire::status(0));
     const std::uint8_t data[] = {0x41};
-    m_client.execute(kInstruction, std::unique_ptr<Value>(), Value::createEscapedBinary(data, 1));
+    m_client.execute(kInstruction, Value(), Value::createEscapedBinary(data, 1));
     const Bytes expected = {
         0x52, 0x31, 0x47, 0x50, // instruction code
         0x02,                   // arguments, the absent one among them
@@ -268,7 +268,7 @@ TEST_F(PspClientBaseTest, StatusAloneIsTheResult)
         0x08, 0x00, 0x01,             // value array, one element
         0x04, 0x00, 0x00, 0x00, 0x05, // status
     });
-    EXPECT_EQ(result->getInt(), 5u);
+    EXPECT_EQ(result.getInt(), 5u);
 }
 
 TEST_F(PspClientBaseTest, SecondElementIsTheResultAndFurtherOnesAreIgnored)
@@ -280,7 +280,7 @@ TEST_F(PspClientBaseTest, SecondElementIsTheResultAndFurtherOnesAreIgnored)
         0x06, 0x00, 0x03, 'h', 'i', 0x00, // string "hi"
         0x02, 0x07,                       // byte
     });
-    EXPECT_EQ(toText(result.get()), "hi");
+    EXPECT_EQ(toText(result), "hi");
 }
 
 TEST_F(PspClientBaseTest, StringBehindTheStatusIsTheResult)
@@ -291,8 +291,8 @@ TEST_F(PspClientBaseTest, StringBehindTheStatusIsTheResult)
         0x04, 0x00, 0x00, 0x00, 0x00,               // status
         0x06, 0x00, 0x05, 't', 'e', 'x', 't', 0x00, // string "text"
     });
-    EXPECT_EQ(result->getType(), ValueType::String);
-    EXPECT_EQ(result->textView(), "text");
+    EXPECT_EQ(result.getType(), ValueType::String);
+    EXPECT_EQ(result.textView(), "text");
 }
 
 TEST_F(PspClientBaseTest, EveryKindOfArrayIsAResponse)
@@ -303,14 +303,14 @@ TEST_F(PspClientBaseTest, EveryKindOfArrayIsAResponse)
                            0x00, 0x00, 0x00, 0x00, // status
                            0x00, 0x00, 0x00, 0x09, // result
                        })
-                  ->getInt(),
+                  .getInt(),
               9u);
     EXPECT_EQ(exchange({
                            0x0a,                         // terminated array
                            0x04, 0x00, 0x00, 0x00, 0x01, // status
                            0x0b,                         // terminator
                        })
-                  ->getInt(),
+                  .getInt(),
               1u);
 }
 
@@ -372,14 +372,14 @@ TEST_F(PspClientBaseTest, ResponseOfManyBytesInDataArraysIsTaken)
 {
     connect();
     const Bytes bytes = Bytes{0x09, 0xff, 0xff, 0x02} + Bytes(65535, 0x41); // data array of type byte
-    EXPECT_EQ(exchange(wire::result(Bytes{0x08, 0x00, 0x08} + repeated(bytes, 8)))->getArray().size(), 8u);
+    EXPECT_EQ(exchange(wire::result(Bytes{0x08, 0x00, 0x08} + repeated(bytes, 8))).getArray().size(), 8u);
 }
 
 TEST_F(PspClientBaseTest, ResponseOfHalfAMillionNullsIsTaken)
 {
     connect();
     const Bytes nulls = Bytes{0x0a} + Bytes(500000, 0x00) + Bytes{0x0b}; // terminated array
-    EXPECT_EQ(exchange(wire::result(nulls))->getArray().size(), 500000u);
+    EXPECT_EQ(exchange(wire::result(nulls)).getArray().size(), 500000u);
 }
 
 TEST_F(PspClientBaseTest, ResponseThatLiesDeepIsTaken)
@@ -387,7 +387,7 @@ TEST_F(PspClientBaseTest, ResponseThatLiesDeepIsTaken)
     connect();
     const Bytes bools = Bytes{0x08, 0x17, 0x70} + repeated({0x01, 0x01}, 6000);
     const auto result = exchange(wire::result(repeated({0x08, 0x00, 0x01}, 249) + bools));
-    EXPECT_EQ(result->getArray().size(), 1u);
+    EXPECT_EQ(result.getArray().size(), 1u);
     const std::string lastLine = std::string(251 * 4, ' ') + "(bool) true";
     EXPECT_TRUE(m_log.entries().back().second.ends_with(lastLine));
 }
@@ -396,9 +396,9 @@ TEST_F(PspClientBaseTest, ResponseThatLiesDeepIsTaken)
 TEST_F(PspClientBaseTest, ElementsWithoutValueBecomeNullInTheResult)
 {
     connect();
-    EXPECT_TRUE(isNull(exchange(wire::list({wire::int32(0), {0x0f}})).get()));
+    EXPECT_TRUE(isNull(exchange(wire::list({wire::int32(0), {0x0f}}))));
     const auto nested = exchange(wire::result(wire::list({wire::byte(1), {0x0f}, wire::list({{0x0f}})})));
-    EXPECT_EQ(textFormOf(*nested),
+    EXPECT_EQ(textFormOf(nested),
               "(value array) 3\n    (byte) 1\n    (null) \n    (value array) 1\n        (null) ");
     EXPECT_EQ(m_log.count("Value::copy - unknown type: 15"), 3u);
 }
@@ -432,7 +432,7 @@ TEST_F(PspClientBaseTest, LockedPenLeavesTheClientUsable)
 {
     connect();
     EXPECT_THROW(exchange(wire::status(-9003)), PspPenIsLockedException);
-    EXPECT_EQ(exchange(wire::status(0))->getInt(), 0u);
+    EXPECT_EQ(exchange(wire::status(0)).getInt(), 0u);
     EXPECT_EQ(m_service.connections(), 1u);
 }
 
@@ -442,7 +442,7 @@ TEST_F(PspClientBaseTest, ResponseThatIsNoArrayRaisesAnExceptionWithoutText)
     EXPECT_EQ(textOf<ZELException>([&] { exchange(wire::int32(0)); }), "");
     EXPECT_EQ(textOf<ZELException>([&] { exchange({0x0f}); }), "");
     EXPECT_TRUE(m_log.contains(LogLevel::Debug, "Received and parsed value:\n(any type) unknown"));
-    EXPECT_EQ(exchange(wire::status(0))->getInt(), 0u) << "the answers were whole: the next one follows them";
+    EXPECT_EQ(exchange(wire::status(0)).getInt(), 0u) << "the answers were whole: the next one follows them";
 }
 
 TEST_F(PspClientBaseTest, ResponseWithoutStatusIsALostConnection)
@@ -470,7 +470,7 @@ TEST_F(PspClientBaseTest, ExchangesOfSeveralThreadsNeverInterleave)
     for (std::uint16_t i = 0; i < kThreads; ++i)
         threads.emplace_back([&, i] {
             for (int round = 0; round < 50; ++round)
-                answered += m_client.execute(kInstruction, Value::createShort(i))->getShort() == i ? 1 : 0;
+                answered += m_client.execute(kInstruction, Value::createShort(i)).getShort() == i ? 1 : 0;
         });
     for (std::thread &thread : threads)
         thread.join();
@@ -506,7 +506,7 @@ TEST_F(PspClientBaseTest, LostConnectionStaysLostUntilReconnected)
               "ProtocolOutputStream::write - IOException");
     m_client.disconnect();
     connect();
-    EXPECT_EQ(exchange(wire::status(0))->getInt(), 0u);
+    EXPECT_EQ(exchange(wire::status(0)).getInt(), 0u);
 }
 
 TEST_F(PspClientBaseTest, GarbageIsNoConnectionFailureButLeavesTheStreamFailed)
@@ -524,7 +524,7 @@ TEST_F(PspClientBaseTest, ValueThatCannotBeEncodedIsALostConnection)
     EXPECT_THROW(m_client.execute(kInstruction, Value::createBare(static_cast<ValueType>(12))),
                  PspConnectionException);
     EXPECT_TRUE(m_service.requests().empty());
-    EXPECT_EQ(exchange(wire::status(0))->getInt(), 0u) << "nothing was sent: the connection is as it was";
+    EXPECT_EQ(exchange(wire::status(0)).getInt(), 0u) << "nothing was sent: the connection is as it was";
     EXPECT_EQ(m_service.connections(), 1u);
 }
 

@@ -16,7 +16,7 @@ Bytes encode(PspSyncRequest &request)
     return block;
 }
 
-std::unique_ptr<Value> strokes(std::initializer_list<std::uint8_t> bytes)
+Value strokes(std::initializer_list<std::uint8_t> bytes)
 {
     return Value::createBinary(bytes.begin(), static_cast<std::uint32_t>(bytes.size()));
 }

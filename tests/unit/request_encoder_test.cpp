@@ -194,7 +194,7 @@ TEST_F(RequestEncoding, PageDataThatIsNoBytesIsRefusedUnwritten)
 
 TEST_F(RequestEncoding, AbsentEntriesAreRefused)
 {
-    m_encoder.addEntry(1, nullptr);
+    m_encoder.addEntry(1, {});
     EXPECT_THROW(m_encoder.encodedSize(), ZELException);
 }
 
@@ -207,10 +207,10 @@ TEST_F(RequestEncoding, EntriesThatHaveNoEncodingAreRefused)
 TEST_F(RequestEncoding, CountsThatDoNotFitAreRefusedInsteadOfCut)
 {
     for (std::uint64_t raw = 0; raw < 65535; ++raw)
-        m_encoder.setPageData(PageAddress(raw), nullptr);
+        m_encoder.setPageData(PageAddress(raw), {});
     EXPECT_EQ(m_encoder.encodedSize(), 26u + 65535u * 15u);
     EXPECT_EQ(streamed(m_encoder)[22], 0xFF);
-    m_encoder.setPageData(PageAddress(std::uint64_t{65535}), nullptr);
+    m_encoder.setPageData(PageAddress(std::uint64_t{65535}), {});
     EXPECT_THROW(m_encoder.encodedSize(), ZELException);
     EXPECT_THROW(streamed(m_encoder), ZELException);
 }

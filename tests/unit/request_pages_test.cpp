@@ -16,7 +16,7 @@ void expectEachFound(std::uint64_t distance)
     for (std::uint64_t i = 0; i < kCount; ++i) {
         const PageAddress address(i * distance);
         ASSERT_EQ(index.findOrAdd(address, pages), pages.size());
-        pages.push_back({address, nullptr, nullptr, {}});
+        pages.push_back({address, {}, nullptr});
     }
     for (std::uint64_t i = 0; i < kCount; ++i)
         ASSERT_EQ(index.findOrAdd(PageAddress(i * distance), pages), i);

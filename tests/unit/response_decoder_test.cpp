@@ -69,8 +69,8 @@ TEST(ResponseDecoder, InstructionsComeInTheOrderReceived)
     ASSERT_EQ(instructions.size(), 2u);
     EXPECT_EQ(instructions[0]->getCode(), 0x1234u);
     ASSERT_EQ(instructions[0]->getArguments().size(), 2u);
-    EXPECT_EQ(instructions[0]->getArguments().at(5)->getInt(), 7u);
-    EXPECT_EQ(instructions[0]->getArguments().at(1)->textView(), "ab");
+    EXPECT_EQ(instructions[0]->getArguments().at(5).getInt(), 7u);
+    EXPECT_EQ(instructions[0]->getArguments().at(1).textView(), "ab");
     EXPECT_EQ(instructions[0]->getArguments().begin()->first, 1u);
     EXPECT_EQ(instructions[1]->getCode(), 0xABCDu);
     EXPECT_TRUE(instructions[1]->getArguments().empty());
@@ -105,7 +105,7 @@ TEST(ResponseDecoder, LongerHeadersAreSkipped)
     const ResponseDecoderV1_0 decoder(stream);
     ASSERT_EQ(decoder.getInstructions().size(), 1u);
     EXPECT_EQ(decoder.getInstructions()[0]->getCode(), 0x1234u);
-    EXPECT_EQ(decoder.getInstructions()[0]->getArguments().at(5)->getByte(), 7);
+    EXPECT_EQ(decoder.getInstructions()[0]->getArguments().at(5).getByte(), 7);
 }
 
 TEST(ResponseDecoder, HeaderShorterThanItsFieldsThrows)
@@ -143,7 +143,7 @@ TEST(ResponseDecoder, TheFirstArgumentUnderAnIndexStays)
         0x05, 0x02, 0x08,                                           // index 5: byte 8
     });
     const ResponseDecoderV1_0 decoder(stream);
-    EXPECT_EQ(decoder.getInstructions()[0]->getArguments().at(5)->getByte(), 7);
+    EXPECT_EQ(decoder.getInstructions()[0]->getArguments().at(5).getByte(), 7);
 }
 
 TEST(ResponseDecoder, ArgumentWithoutAValueIsAbsent)
@@ -154,7 +154,7 @@ TEST(ResponseDecoder, ArgumentWithoutAValueIsAbsent)
         0x05, 0x0F,                                                 // index 5: any type
     });
     const ResponseDecoderV1_0 decoder(stream);
-    EXPECT_EQ(decoder.getInstructions()[0]->getArguments().at(5), nullptr);
+    EXPECT_TRUE(decoder.getInstructions()[0]->getArguments().at(5).isAbsent());
 }
 
 TEST(ResponseDecoder, ArgumentThatDoesNotDecodePassesItsException)

@@ -47,13 +47,13 @@ int depthOf(const Value &value)
 {
     int depth = 0;
     for (const Value *at = &value; at != nullptr && at->isArray();
-         at = at->getArray().empty() ? nullptr : at->getArray()[0].get())
+         at = at->getArray().empty() ? nullptr : &at->getArray()[0])
         ++depth;
     return depth;
 }
 
 /** From a stream, as an answer comes. */
-std::unique_ptr<Value> decodedTrickling(const Bytes &bytes)
+Value decodedTrickling(const Bytes &bytes)
 {
     TrickleStream stream(bytes, 4096);
     ProtocolInputStream in(stream, stream.buffer());
@@ -92,9 +92,9 @@ Bytes arraysOfBodiless(std::size_t arrays, std::uint8_t type)
 
 TEST(ValueDecoder, ArraysNestedTo256AreRead)
 {
-    EXPECT_EQ(depthOf(*decodedTrickling(nestedValueArrays(256))), 256);
-    EXPECT_EQ(depthOf(*decodedTrickling(nestedDataArrays(256))), 256);
-    EXPECT_EQ(depthOf(*decodedTrickling(nestedTerminatedArrays(256))), 256);
+    EXPECT_EQ(depthOf(decodedTrickling(nestedValueArrays(256))), 256);
+    EXPECT_EQ(depthOf(decodedTrickling(nestedDataArrays(256))), 256);
+    EXPECT_EQ(depthOf(decodedTrickling(nestedTerminatedArrays(256))), 256);
 }
 
 TEST(ValueDecoder, ArraysNestedDeeperAreRefused)
@@ -117,16 +117,16 @@ TEST(ValueDecoder, TooDeepNestingIsLogged)
 TEST(ValueDecoder, ArraysSideBySideDoNotAddUpToDepth)
 {
     const auto value = decodedTrickling(Bytes{0x08, 0x03, 0xE8} + repeated({0x08, 0x00, 0x00}, 1000));
-    EXPECT_EQ(value->getArray().size(), 1000u);
+    EXPECT_EQ(value.getArray().size(), 1000u);
 }
 
 TEST(ValueDecoder, LargestCountOfRealElementsIsRead)
 {
     const auto value = decodedTrickling(Bytes{0x08, 0xFF, 0xFF} + repeated({0x02, 0x07}, 65535));
-    ASSERT_EQ(value->getArray().size(), 65535u);
-    EXPECT_EQ(value->getArray().back()->getByte(), 7);
-    EXPECT_EQ(decodedTrickling(Bytes{0x09, 0xFF, 0xFF, 0x02} + Bytes(65535, 7))->getArray().size(), 65535u);
-    EXPECT_EQ(decodedTrickling(Bytes{0x0A} + repeated({0x02, 0x07}, 70000) + Bytes{0x0B})->getArray().size(),
+    ASSERT_EQ(value.getArray().size(), 65535u);
+    EXPECT_EQ(value.getArray().back().getByte(), 7);
+    EXPECT_EQ(decodedTrickling(Bytes{0x09, 0xFF, 0xFF, 0x02} + Bytes(65535, 7)).getArray().size(), 65535u);
+    EXPECT_EQ(decodedTrickling(Bytes{0x0A} + repeated({0x02, 0x07}, 70000) + Bytes{0x0B}).getArray().size(),
               70000u);
 }
 
@@ -196,7 +196,7 @@ TEST(ValueDecoder, BinaryOverManyRefillsIsWhole)
     TrickleStream stream(Bytes{0x07} + wire::bigEndian(content.size(), 4) + content + Bytes{0x2A}, 4096);
     ProtocolInputStream in(stream, stream.buffer());
     const auto value = ValueFormatV1_0().decode(in);
-    EXPECT_TRUE(std::ranges::equal(value->bytesView(), content));
+    EXPECT_TRUE(std::ranges::equal(value.bytesView(), content));
     EXPECT_EQ(in.readByte(), 0x2A);
 }
 
@@ -204,15 +204,15 @@ TEST(ValueDecoder, EscapedBinaryOverManyRefillsIsWhole)
 {
     const Bytes bytes = Bytes{0x0E} + repeated({0x41, 0xDB, 0xDC, 0x42, 0xDB, 0xDD}, 20000) + Bytes{0xC0};
     const Bytes content = repeated({0x41, 0xC0, 0x42, 0xDB}, 20000);
-    EXPECT_TRUE(std::ranges::equal(decodedTrickling(bytes)->bytesView(), content));
-    EXPECT_TRUE(std::ranges::equal(decodeValue(bytes)->bytesView(), content));
+    EXPECT_TRUE(std::ranges::equal(decodedTrickling(bytes).bytesView(), content));
+    EXPECT_TRUE(std::ranges::equal(decodeValue(bytes).bytesView(), content));
 }
 
 // Elements without a body come free of charge for the sender: 16 MiB of them, and 64 bytes per byte.
 TEST(ValueDecoder, ElementsWithoutABodyAreBounded)
 {
     for (const std::uint8_t type : Bytes{0x00, 0x0B, 0x0F}) {
-        EXPECT_EQ(decodedTrickling(arraysOfBodiless(4, type))->getArray().size(), 4u);
+        EXPECT_EQ(decodedTrickling(arraysOfBodiless(4, type)).getArray().size(), 4u);
         EXPECT_TRUE(isRefused(arraysOfBodiless(5, type)));
         EXPECT_TRUE(isRefused(arraysOfBodiless(10000, type)));
     }
@@ -222,7 +222,7 @@ TEST(ValueDecoder, BytesReceivedPayForElementsWithoutABody)
 {
     const Bytes payload = Bytes{0x07, 0x00, 0x10, 0x00, 0x00} + Bytes(0x100000, 0x41);
     const Bytes bytes = Bytes{0x08, 0x00, 0x11} + payload + repeated({0x09, 0xFF, 0xFF, 0x00}, 16);
-    EXPECT_EQ(decodedTrickling(bytes)->getArray().size(), 17u);
+    EXPECT_EQ(decodedTrickling(bytes).getArray().size(), 17u);
 }
 
 TEST(ValueDecoder, SkippedHeaderBytesPayToo)
@@ -233,7 +233,7 @@ TEST(ValueDecoder, SkippedHeaderBytesPayToo)
         bytes = std::move(bytes) + Bytes{0x09} + header + Bytes{0xFF, 0xFF, 0x00} + header;
     TrickleStream stream(bytes, 4096);
     ProtocolInputStream in(stream, stream.buffer());
-    EXPECT_EQ(ValueFormatV1_0(20001).decode(in)->getArray().size(), 6u);
+    EXPECT_EQ(ValueFormatV1_0(20001).decode(in).getArray().size(), 6u);
 }
 
 TEST(ValueDecoder, TooManyElementsWithoutABodyAreLogged)

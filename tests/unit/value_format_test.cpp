@@ -16,7 +16,7 @@ using namespace zel::test;
 
 namespace {
 
-using Build = std::function<std::unique_ptr<Value>()>;
+using Build = std::function<Value()>;
 
 struct GoldenCase {
     const char *name;
@@ -32,14 +32,14 @@ Bytes encoded(const Value &value)
     return bytesOf(stream);
 }
 
-std::unique_ptr<Value> decoded(const Bytes &bytes, std::uint16_t headerLength = VALUE_HEADER_LENGTH)
+Value decoded(const Bytes &bytes, std::uint16_t headerLength = VALUE_HEADER_LENGTH)
 {
     std::istringstream stream = streamOf(bytes);
     ProtocolInputStream in(stream);
     return ValueFormatV1_0(headerLength).decode(in);
 }
 
-std::unique_ptr<Value> decodedTrickling(const Bytes &bytes, std::size_t step)
+Value decodedTrickling(const Bytes &bytes, std::size_t step)
 {
     TrickleStream stream(bytes, step);
     ProtocolInputStream in(stream, stream.buffer());
@@ -184,24 +184,23 @@ INSTANTIATE_TEST_SUITE_P(ValueFormat, GoldenBytes, testing::ValuesIn(kGolden),
 
 TEST_P(GoldenBytes, ValueEncodesToThem)
 {
-    EXPECT_EQ(encoded(*GetParam().build()), GetParam().bytes);
+    EXPECT_EQ(encoded(GetParam().build()), GetParam().bytes);
 }
 
 TEST_P(GoldenBytes, DecodeToTheValueFromAStream)
 {
-    EXPECT_TRUE(sameTree(decoded(GetParam().bytes).get(), GetParam().build().get()));
+    EXPECT_TRUE(sameTree(decoded(GetParam().bytes), GetParam().build()));
 }
 
 TEST_P(GoldenBytes, DecodeToTheValueFromMemory)
 {
-    EXPECT_TRUE(sameTree(decodeValue(GetParam().bytes).get(), GetParam().build().get()));
+    EXPECT_TRUE(sameTree(decodeValue(GetParam().bytes), GetParam().build()));
 }
 
 TEST_P(GoldenBytes, DecodeToTheValueHoweverTheyTrickleIn)
 {
     for (std::size_t step = 1; step <= 9; ++step)
-        EXPECT_TRUE(sameTree(decodedTrickling(GetParam().bytes, step).get(), GetParam().build().get()))
-            << step;
+        EXPECT_TRUE(sameTree(decodedTrickling(GetParam().bytes, step), GetParam().build())) << step;
 }
 
 // On a socket a byte too many is a wait for ever, and the next answer starts right behind this one.
@@ -242,12 +241,12 @@ TEST_P(GoldenBytes, AreAValidEncodingWithOrWithoutMoreBehindThem)
 
 TEST(ValueFormat, AnyNonZeroByteDecodesToTrue)
 {
-    EXPECT_TRUE(decoded({0x01, 0x80})->getBool());
+    EXPECT_TRUE(decoded({0x01, 0x80}).getBool());
 }
 
 TEST(ValueFormat, EncodingATextOf65535BytesCutsItsLengthTo16Bits)
 {
-    const Bytes bytes = encoded(*Value::createString(std::string(65535, 'x')));
+    const Bytes bytes = encoded(Value::createString(std::string(65535, 'x')));
     ASSERT_EQ(bytes.size(), 1u + 2u + 65536u);
     EXPECT_EQ(bytes[1], 0x00);
     EXPECT_EQ(bytes[2], 0x00);
@@ -258,19 +257,19 @@ TEST(ValueFormat, EncodingATextOf65535BytesCutsItsLengthTo16Bits)
 TEST(ValueFormat, StringEndsAtItsFirstZeroByte)
 {
     const auto value = decoded({0x06, 0x00, 0x05, 0x61, 0x62, 0x00, 0x63, 0x00});
-    EXPECT_EQ(value->textView(), "ab");
+    EXPECT_EQ(value.textView(), "ab");
 }
 
 TEST(ValueFormat, StringWithoutAZeroByteIsItsWholeBody)
 {
-    EXPECT_EQ(decoded({0x06, 0x00, 0x02, 0x61, 0x62})->textView(), "ab");
-    EXPECT_EQ(decodedTrickling({0x06, 0x00, 0x02, 0x61, 0x62}, 1)->textView(), "ab");
-    EXPECT_EQ(decoded({0x06, 0x00, 0x00})->textView(), "");
+    EXPECT_EQ(decoded({0x06, 0x00, 0x02, 0x61, 0x62}).textView(), "ab");
+    EXPECT_EQ(decodedTrickling({0x06, 0x00, 0x02, 0x61, 0x62}, 1).textView(), "ab");
+    EXPECT_EQ(decoded({0x06, 0x00, 0x00}).textView(), "");
 }
 
 TEST(ValueFormat, TextWithAZeroInsideIsSentWhole)
 {
-    EXPECT_EQ(encoded(*Value::createString(std::string_view("a\0b", 3))),
+    EXPECT_EQ(encoded(Value::createString(std::string_view("a\0b", 3))),
               (Bytes{0x06, 0x00, 0x04, 0x61, 0x00, 0x62, 0x00}));
 }
 
@@ -278,46 +277,46 @@ TEST(ValueFormat, TextWithAZeroInsideIsSentWhole)
 TEST(ValueFormat, DataArrayTakesItsElementTypeFromTheFirstElement)
 {
     const auto mixed = Value::createDataArray(elements(Value::createByte(1), Value::createShort(2)), 4);
-    EXPECT_EQ(encoded(*mixed), (Bytes{0x09, 0x00, 0x02, 0x02, 0x01, 0x00, 0x02}));
+    EXPECT_EQ(encoded(mixed), (Bytes{0x09, 0x00, 0x02, 0x02, 0x01, 0x00, 0x02}));
 }
 
 TEST(ValueFormat, EmptyDataArrayIsEncodedAsOneOfNulls)
 {
-    EXPECT_EQ(encoded(*Value::createDataArray({}, 4)), (Bytes{0x09, 0x00, 0x00, 0x00}));
+    EXPECT_EQ(encoded(Value::createDataArray({}, 4)), (Bytes{0x09, 0x00, 0x00, 0x00}));
 }
 
 TEST(ValueFormat, EmptyDataArrayOfAnUnknownTypeKeepsIt)
 {
-    EXPECT_EQ(decoded({0x09, 0x00, 0x00, 0x0C})->getElementType(), 0x0Cu);
+    EXPECT_EQ(decoded({0x09, 0x00, 0x00, 0x0C}).getElementType(), 0x0Cu);
 }
 
 TEST(ValueFormat, AnyTypeDecodesToNoValueAndConsumesOneByte)
 {
     std::istringstream stream = streamOf({0x0F, 0x02, 0x07});
     ProtocolInputStream in(stream);
-    EXPECT_EQ(ValueFormatV1_0().decode(in), nullptr);
-    EXPECT_EQ(ValueFormatV1_0().decode(in)->getByte(), 7);
+    EXPECT_TRUE(ValueFormatV1_0().decode(in).isAbsent());
+    EXPECT_EQ(ValueFormatV1_0().decode(in).getByte(), 7);
 }
 
 TEST(ValueFormat, AnyTypeInsideAnArrayStandsAsAnAbsentElement)
 {
     const auto array = decoded({0x08, 0x00, 0x02, 0x0F, 0x01, 0x01});
-    ASSERT_EQ(array->getArray().size(), 2u);
-    EXPECT_EQ(array->getArray()[0], nullptr);
-    EXPECT_TRUE(array->getArray()[1]->getBool());
-    EXPECT_EQ(decoded({0x09, 0x00, 0x03, 0x0F})->getArray().size(), 3u);
+    ASSERT_EQ(array.getArray().size(), 2u);
+    EXPECT_TRUE(array.getArray()[0].isAbsent());
+    EXPECT_TRUE(array.getArray()[1].getBool());
+    EXPECT_EQ(decoded({0x09, 0x00, 0x03, 0x0F}).getArray().size(), 3u);
 }
 
 TEST(ValueFormat, AnyTypeClosesATerminatedArray)
 {
     const auto array = decoded({0x0A, 0x01, 0x01, 0x0F});
-    ASSERT_EQ(array->getArray().size(), 1u);
-    EXPECT_TRUE(array->getArray()[0]->getBool());
+    ASSERT_EQ(array.getArray().size(), 1u);
+    EXPECT_TRUE(array.getArray()[0].getBool());
 }
 
 TEST(ValueFormat, AnyTypeValueEncodesToItsCodeAlone)
 {
-    EXPECT_EQ(encoded(*Value::createBare(ValueType::AnyType)), (Bytes{0x0F}));
+    EXPECT_EQ(encoded(Value::createBare(ValueType::AnyType)), (Bytes{0x0F}));
 }
 
 TEST(ValueFormat, DecodingAnUnknownTypeIsLoggedAndThrows)
@@ -342,7 +341,7 @@ TEST(ValueFormat, EncodingAnUnknownTypeIsLoggedAndThrows)
     for (const std::uint32_t type : {12u, 13u, 16u}) {
         LogCapture log;
         const auto value = Value::createBare(static_cast<ValueType>(type));
-        EXPECT_EQ(textOfThrown<ZELException>([&] { encoded(*value); }), "");
+        EXPECT_EQ(textOfThrown<ZELException>([&] { encoded(value); }), "");
         EXPECT_TRUE(log.contains(LogLevel::Error,
                                  "ValueFormatV1_0::encode - Unknown value type: " + std::to_string(type)));
     }
@@ -352,12 +351,12 @@ TEST(ValueFormat, EncodingAnAbsentElementThrowsBeforeAnythingIsWritten)
 {
     for (const bool typed : {false, true}) {
         ValueList list = elements(Value::createByte(1));
-        list.push_back(nullptr);
+        list.emplace_back();
         const auto array = typed ? Value::createDataArray(std::move(list), 2)
                                  : Value::createTerminatedArray(std::move(list));
         std::ostringstream stream;
         ProtocolOutputStream out(stream);
-        EXPECT_THROW(ValueFormatV1_0().encode(out, *array), ZELException);
+        EXPECT_THROW(ValueFormatV1_0().encode(out, array), ZELException);
         EXPECT_EQ(stream.str(), "");
     }
 }
@@ -387,8 +386,8 @@ TEST(ValueFormat, EveryByteButTheTwoStandsForItselfInAnEscapedBinary)
         if (byte != 0xC0 && byte != 0xDB)
             data.push_back(static_cast<std::uint8_t>(byte));
     const Bytes bytes = Bytes{0x0E} + data + Bytes{0xC0};
-    EXPECT_EQ(encoded(*escapedBinaryOf(data)), bytes);
-    EXPECT_TRUE(sameTree(decoded(bytes).get(), escapedBinaryOf(data).get()));
+    EXPECT_EQ(encoded(escapedBinaryOf(data)), bytes);
+    EXPECT_TRUE(sameTree(decoded(bytes), escapedBinaryOf(data)));
 }
 
 TEST(ValueFormat, ShortInputNamesTheBytesThatWereAskedFor)
@@ -419,15 +418,15 @@ TEST(ValueFormat, LongerHeaderIsSkippedBehindEachTypeCode)
             0x09,                         // its body
         },
         3);
-    EXPECT_EQ(array->getArray()[0]->getByte(), 7);
-    EXPECT_EQ(array->getArray()[1]->getArray()[0]->getByte(), 9);
+    EXPECT_EQ(array.getArray()[0].getByte(), 7);
+    EXPECT_EQ(array.getArray()[1].getArray()[0].getByte(), 9);
 }
 
 TEST(ValueFormat, EncodingNeverWritesHeaderBytes)
 {
     std::ostringstream stream;
     ProtocolOutputStream out(stream);
-    ValueFormatV1_0(5).encode(out, *Value::createByte(7));
+    ValueFormatV1_0(5).encode(out, Value::createByte(7));
     EXPECT_EQ(bytesOf(stream), (Bytes{0x02, 0x07}));
 }
 
@@ -442,7 +441,7 @@ TEST(ValueFormat, HeaderOfNoLengthCannotBeSkipped)
 TEST(ValueFormat, HeaderBeyondTheInputFailsAtTheNextRead)
 {
     EXPECT_THROW(decoded({0x02, 0x07}, 9), IOException);
-    EXPECT_EQ(decoded({0x00}, 9)->getType(), ValueType::Null);
+    EXPECT_EQ(decoded({0x00}, 9).getType(), ValueType::Null);
     const Bytes bytes = {0x02, 0x07};
     EXPECT_FALSE(ValueFormatV1_0(9).isValidEncoding(bytes.data(), 2));
 }
@@ -466,7 +465,7 @@ TEST(ValueFormat, FailedOutputStreamThrowsIOException)
     std::ostringstream stream;
     stream.setstate(std::ios::badbit);
     ProtocolOutputStream out(stream);
-    EXPECT_EQ(textOfThrown<IOException>([&] { ValueFormatV1_0().encode(out, *Value::createByte(7)); }),
+    EXPECT_EQ(textOfThrown<IOException>([&] { ValueFormatV1_0().encode(out, Value::createByte(7)); }),
               "ProtocolOutputStream::write - IOException");
 }
 
@@ -475,8 +474,8 @@ TEST(ValueFormat, BodiesStandWithoutTheTypeCode)
     ValueFormatV1_0 format;
     std::ostringstream written;
     ProtocolOutputStream out(written);
-    format.encodeBody(out, *Value::createShort(0x0102));
-    format.encodeBody(out, *Value::createString("a"));
+    format.encodeBody(out, Value::createShort(0x0102));
+    format.encodeBody(out, Value::createString("a"));
     EXPECT_EQ(bytesOf(written), (Bytes{0x01, 0x02, 0x00, 0x02, 0x61, 0x00}));
 
     std::istringstream stream = streamOf({
@@ -487,11 +486,11 @@ TEST(ValueFormat, BodiesStandWithoutTheTypeCode)
         0x41, 0xC0, // an escaped binary
     });
     ProtocolInputStream in(stream);
-    EXPECT_EQ(format.decodeBody(in, 3)->getShort(), 0x0102);
-    EXPECT_EQ(format.decodeValueArray(in, 1)->getArray()[0]->getByte(), 1);
-    EXPECT_EQ(format.decodeDataArray(in, 1, 2)->getArray()[0]->getByte(), 5);
-    EXPECT_EQ(format.decodeTerminatedArray(in)->getArray().size(), 1u);
-    EXPECT_EQ(format.decodeEscapedBinary(in)->bytesView()[0], 0x41);
+    EXPECT_EQ(format.decodeBody(in, 3).getShort(), 0x0102);
+    EXPECT_EQ(format.decodeValueArray(in, 1).getArray()[0].getByte(), 1);
+    EXPECT_EQ(format.decodeDataArray(in, 1, 2).getArray()[0].getByte(), 5);
+    EXPECT_EQ(format.decodeTerminatedArray(in).getArray().size(), 1u);
+    EXPECT_EQ(format.decodeEscapedBinary(in).bytesView()[0], 0x41);
     EXPECT_TRUE(in.isAtEnd());
 }
 
@@ -540,7 +539,7 @@ TEST_P(ByteCount, ComesWithTheValueFromAStream)
         ProtocolInputStream in(stream, stream.buffer());
         std::uint32_t count = 0;
         const auto value = ValueFormatV1_0().decodeAndCountBytes(in, &count);
-        EXPECT_TRUE(sameTree(value.get(), decodeValue(GetParam().bytes).get()));
+        EXPECT_TRUE(sameTree(value, decodeValue(GetParam().bytes)));
         EXPECT_EQ(count, GetParam().count) << "in steps of " << step;
         EXPECT_EQ(stream.buffer().left(), 0u);
     }
@@ -566,7 +565,7 @@ TEST(ValueFormat, CountIncludesALongerHeader)
     TrickleStream stream(bytes, 1);
     ProtocolInputStream in(stream, stream.buffer());
     count = 0;
-    EXPECT_EQ(ValueFormatV1_0(3).decodeAndCountBytes(in, &count)->getByte(), 7);
+    EXPECT_EQ(ValueFormatV1_0(3).decodeAndCountBytes(in, &count).getByte(), 7);
     EXPECT_EQ(count, 4u);
 }
 
@@ -597,7 +596,7 @@ TEST(ValueFormat, CountOfAnyTypeStaysAsItWas)
     std::istringstream stream = streamOf(bytes);
     ProtocolInputStream in(stream);
     std::uint32_t count = 42;
-    EXPECT_EQ(ValueFormatV1_0().decodeAndCountBytes(in, &count), nullptr);
+    EXPECT_TRUE(ValueFormatV1_0().decodeAndCountBytes(in, &count).isAbsent());
     EXPECT_EQ(count, 42u);
     EXPECT_FALSE(ValueFormatV1_0().decodeAndCountBytes(bytes.data(), 1, &count));
     EXPECT_EQ(count, 0xFFFFFFFFu);

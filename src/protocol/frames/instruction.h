@@ -4,12 +4,11 @@
 
 #include <cstdint>
 #include <map>
-#include <memory>
 
 namespace zel {
 
 /** Arguments in ascending index order; each is owned. */
-using ArgumentMap = std::map<std::uint16_t, std::unique_ptr<Value>>;
+using ArgumentMap = std::map<std::uint16_t, Value>;
 
 /** An instruction code (mostly four ASCII characters, first one in the highest byte) and its arguments: a
  *  request under construction, or what a page-transaction response holds. The first value put under an
@@ -22,7 +21,7 @@ public:
 
     /** Stores a copy. */
     virtual void setArgument(std::uint16_t index, const Value &value);
-    virtual void setArgumentOwned(std::uint16_t index, std::unique_ptr<Value> value);
+    virtual void setArgumentOwned(std::uint16_t index, Value value);
 
     std::uint32_t getCode() const noexcept { return m_code; }
     const ArgumentMap &getArguments() const noexcept { return m_arguments; }

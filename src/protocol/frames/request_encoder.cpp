@@ -33,9 +33,9 @@ std::size_t entriesSize(const EntryMap &entries)
     countOf(entries.size());
     std::size_t size = 0;
     for (const auto &[key, value] : entries) {
-        if (!value)
+        if (value.isAbsent())
             throw ZELException();
-        size += kKeyLength + encodedSize(*value);
+        size += kKeyLength + encodedSize(value);
     }
     return size;
 }
@@ -52,26 +52,27 @@ std::uint8_t *writeEntries(std::uint8_t *at, const EntryMap &entries)
 {
     for (const auto &[key, value] : entries) {
         ValueEncoder encoder;
-        encoder.encode(*value);
+        encoder.encode(value);
         at = storeBigEndian(at, key);
         at = writeBytes(at, encoder.bytes());
     }
     return at;
 }
 
-std::span<const std::uint8_t> dataOf(const ProtocolPage &page)
-{
-    return page.data ? page.data->bytesView() : page.borrowed;
-}
-
 std::uint8_t *writePageHeader(std::uint8_t *at, const ProtocolPage &page)
 {
-    const bool hasData = page.data != nullptr || page.borrowed.data() != nullptr;
-    const bool isFlagged = hasData && page.address.getField(kFlaggedField) == 0;
+    const bool isFlagged = page.hasData() && page.address.getField(kFlaggedField) == 0;
     at = storeBigEndian(at, page.address.raw());
-    at = storeBigEndian(at, static_cast<std::uint32_t>(dataOf(page).size()));
+    at = storeBigEndian(at, static_cast<std::uint32_t>(page.data().size()));
     at = storeBigEndian(at, static_cast<std::uint8_t>(isFlagged ? 1 : 0));
-    return storeBigEndian(at, static_cast<std::uint16_t>(page.entries ? page.entries->size() : 0));
+    return storeBigEndian(at, static_cast<std::uint16_t>(page.entryCount()));
+}
+
+ProtocolPage::Owned &owned(ProtocolPage &page)
+{
+    if (!page.owned)
+        page.owned = std::make_unique<ProtocolPage::Owned>();
+    return *page.owned;
 }
 
 void write(ProtocolOutputStream &out, std::span<const std::uint8_t> bytes)
@@ -89,22 +90,23 @@ void write(ProtocolOutputStream &out, const EntryMap &entries)
 
 } // namespace
 
-void RequestEncoderV1_0::addEntry(std::uint16_t key, std::unique_ptr<Value> value)
+void RequestEncoderV1_0::addEntry(std::uint16_t key, Value value)
 {
     m_entries.try_emplace(key, std::move(value));
 }
 
-void RequestEncoderV1_0::setPageData(const PageAddress &address, std::unique_ptr<Value> data)
+void RequestEncoderV1_0::setPageData(const PageAddress &address, Value data)
 {
     ProtocolPage &page = pageFor(address);
-    page.data = std::move(data);
+    owned(page).data = std::move(data);
     page.borrowed = {};
 }
 
 void RequestEncoderV1_0::borrowPageData(const PageAddress &address, std::span<const std::uint8_t> data)
 {
     ProtocolPage &page = pageFor(address);
-    page.data.reset();
+    if (page.owned)
+        page.owned->data = {};
     page.borrowed = data;
 }
 
@@ -113,12 +115,9 @@ void RequestEncoderV1_0::expectPages(std::size_t count)
     m_pages.reserve(m_pages.size() + count);
 }
 
-void RequestEncoderV1_0::addPageEntry(const PidgetAddress &address, std::unique_ptr<Value> value)
+void RequestEncoderV1_0::addPageEntry(const PidgetAddress &address, Value value)
 {
-    ProtocolPage &page = pageFor(address.page());
-    if (!page.entries)
-        page.entries = std::make_unique<EntryMap>();
-    page.entries->try_emplace(address.number(), std::move(value));
+    owned(pageFor(address.page())).entries.try_emplace(address.number(), std::move(value));
 }
 
 ProtocolPage &RequestEncoderV1_0::pageFor(const PageAddress &address)
@@ -128,7 +127,7 @@ ProtocolPage &RequestEncoderV1_0::pageFor(const PageAddress &address)
                         1); // first, so that push_back() cannot fail once the index has the page
     const std::size_t place = m_index.findOrAdd(address, m_pages);
     if (place == m_pages.size())
-        m_pages.push_back({address, nullptr, nullptr, {}});
+        m_pages.push_back({address, {}, nullptr});
     return m_pages[place];
 }
 
@@ -143,9 +142,9 @@ void RequestEncoderV1_0::encode(std::ostream &out)
         std::uint8_t pageHeader[kPageHeaderLength];
         writePageHeader(pageHeader, page);
         write(stream, pageHeader);
-        write(stream, dataOf(page));
-        if (page.entries)
-            write(stream, *page.entries);
+        write(stream, page.data());
+        if (page.owned)
+            write(stream, page.owned->entries);
     }
     write(stream, m_entries);
     if (!out.flush())
@@ -157,7 +156,7 @@ std::size_t RequestEncoderV1_0::encodedSize() const
     countOf(m_pages.size());
     std::size_t size = kRequestHeaderLength + entriesSize(m_entries);
     for (const ProtocolPage &page : m_pages)
-        size += kPageHeaderLength + dataOf(page).size() + (page.entries ? entriesSize(*page.entries) : 0);
+        size += kPageHeaderLength + page.data().size() + (page.owned ? entriesSize(page.owned->entries) : 0);
     return size;
 }
 
@@ -168,10 +167,11 @@ void RequestEncoderV1_0::encodeTo(std::span<std::uint8_t> block)
     std::uint8_t *at = writeHeader(block.data());
     for (ProtocolPage &page : m_pages) {
         at = writePageHeader(at, page);
-        at = writeBytes(at, dataOf(page));
-        if (page.entries)
-            at = writeEntries(at, *page.entries);
-        page.data.reset();
+        at = writeBytes(at, page.data());
+        if (page.owned) {
+            at = writeEntries(at, page.owned->entries);
+            page.owned->data = {};
+        }
     }
     writeEntries(at, m_entries);
 }

@@ -7,7 +7,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <memory>
 #include <ostream>
 #include <span>
 #include <vector>
@@ -25,14 +24,14 @@ public:
     virtual ~RequestEncoder() = default;
 
     /** The first value put under a key stays. */
-    virtual void addEntry(std::uint16_t key, std::unique_ptr<Value> value) = 0;
+    virtual void addEntry(std::uint16_t key, Value value) = 0;
     /** Sets the data of the page with this address, or appends a page. */
-    virtual void setPageData(const PageAddress &address, std::unique_ptr<Value> data) = 0;
+    virtual void setPageData(const PageAddress &address, Value data) = 0;
     /** The same with data that the caller keeps until the request is encoded. They may be in the block of
      *  encodeTo(), but only where they go. */
     virtual void borrowPageData(const PageAddress &address, std::span<const std::uint8_t> data) = 0;
     /** Adds an entry to the pidget's page; its key is the pidget's number. */
-    virtual void addPageEntry(const PidgetAddress &address, std::unique_ptr<Value> value) = 0;
+    virtual void addPageEntry(const PidgetAddress &address, Value value) = 0;
     /** Throws IOException when the stream fails, and ZELException when the request cannot be encoded: more
      *  than 65,535 pages or entries, page data that is not a binary, or an absent entry. */
     virtual void encode(std::ostream &out) = 0;
@@ -51,10 +50,10 @@ class RequestEncoderV1_0 : public RequestEncoder
 public:
     explicit RequestEncoderV1_0(const PidgetAddress &address) : m_address(address) {}
 
-    void addEntry(std::uint16_t key, std::unique_ptr<Value> value) override;
-    void setPageData(const PageAddress &address, std::unique_ptr<Value> data) override;
+    void addEntry(std::uint16_t key, Value value) override;
+    void setPageData(const PageAddress &address, Value data) override;
     void borrowPageData(const PageAddress &address, std::span<const std::uint8_t> data) override;
-    void addPageEntry(const PidgetAddress &address, std::unique_ptr<Value> value) override;
+    void addPageEntry(const PidgetAddress &address, Value value) override;
     void encode(std::ostream &out) override;
     std::size_t encodedSize() const override;
     void encodeTo(std::span<std::uint8_t> block) override;

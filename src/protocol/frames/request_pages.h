@@ -13,14 +13,25 @@
 namespace zel {
 
 /** Keyed values of a request or of one of its pages, in ascending key order. */
-using EntryMap = std::map<std::uint16_t, std::unique_ptr<Value>>;
+using EntryMap = std::map<std::uint16_t, Value>;
 
 /** One page of a page-transaction request. */
 struct ProtocolPage {
+    struct Owned {
+        EntryMap entries;
+        Value data; // binary or escaped binary; absent when the page has none
+    };
+
     PageAddress address;
-    std::unique_ptr<EntryMap> entries;      // empty for most pages, of which there may be thousands
-    std::unique_ptr<Value> data;            // binary or escaped binary; empty when the page has none
-    std::span<const std::uint8_t> borrowed; // data that somebody else owns, instead
+    std::span<const std::uint8_t> borrowed; // data that somebody else owns
+    std::unique_ptr<Owned> owned;           // empty for most pages, of which there may be thousands
+
+    bool hasData() const noexcept { return ownsData() || borrowed.data() != nullptr; }
+    std::span<const std::uint8_t> data() const { return ownsData() ? owned->data.bytesView() : borrowed; }
+    std::size_t entryCount() const noexcept { return owned ? owned->entries.size() : 0; }
+
+private:
+    bool ownsData() const noexcept { return owned && !owned->data.isAbsent(); }
 };
 
 /** A hash table that finds a page of a request by its address. Searching the list would take quadratic time

@@ -67,8 +67,8 @@ private:
 
     static constexpr std::uint64_t kHeldBytesPerByte = 64;
     static constexpr std::uint64_t kAllowance = std::uint64_t{16} * 1024 * 1024;
-    /** A value, two words of the heap's own for its block, and the array's pointer to it. */
-    static constexpr std::uint64_t kBytesPerValue = sizeof(Value) + 16 + sizeof(ValueList::value_type);
+    /** A value, the room to spare that it may have behind it in its array, and a small block of its own. */
+    static constexpr std::uint64_t kBytesPerValue = 64;
     /** A growing text is copied to a block of twice its size, and copied once more for the host. */
     static constexpr std::uint64_t kHeldPerTextByte = 3;
 

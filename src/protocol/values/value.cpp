@@ -6,7 +6,6 @@
 #include "protocol/values/value_text.h"
 #include "sys/exceptions.h"
 #include "sys/log.h"
-#include "sys/secure_wipe.h"
 
 #include <cstring>
 #include <limits>
@@ -16,7 +15,14 @@ namespace zel {
 
 namespace {
 
-std::unique_ptr<Value> copyUnknown(ValueType type)
+std::uint32_t lengthOf(std::size_t size)
+{
+    if (size > std::numeric_limits<std::uint32_t>::max())
+        throw ZELException();
+    return static_cast<std::uint32_t>(size);
+}
+
+Value copyUnknown(ValueType type)
 {
     LogError("Value::copy - unknown type: ", static_cast<int>(type));
     return Value::createNull();
@@ -26,25 +32,19 @@ ValueList copyElements(const ValueList &elements)
 {
     ValueList copies;
     copies.reserve(elements.size());
-    for (const std::unique_ptr<Value> &element : elements)
-        copies.push_back(element ? element->copy() : copyUnknown(ValueType::AnyType));
+    for (const Value &element : elements)
+        copies.push_back(element.copy());
     return copies;
 }
 
 } // namespace
-
-void Value::WipeAndFree::operator()(std::uint8_t *block) const noexcept
-{
-    secureWipe(block, size);
-    FreeBlock()(block);
-}
 
 void Value::throwTypeMismatch()
 {
     throw ZELException();
 }
 
-std::unique_ptr<Value> Value::createBare(ValueType type)
+Value Value::createBare(ValueType type)
 {
     if (isArrayType(type))
         return createArray(type, ValueList());
@@ -53,104 +53,91 @@ std::unique_ptr<Value> Value::createBare(ValueType type)
     return createScalar(type, 0);
 }
 
-std::unique_ptr<Value> Value::createBytes(ValueType type, const void *data, std::size_t size, bool secret)
+Value Value::createBytes(ValueType type, const void *data, std::size_t size)
 {
-    if (size > std::numeric_limits<std::uint32_t>::max())
-        throw ZELException();
-    const auto length = static_cast<std::uint32_t>(size);
-    std::unique_ptr<Value> value(new Value(type, ShortBytes()));
-    std::uint8_t *target = std::get_if<ShortBytes>(&value->m_payload)->data();
-    if (secret && size > 0)
-        target =
-            value->m_payload.emplace<SecretBytes>(allocateBlock(size).release(), WipeAndFree{length}).get();
-    else if (size >= kInlineSize)
-        target = value->m_payload.emplace<ByteBlock>(allocateBlock(size)).get();
+    const std::uint32_t length = lengthOf(size);
+    ByteBlock block;
+    if (size > 0) {
+        block = allocateBlock(size);
+        std::memcpy(block.get(), data, size);
+    }
+    return createBytesOwned(type, std::move(block), length);
+}
+
+Value Value::createSecret(ValueType type, const void *data, std::size_t size)
+{
+    auto secret = std::make_unique<SecretBytes>(allocateBlock(size), lengthOf(size));
     if (size > 0)
-        std::memcpy(target, data, size);
-    value->m_length = length;
+        std::memcpy(secret->block.get(), data, size);
+    Value value(type, std::move(secret));
+    value.m_length = lengthOf(size);
     return value;
 }
 
-std::unique_ptr<Value> Value::createBytesOwned(ValueType type, ByteBlock data, std::uint32_t size)
+Value Value::createBytesOwned(ValueType type, ByteBlock data, std::uint32_t size)
 {
-    if (size < kInlineSize)
-        return createBytes(type, data.get(), size);
-    std::unique_ptr<Value> value(new Value(type, std::move(data)));
-    value->m_length = size;
+    Value value(type, std::move(data));
+    value.m_length = size;
     return value;
 }
 
-std::unique_ptr<Value> Value::createString(std::string_view text)
+Value Value::createString(std::string_view text)
 {
     return createBytes(ValueType::String, text.data(), text.size());
 }
 
-std::unique_ptr<Value> Value::createSecretString(std::string_view text)
+Value Value::createSecretString(std::string_view text)
 {
-    return createBytes(ValueType::String, text.data(), text.size(), true);
+    return createSecret(ValueType::String, text.data(), text.size());
 }
 
-std::unique_ptr<Value> Value::createSecretBinary(std::span<const std::uint8_t> bytes)
+Value Value::createSecretBinary(std::span<const std::uint8_t> bytes)
 {
-    return createBytes(ValueType::Binary, bytes.data(), bytes.size(), true);
+    return createSecret(ValueType::Binary, bytes.data(), bytes.size());
 }
 
-std::unique_ptr<Value> Value::createBinary(const std::uint8_t *data, std::uint32_t size)
+Value Value::createBinary(const std::uint8_t *data, std::uint32_t size)
 {
     return createBytes(ValueType::Binary, data, size);
 }
 
-std::unique_ptr<Value> Value::createBinaryOwned(ByteBlock data, std::uint32_t size)
+Value Value::createBinaryOwned(ByteBlock data, std::uint32_t size)
 {
     return createBytesOwned(ValueType::Binary, std::move(data), size);
 }
 
-std::unique_ptr<Value> Value::createEscapedBinary(const std::uint8_t *data, std::int32_t size)
+Value Value::createEscapedBinary(const std::uint8_t *data, std::int32_t size)
 {
     if (size < 0)
         return createNull();
     return createBytes(ValueType::EscapedBinary, data, static_cast<std::uint32_t>(size));
 }
 
-std::unique_ptr<Value> Value::createEscapedBinaryOwned(ByteBlock data, std::uint32_t size)
+Value Value::createEscapedBinaryOwned(ByteBlock data, std::uint32_t size)
 {
     return createBytesOwned(ValueType::EscapedBinary, std::move(data), size);
 }
 
-std::unique_ptr<Value> Value::createArray(ValueType type, ValueList &&elements)
+Value Value::createArray(ValueType type, ValueList &&elements)
 {
-    return std::unique_ptr<Value>(new Value(type, std::move(elements)));
+    return Value(type, std::make_unique<ValueList>(std::move(elements)));
 }
 
-std::unique_ptr<Value> Value::createValueArray(ValueList elements)
+Value Value::createValueArray(ValueList elements)
 {
     return createArray(ValueType::ValueArray, std::move(elements));
 }
 
-std::unique_ptr<Value> Value::createDataArray(ValueList elements, std::uint32_t elementType)
+Value Value::createDataArray(ValueList elements, std::uint32_t elementType)
 {
-    std::unique_ptr<Value> value = createArray(ValueType::DataArray, std::move(elements));
-    value->m_length = elementType;
+    Value value = createArray(ValueType::DataArray, std::move(elements));
+    value.m_length = elementType;
     return value;
 }
 
-std::unique_ptr<Value> Value::createTerminatedArray(ValueList elements)
+Value Value::createTerminatedArray(ValueList elements)
 {
     return createArray(ValueType::TerminatedArray, std::move(elements));
-}
-
-std::string_view Value::textView() const
-{
-    if (m_type != ValueType::String)
-        throwTypeMismatch();
-    return {reinterpret_cast<const char *>(bytes()), m_length};
-}
-
-std::span<const std::uint8_t> Value::bytesView() const
-{
-    if (m_type != ValueType::Binary && m_type != ValueType::EscapedBinary)
-        throwTypeMismatch();
-    return {bytes(), m_length};
 }
 
 const std::uint8_t *Value::getBinary(std::uint32_t *size) const
@@ -169,18 +156,18 @@ BinaryBuffer Value::getBinaryBuffer() const
 
 const ValueList &Value::getArray() const
 {
-    auto *const elements = std::get_if<ValueList>(&m_payload);
+    auto *const elements = std::get_if<std::unique_ptr<ValueList>>(&m_payload);
     if (elements == nullptr)
         throwTypeMismatch();
-    return *elements;
+    return **elements;
 }
 
 ValueList &Value::getArray()
 {
-    auto *const elements = std::get_if<ValueList>(&m_payload);
+    auto *const elements = std::get_if<std::unique_ptr<ValueList>>(&m_payload);
     if (elements == nullptr)
         throwTypeMismatch();
-    return *elements;
+    return **elements;
 }
 
 std::uint32_t Value::getElementType() const
@@ -190,7 +177,7 @@ std::uint32_t Value::getElementType() const
     return m_length;
 }
 
-std::unique_ptr<Value> Value::copy() const
+Value Value::copy() const
 {
     switch (m_type) {
     case ValueType::Null:
@@ -204,7 +191,9 @@ std::unique_ptr<Value> Value::copy() const
     case ValueType::String:
     case ValueType::Binary:
     case ValueType::EscapedBinary:
-        return createBytes(m_type, bytes(), m_length, std::holds_alternative<SecretBytes>(m_payload));
+        return std::holds_alternative<std::unique_ptr<SecretBytes>>(m_payload)
+                   ? createSecret(m_type, bytes(), m_length)
+                   : createBytes(m_type, bytes(), m_length);
     case ValueType::ValueArray:
     case ValueType::TerminatedArray:
         return createArray(m_type, copyElements(getArray()));
@@ -228,15 +217,15 @@ void Value::pack()
     ValueEncoder encoder;
     encoder.encode(*this);
     const std::span<const std::uint8_t> encoded = encoder.bytes();
-    swap(*createBytes(ValueType::Binary, encoded.data(), encoded.size()));
+    *this = createBytes(ValueType::Binary, encoded.data(), encoded.size());
 }
 
 void Value::unpack()
 {
     if (m_type != ValueType::Binary)
         throwTypeMismatch();
-    const std::unique_ptr<Value> content = decodeValue(bytesView());
-    swap(content ? *content : *createNull());
+    Value content = decodeValue(bytesView());
+    *this = content.isAbsent() ? createNull() : std::move(content);
 }
 
 bool Value::isEncodedValue() const noexcept
@@ -253,7 +242,7 @@ void Value::toString(std::string &out, std::int32_t indent) const
 void Value::appendTo(std::string &out, std::int32_t indent) const
 {
     TextWindow window(&out);
-    ValueText(window).append(this, indent);
+    ValueText(window).append(*this, indent);
     window.flush();
 }
 

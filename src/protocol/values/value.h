@@ -2,8 +2,8 @@
 
 #include "protocol/bytes/binary_buffer.h"
 #include "sys/byte_block.h"
+#include "sys/secure_wipe.h"
 
-#include <array>
 #include <cstdint>
 #include <iterator>
 #include <memory>
@@ -55,66 +55,55 @@ constexpr bool isNumberType(ValueType type) noexcept
 }
 
 class Value;
-/** A null pointer is an absent element: one that was decoded from the "any type" code. */
-using ValueList = std::vector<std::unique_ptr<Value>>;
+using ValueList = std::vector<Value>;
 
-/** A value of the protocol: null, a number, a text, bytes, or an array of values. It owns its contents. One
- *  thread at a time.
+/** A value of the protocol: null, a number, a text, bytes, or an array of values. It owns its contents, and
+ *  is moved, not copied; copy() makes a deep copy. One thread at a time.
  *
- *      const std::unique_ptr<Value> value = Value::createString("text");
- *      value->getType();      // ValueType::String
- *      value->textView();     // "text"
- *      value->getInt();       // throws ZELException: the type differs
+ *      const Value value = Value::createString("text");
+ *      value.getType();      // ValueType::String
+ *      value.textView();     // "text"
+ *      value.getInt();       // throws ZELException: the type differs
  *
- *  An answer can have millions of values. Therefore values are small: a text or bytes shorter than
- *  kInlineSize are stored inside the value, without an allocation. */
+ *  A value decoded from the "any type" code is absent, as is one that was made by the default constructor.
+ *
+ *  An answer can have millions of values. Therefore values are small, and an array holds its elements
+ *  themselves, not pointers to them. */
 class Value
 {
 public:
-    static constexpr std::uint32_t kInlineSize = 24;
-
+    Value() noexcept = default;
     ~Value() = default;
-    Value(const Value &) = delete;
-    Value &operator=(const Value &) = delete;
+    Value(Value &&) noexcept = default;
+    Value &operator=(Value &&) noexcept = default;
 
-    static std::unique_ptr<Value> createNull() { return createScalar(ValueType::Null, 0); }
-    static std::unique_ptr<Value> createBool(bool value) { return createScalar(ValueType::Bool, value); }
-    static std::unique_ptr<Value> createByte(std::uint8_t value)
-    {
-        return createScalar(ValueType::Byte, value);
-    }
-    static std::unique_ptr<Value> createShort(std::uint16_t value)
-    {
-        return createScalar(ValueType::Short16, value);
-    }
-    static std::unique_ptr<Value> createInt(std::uint32_t value)
-    {
-        return createScalar(ValueType::Int32, value);
-    }
-    static std::unique_ptr<Value> createLong(std::uint64_t value)
-    {
-        return createScalar(ValueType::Long64, value);
-    }
-    static std::unique_ptr<Value> createString(std::string_view text);
+    static Value createNull() { return createScalar(ValueType::Null, 0); }
+    static Value createBool(bool value) { return createScalar(ValueType::Bool, value); }
+    static Value createByte(std::uint8_t value) { return createScalar(ValueType::Byte, value); }
+    static Value createShort(std::uint16_t value) { return createScalar(ValueType::Short16, value); }
+    static Value createInt(std::uint32_t value) { return createScalar(ValueType::Int32, value); }
+    static Value createLong(std::uint64_t value) { return createScalar(ValueType::Long64, value); }
+    static Value createString(std::string_view text);
     /** A string that is wiped from memory at the end. Its copies are wiped too. */
-    static std::unique_ptr<Value> createSecretString(std::string_view text);
+    static Value createSecretString(std::string_view text);
     /** The same for a binary. */
-    static std::unique_ptr<Value> createSecretBinary(std::span<const std::uint8_t> bytes);
-    static std::unique_ptr<Value> createBinary(const std::uint8_t *data, std::uint32_t size);
-    /** Takes over the block without a copy; only short contents are copied into the value. */
-    static std::unique_ptr<Value> createBinaryOwned(ByteBlock data, std::uint32_t size);
+    static Value createSecretBinary(std::span<const std::uint8_t> bytes);
+    static Value createBinary(const std::uint8_t *data, std::uint32_t size);
+    /** Takes over the block without a copy. */
+    static Value createBinaryOwned(ByteBlock data, std::uint32_t size);
     /** With size 0 it has no data. A negative size gives the null value. */
-    static std::unique_ptr<Value> createEscapedBinary(const std::uint8_t *data, std::int32_t size);
-    static std::unique_ptr<Value> createEscapedBinaryOwned(ByteBlock data, std::uint32_t size);
-    static std::unique_ptr<Value> createTerminator() { return createScalar(ValueType::Terminator, 0); }
-    static std::unique_ptr<Value> createValueArray(ValueList elements);
-    static std::unique_ptr<Value> createDataArray(ValueList elements, std::uint32_t elementType);
-    static std::unique_ptr<Value> createTerminatedArray(ValueList elements);
+    static Value createEscapedBinary(const std::uint8_t *data, std::int32_t size);
+    static Value createEscapedBinaryOwned(ByteBlock data, std::uint32_t size);
+    static Value createTerminator() { return createScalar(ValueType::Terminator, 0); }
+    static Value createValueArray(ValueList elements);
+    static Value createDataArray(ValueList elements, std::uint32_t elementType);
+    static Value createTerminatedArray(ValueList elements);
     /** A value with a type code only, which may be an unknown one. */
-    static std::unique_ptr<Value> createBare(ValueType type);
+    static Value createBare(ValueType type);
 
     // The functions below throw ZELException (without text) when the value has another type.
     ValueType getType() const noexcept { return m_type; }
+    bool isAbsent() const noexcept { return m_type == ValueType::AnyType; }
     bool isArray() const noexcept { return isArrayType(m_type); }
     bool getBool() const { return scalarOf(ValueType::Bool) != 0; }
     std::uint8_t getByte() const { return static_cast<std::uint8_t>(scalarOf(ValueType::Byte)); }
@@ -130,11 +119,21 @@ public:
     }
     void getString(std::string &out) const { out = textView(); }
     /** The text, borrowed from the value. */
-    std::string_view textView() const;
+    std::string_view textView() const
+    {
+        if (m_type != ValueType::String)
+            throwTypeMismatch();
+        return {reinterpret_cast<const char *>(bytes()), m_length};
+    }
     /** For binary and escaped binary. Stores the size unless the pointer is null. Borrowed from the value. */
     const std::uint8_t *getBinary(std::uint32_t *size) const;
     /** As getBinary(). */
-    std::span<const std::uint8_t> bytesView() const;
+    std::span<const std::uint8_t> bytesView() const
+    {
+        if (m_type != ValueType::Binary && m_type != ValueType::EscapedBinary)
+            throwTypeMismatch();
+        return {bytes(), m_length};
+    }
     /** A copy of the bytes. For binary and escaped binary. */
     BinaryBuffer getBinaryBuffer() const;
     /** For value, data and terminated arrays. */
@@ -145,7 +144,7 @@ public:
     static constexpr const char *typeName(std::int32_t code) noexcept { return zel::typeName(code); }
 
     /** A deep copy. A type that cannot be copied is logged, and the copy is the null value. */
-    std::unique_ptr<Value> copy() const;
+    Value copy() const;
     void swap(Value &other) noexcept;
     /** Turns this value into a binary that contains the encoded value. */
     void pack();
@@ -160,15 +159,16 @@ public:
     void appendTo(std::string &out, std::int32_t indent = 0) const;
 
 private:
-    struct WipeAndFree {
-        std::uint32_t size = 0;
-        void operator()(std::uint8_t *block) const noexcept;
-    };
+    /** Bytes that are wiped before they are freed. */
+    struct SecretBytes {
+        SecretBytes(ByteBlock bytes, std::uint32_t length) noexcept : block(std::move(bytes)), size(length) {}
+        ~SecretBytes() { secureWipe(block.get(), size); }
 
-    /** Bytes, those of a text too, shorter than kInlineSize. */
-    using ShortBytes = std::array<std::uint8_t, kInlineSize>;
-    using SecretBytes = std::unique_ptr<std::uint8_t[], WipeAndFree>;
-    using Payload = std::variant<std::uint64_t, ShortBytes, ByteBlock, SecretBytes, ValueList>;
+        ByteBlock block;
+        std::uint32_t size;
+    };
+    using Payload =
+        std::variant<std::uint64_t, ByteBlock, std::unique_ptr<SecretBytes>, std::unique_ptr<ValueList>>;
 
     template <class Content>
     Value(ValueType type, Content &&content) noexcept
@@ -176,14 +176,11 @@ private:
     {
     }
 
-    static std::unique_ptr<Value> createScalar(ValueType type, std::uint64_t scalar)
-    {
-        return std::unique_ptr<Value>(new Value(type, scalar));
-    }
-    static std::unique_ptr<Value> createArray(ValueType type, ValueList &&elements);
-    static std::unique_ptr<Value> createBytes(ValueType type, const void *data, std::size_t size,
-                                              bool secret = false);
-    static std::unique_ptr<Value> createBytesOwned(ValueType type, ByteBlock data, std::uint32_t size);
+    static Value createScalar(ValueType type, std::uint64_t scalar) { return Value(type, scalar); }
+    static Value createArray(ValueType type, ValueList &&elements);
+    static Value createBytes(ValueType type, const void *data, std::size_t size);
+    static Value createSecret(ValueType type, const void *data, std::size_t size);
+    static Value createBytesOwned(ValueType type, ByteBlock data, std::uint32_t size);
 
     [[noreturn]] static void throwTypeMismatch();
     std::uint64_t scalarOf(ValueType type) const
@@ -194,15 +191,13 @@ private:
     }
     const std::uint8_t *bytes() const noexcept
     {
-        if (const auto *const bytes = std::get_if<ShortBytes>(&m_payload))
-            return bytes->data();
         if (const auto *const block = std::get_if<ByteBlock>(&m_payload))
             return block->get();
-        return std::get_if<SecretBytes>(&m_payload)->get();
+        return (*std::get_if<std::unique_ptr<SecretBytes>>(&m_payload))->block.get();
     }
 
     Payload m_payload;
-    ValueType m_type;
+    ValueType m_type = ValueType::AnyType;
     std::uint32_t m_length = 0; // length of text or bytes; element type of a data array
 };
 

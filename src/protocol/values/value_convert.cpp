@@ -11,20 +11,18 @@ namespace {
 
 /** The least number of bytes in which the value can have been received. Adds the value's memory to the
  *  budget. */
-std::uint64_t wireSize(const Value *value, TreeBudget &budget)
+std::uint64_t wireSize(const Value &value, TreeBudget &budget)
 {
     constexpr std::uint64_t kType = 1;
     budget.addValues(1);
-    if (value == nullptr)
-        return kType;
-    switch (value->getType()) {
+    switch (value.getType()) {
     case ValueType::String:
-        budget.addBytes(value->textView().size());
-        return kType + value->textView().size();
+        budget.addBytes(value.textView().size());
+        return kType + value.textView().size();
     case ValueType::Binary:
     case ValueType::EscapedBinary:
-        budget.addBytes(value->bytesView().size());
-        return kType + value->bytesView().size();
+        budget.addBytes(value.bytesView().size());
+        return kType + value.bytesView().size();
     case ValueType::Short16:
         return kType + 2;
     case ValueType::Int32:
@@ -42,34 +40,34 @@ std::uint64_t wireSize(const Value *value, TreeBudget &budget)
         return kType;
     }
     std::uint64_t size = kType;
-    for (const std::unique_ptr<Value> &element : value->getArray()) {
-        const std::uint64_t elementSize = wireSize(element.get(), budget);
-        size += value->getType() == ValueType::DataArray ? elementSize - kType : elementSize;
+    for (const Value &element : value.getArray()) {
+        const std::uint64_t elementSize = wireSize(element, budget);
+        size += value.getType() == ValueType::DataArray ? elementSize - kType : elementSize;
     }
     return size;
 }
 
 } // namespace
 
-std::uint64_t toRawNumber(const Value *value) noexcept
+std::uint64_t toRawNumber(const Value &value) noexcept
 {
-    return isNumber(value) ? value->getNumber() : 0;
+    return isNumber(value) ? value.getNumber() : 0;
 }
 
-TextAllowance::TextAllowance(const Value *answer)
+TextAllowance::TextAllowance(const Value &answer)
 {
     TreeBudget budget;
     const std::uint64_t received = wireSize(answer, budget);
     m_left = budget.longestText(received);
 }
 
-std::string toText(const Value *value, TextAllowance &allowance)
+std::string toText(const Value &value, TextAllowance &allowance)
 {
     std::string text;
-    if (value == nullptr)
+    if (value.isAbsent())
         return text;
-    if (value->getType() == ValueType::String) {
-        value->getString(text);
+    if (value.getType() == ValueType::String) {
+        value.getString(text);
         return text;
     }
     TextWindow window(&text, allowance.left());
@@ -79,37 +77,30 @@ std::string toText(const Value *value, TextAllowance &allowance)
     return text;
 }
 
-std::string toText(const Value *value)
+std::string toText(const Value &value)
 {
     TextAllowance allowance(value);
     return toText(value, allowance);
 }
 
-const ValueList &toList(const Value *value)
-{
-    if (value == nullptr)
-        throw ZELException();
-    return value->getArray();
-}
-
-const Value *elementAt(const ValueList &list, std::size_t index)
+const Value &elementAt(const ValueList &list, std::size_t index)
 {
     if (index >= list.size())
         throw ZELException();
-    return list[index].get();
+    return list[index];
 }
 
-bool isNull(const Value *value) noexcept
+bool isNull(const Value &value) noexcept
 {
-    return value == nullptr || value->getType() == ValueType::Null;
+    return value.isAbsent() || value.getType() == ValueType::Null;
 }
 
-bool isNumber(const Value *value) noexcept
+bool isNumber(const Value &value) noexcept
 {
-    return value != nullptr && isNumberType(value->getType());
+    return isNumberType(value.getType());
 }
 
-bool isNonZero(const Value *value) noexcept
+bool isNonZero(const Value &value) noexcept
 {
     return !isNull(value) && (!isNumber(value) || toRawNumber(value) != 0);
 }

@@ -6,15 +6,15 @@
 #include <cstdint>
 #include <string>
 
-/** Converts results to the numbers, texts and lists that the host gets. A null pointer is an absent value. */
+/** Converts results to the numbers, texts and lists that the host gets. */
 namespace zel {
 
 /** The payload of a bool, byte, short16, int32 or long64; 0 for anything else. */
-std::uint64_t toRawNumber(const Value *value) noexcept;
+std::uint64_t toRawNumber(const Value &value) noexcept;
 
 /** As toRawNumber(), cut to the width of UInt. Never throws. */
 template <class UInt>
-UInt toNumber(const Value *value) noexcept
+UInt toNumber(const Value &value) noexcept
 {
     return static_cast<UInt>(toRawNumber(value));
 }
@@ -23,8 +23,7 @@ UInt toNumber(const Value *value) noexcept
 class TextAllowance
 {
 public:
-    /** A null pointer is an absent value. */
-    explicit TextAllowance(const Value *answer);
+    explicit TextAllowance(const Value &answer);
 
     std::size_t left() const noexcept { return m_left; }
     void use(std::size_t length) noexcept { m_left -= length; }
@@ -35,19 +34,17 @@ private:
 
 /** A string's text; an empty text for an absent value; the text form of any other type. Throws ZELException
  *  when the text form becomes too long for the bytes of the answer. */
-std::string toText(const Value *value);
+std::string toText(const Value &value);
 /** The same, for several texts of one answer. */
-std::string toText(const Value *value, TextAllowance &allowance);
-/** The elements of an array. Throws ZELException when the value is no array. */
-const ValueList &toList(const Value *value);
-/** One element; null when it is absent. Throws ZELException when the list is too short. */
-const Value *elementAt(const ValueList &list, std::size_t index);
+std::string toText(const Value &value, TextAllowance &allowance);
+/** One element. Throws ZELException when the list is too short. */
+const Value &elementAt(const ValueList &list, std::size_t index);
 
 /** Whether the value is absent or of type null. */
-bool isNull(const Value *value) noexcept;
+bool isNull(const Value &value) noexcept;
 /** Whether it is a bool, byte, short16, int32 or long64. */
-bool isNumber(const Value *value) noexcept;
+bool isNumber(const Value &value) noexcept;
 /** Whether it is a number other than 0, or of a type that is neither a number nor null. */
-bool isNonZero(const Value *value) noexcept;
+bool isNonZero(const Value &value) noexcept;
 
 } // namespace zel

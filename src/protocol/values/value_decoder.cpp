@@ -56,7 +56,7 @@ void appendBounded(GrowingBlock &target, std::span<const std::uint8_t> bytes)
 
 } // namespace
 
-std::unique_ptr<Value> ValueDecoder::decode()
+Value ValueDecoder::decode()
 {
     return decodeBody(takeHeader());
 }
@@ -90,7 +90,7 @@ std::uint64_t ValueDecoder::takeNumber(ValueType type)
     }
 }
 
-std::unique_ptr<Value> ValueDecoder::decodeBody(std::uint8_t type)
+Value ValueDecoder::decodeBody(std::uint8_t type)
 {
     m_budget.addValues(1);
     switch (static_cast<ValueType>(type)) {
@@ -123,18 +123,18 @@ std::unique_ptr<Value> ValueDecoder::decodeBody(std::uint8_t type)
     case ValueType::EscapedBinary:
         return decodeEscapedBinary();
     case ValueType::AnyType:
-        return nullptr;
+        return {};
     }
     LogError("ValueFormatV1_0::decode - Unknown value type: ", type);
     throw ZELException();
 }
 
-std::unique_ptr<Value> ValueDecoder::decodeString()
+Value ValueDecoder::decodeString()
 {
     const std::size_t size = loadBigEndian<std::uint16_t>(m_source.take(2));
     m_budget.addBytes(size);
     if (size <= m_source.atHand().size()) {
-        auto value = Value::createString(textUpToZero(m_source.atHand().first(size)));
+        Value value = Value::createString(textUpToZero(m_source.atHand().first(size)));
         m_source.drop(size);
         return value;
     }
@@ -143,11 +143,9 @@ std::unique_ptr<Value> ValueDecoder::decodeString()
     return Value::createString(textUpToZero({bytes.get(), size}));
 }
 
-std::unique_ptr<Value> ValueDecoder::decodeBinary()
+Value ValueDecoder::decodeBinary()
 {
     const std::uint32_t size = takeBinarySize();
-    if (size <= Value::kInlineSize)
-        return decodeShortBinary(size);
     GrowingBlock bytes;
     m_source.appendTo(bytes, size);
     return Value::createBinaryOwned(bytes.release(), size);
@@ -169,29 +167,17 @@ std::uint32_t ValueDecoder::takeBinarySize()
     return size;
 }
 
-// When a binary is cut short, the exception tells the binary's length instead of the stream's error.
-std::unique_ptr<Value> ValueDecoder::decodeShortBinary(std::uint32_t size)
-{
-    std::uint8_t bytes[Value::kInlineSize];
-    try {
-        m_source.takeInto(bytes, size);
-    } catch (const IOException &) {
-        ProtocolInputStream::throwReadFailure(static_cast<std::int32_t>(size));
-    }
-    return Value::createBinary(bytes, size);
-}
-
-std::unique_ptr<Value> ValueDecoder::decodeValueArray(std::uint32_t count)
+Value ValueDecoder::decodeValueArray(std::uint32_t count)
 {
     return Value::createValueArray(decodeValues(count));
 }
 
-std::unique_ptr<Value> ValueDecoder::decodeDataArray(std::uint32_t count, std::uint8_t elementType)
+Value ValueDecoder::decodeDataArray(std::uint32_t count, std::uint8_t elementType)
 {
     return Value::createDataArray(decodeBodies(count, elementType), elementType);
 }
 
-std::unique_ptr<Value> ValueDecoder::decodeTerminatedArray()
+Value ValueDecoder::decodeTerminatedArray()
 {
     return Value::createTerminatedArray(decodeUntilTerminator());
 }
@@ -231,7 +217,7 @@ ValueList ValueDecoder::bodilessElements(std::uint32_t count, ValueType type)
     }
     ValueList elements(count);
     if (type != ValueType::AnyType)
-        for (std::unique_ptr<Value> &element : elements)
+        for (Value &element : elements)
             element = Value::createBare(type);
     return elements;
 }
@@ -242,15 +228,15 @@ ValueList ValueDecoder::decodeUntilTerminator()
     requireShallow(level);
     ValueList elements;
     for (;;) {
-        std::unique_ptr<Value> element = decode();
-        if (!element || element->getType() == ValueType::Terminator)
+        Value element = decode();
+        if (element.isAbsent() || element.getType() == ValueType::Terminator)
             return elements;
         makeRoomForOneMore(elements);
         elements.push_back(std::move(element));
     }
 }
 
-std::unique_ptr<Value> ValueDecoder::decodeEscapedBinary()
+Value ValueDecoder::decodeEscapedBinary()
 {
     GrowingBlock bytes;
     for (;;) {
@@ -287,7 +273,7 @@ std::string_view textUpToZero(std::span<const std::uint8_t> bytes) noexcept
                                   : bytes.size()};
 }
 
-std::unique_ptr<Value> decodeValue(std::span<const std::uint8_t> bytes)
+Value decodeValue(std::span<const std::uint8_t> bytes)
 {
     ByteSource source(bytes);
     return ValueDecoder(source, VALUE_HEADER_LENGTH).decode();

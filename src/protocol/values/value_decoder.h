@@ -7,7 +7,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <memory>
 #include <span>
 #include <string_view>
 
@@ -19,7 +18,7 @@ namespace zel {
  *  apply to the answer. One thread at a time.
  *
  *      ByteSource source(in);
- *      const std::unique_ptr<Value> value = ValueDecoder(source, VALUE_HEADER_LENGTH).decode();
+ *      const Value value = ValueDecoder(source, VALUE_HEADER_LENGTH).decode();
  */
 class ValueDecoder
 {
@@ -29,16 +28,16 @@ public:
     {
     }
 
-    /** Null for the "any type" code, here and in all functions below. */
-    std::unique_ptr<Value> decode();
+    /** Absent for the "any type" code, as in all functions below. */
+    Value decode();
     /** Reads the type code and skips the rest of the header. */
     std::uint8_t takeHeader();
-    std::unique_ptr<Value> decodeBody(std::uint8_t type);
-    std::unique_ptr<Value> decodeBody(ValueType type) { return decodeBody(static_cast<std::uint8_t>(type)); }
-    std::unique_ptr<Value> decodeValueArray(std::uint32_t count);
-    std::unique_ptr<Value> decodeDataArray(std::uint32_t count, std::uint8_t elementType);
-    std::unique_ptr<Value> decodeTerminatedArray();
-    std::unique_ptr<Value> decodeEscapedBinary();
+    Value decodeBody(std::uint8_t type);
+    Value decodeBody(ValueType type) { return decodeBody(static_cast<std::uint8_t>(type)); }
+    Value decodeValueArray(std::uint32_t count);
+    Value decodeDataArray(std::uint32_t count, std::uint8_t elementType);
+    Value decodeTerminatedArray();
+    Value decodeEscapedBinary();
 
     // For those who take an answer piece by piece and hold no value of it.
 
@@ -54,9 +53,8 @@ public:
     std::uint32_t takeBinary(GrowingBlock &target);
 
 private:
-    std::unique_ptr<Value> decodeString();
-    std::unique_ptr<Value> decodeBinary();
-    std::unique_ptr<Value> decodeShortBinary(std::uint32_t size);
+    Value decodeString();
+    Value decodeBinary();
     std::uint32_t takeBinarySize();
     ValueList decodeValues(std::uint32_t count);
     ValueList decodeBodies(std::uint32_t count, std::uint8_t type);
@@ -72,7 +70,7 @@ private:
 };
 
 /** Decodes the first value. Further bytes are ignored. */
-std::unique_ptr<Value> decodeValue(std::span<const std::uint8_t> bytes);
+Value decodeValue(std::span<const std::uint8_t> bytes);
 
 /** The text of a string's body: the bytes before the first zero byte, or all of them. Borrowed. */
 std::string_view textUpToZero(std::span<const std::uint8_t> bytes) noexcept;

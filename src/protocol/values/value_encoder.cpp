@@ -28,11 +28,8 @@ std::size_t encodedBodySize(const Value &value);
 std::size_t elementsSize(const ValueList &elements, std::size_t headerSize)
 {
     std::size_t size = elements.size() * headerSize;
-    for (const std::unique_ptr<Value> &element : elements) {
-        if (!element)
-            refuse(ValueType::AnyType);
-        size += encodedBodySize(*element);
-    }
+    for (const Value &element : elements)
+        size += encodedBodySize(element);
     return size;
 }
 
@@ -41,7 +38,6 @@ std::size_t encodedBodySize(const Value &value)
     switch (value.getType()) {
     case ValueType::Null:
     case ValueType::Terminator:
-    case ValueType::AnyType:
         return 0;
     case ValueType::Bool:
     case ValueType::Byte:
@@ -64,6 +60,8 @@ std::size_t encodedBodySize(const Value &value)
         return elementsSize(value.getArray(), 1) + 1;
     case ValueType::EscapedBinary:
         return slip::stuffedSize(value.bytesView()) + 1;
+    case ValueType::AnyType:
+        break;
     }
     refuse(value.getType());
 }
@@ -90,7 +88,7 @@ std::uint8_t *writeBytes(std::uint8_t *at, const void *bytes, std::size_t count)
 
 std::size_t encodedSize(const Value &value)
 {
-    return 1 + encodedBodySize(value);
+    return value.isAbsent() ? 1 : 1 + encodedBodySize(value);
 }
 
 std::uint8_t *ValueEncoder::grow(std::uint8_t *at, std::size_t count)
@@ -138,7 +136,6 @@ std::uint8_t *ValueEncoder::writeCompound(std::uint8_t *at, const Value &value)
     switch (value.getType()) {
     case ValueType::Null:
     case ValueType::Terminator:
-    case ValueType::AnyType:
         return at;
     case ValueType::Binary:
         return writeBinary(at, value.bytesView());
@@ -181,21 +178,15 @@ std::uint8_t *ValueEncoder::writeEscapedBinary(std::uint8_t *at, std::span<const
 
 std::uint8_t *ValueEncoder::writeElements(std::uint8_t *at, const ValueList &elements)
 {
-    for (const std::unique_ptr<Value> &element : elements) {
-        if (!element)
-            refuse(ValueType::AnyType);
-        at = write(at, *element);
-    }
+    for (const Value &element : elements)
+        at = write(at, element);
     return at;
 }
 
 std::uint8_t *ValueEncoder::writeElementBodies(std::uint8_t *at, const ValueList &elements)
 {
-    for (const std::unique_ptr<Value> &element : elements) {
-        if (!element)
-            refuse(ValueType::AnyType);
-        at = writeBody(room(at, kBodyOfNumber), *element);
-    }
+    for (const Value &element : elements)
+        at = writeBody(room(at, kBodyOfNumber), element);
     return at;
 }
 
@@ -203,9 +194,8 @@ std::uint8_t *ValueEncoder::writeElementBodies(std::uint8_t *at, const ValueList
 // its own type.
 std::uint8_t *ValueEncoder::writeDataArray(std::uint8_t *at, const ValueList &elements)
 {
-    const bool absent = elements.empty() || !elements.front();
     at = writeCount(at, elements.size());
-    at = writeType(at, absent ? ValueType::Null : elements.front()->getType());
+    at = writeType(at, elements.empty() ? ValueType::Null : elements.front().getType());
     return writeElementBodies(at, elements);
 }
 
@@ -216,12 +206,13 @@ std::uint8_t *ValueEncoder::writeTerminator(std::uint8_t *at)
 
 void ValueEncoder::encode(const Value &value)
 {
-    m_at = write(m_at, value);
+    m_at = value.isAbsent() ? writeType(room(m_at, 1), ValueType::AnyType) : write(m_at, value);
 }
 
 void ValueEncoder::encodeBody(const Value &value)
 {
-    m_at = writeBody(room(m_at, kBodyOfNumber), value);
+    if (!value.isAbsent())
+        m_at = writeBody(room(m_at, kBodyOfNumber), value);
 }
 
 void ValueEncoder::writeTo(ProtocolOutputStream &out) const

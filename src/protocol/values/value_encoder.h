@@ -16,7 +16,7 @@
 namespace zel {
 
 /** The size of the encoded value with its type code. Throws ZELException when the value cannot be encoded,
- *  because it, or a value in it, has an unknown type or is absent. */
+ *  because it, or a value in it, has an unknown type, or because an element is absent. */
 std::size_t encodedSize(const Value &value);
 
 /** Writes values, and the numbers of frames, one behind the other. Raises ZELException on a value that has no

@@ -24,8 +24,7 @@ bool isCountable(std::uint8_t type) noexcept
            type == static_cast<std::uint8_t>(ValueType::AnyType);
 }
 
-std::unique_ptr<Value> decodeAndCount(ByteSource &source, std::uint16_t headerLength,
-                                      std::uint32_t &byteCount)
+Value decodeAndCount(ByteSource &source, std::uint16_t headerLength, std::uint32_t &byteCount)
 {
     ValueDecoder decoder(source, headerLength);
     const std::uint8_t type = decoder.takeHeader();
@@ -34,8 +33,8 @@ std::unique_ptr<Value> decodeAndCount(ByteSource &source, std::uint16_t headerLe
         throw ZELException();
     }
     const std::uint64_t before = source.taken();
-    std::unique_ptr<Value> value = decoder.decodeBody(type);
-    if (value)
+    Value value = decoder.decodeBody(type);
+    if (!value.isAbsent())
         byteCount = static_cast<std::uint32_t>(headerLength + (source.taken() - before));
     return value;
 }
@@ -51,7 +50,7 @@ try {
     return false;
 }
 
-std::unique_ptr<Value> ValueFormatV1_0::decode(ProtocolInputStream &in)
+Value ValueFormatV1_0::decode(ProtocolInputStream &in)
 {
     ByteSource source(in);
     return ValueDecoder(source, m_headerLength).decode();
@@ -75,7 +74,7 @@ try {
     return false;
 }
 
-std::unique_ptr<Value> ValueFormatV1_0::decodeAndCountBytes(ProtocolInputStream &in, std::uint32_t *byteCount)
+Value ValueFormatV1_0::decodeAndCountBytes(ProtocolInputStream &in, std::uint32_t *byteCount)
 try {
     ByteSource source(in);
     return decodeAndCount(source, m_headerLength, *byteCount);
@@ -84,7 +83,7 @@ try {
     throw;
 }
 
-std::unique_ptr<Value> ValueFormatV1_0::decodeBody(ProtocolInputStream &in, std::uint8_t type)
+Value ValueFormatV1_0::decodeBody(ProtocolInputStream &in, std::uint8_t type)
 {
     ByteSource source(in);
     return ValueDecoder(source, m_headerLength).decodeBody(type);
@@ -97,26 +96,25 @@ void ValueFormatV1_0::encodeBody(ProtocolOutputStream &out, const Value &value)
     encoder.writeTo(out);
 }
 
-std::unique_ptr<Value> ValueFormatV1_0::decodeValueArray(ProtocolInputStream &in, std::uint16_t count)
+Value ValueFormatV1_0::decodeValueArray(ProtocolInputStream &in, std::uint16_t count)
 {
     ByteSource source(in);
     return ValueDecoder(source, m_headerLength).decodeValueArray(count);
 }
 
-std::unique_ptr<Value> ValueFormatV1_0::decodeDataArray(ProtocolInputStream &in, std::uint16_t count,
-                                                        std::uint8_t elementType)
+Value ValueFormatV1_0::decodeDataArray(ProtocolInputStream &in, std::uint16_t count, std::uint8_t elementType)
 {
     ByteSource source(in);
     return ValueDecoder(source, m_headerLength).decodeDataArray(count, elementType);
 }
 
-std::unique_ptr<Value> ValueFormatV1_0::decodeTerminatedArray(ProtocolInputStream &in)
+Value ValueFormatV1_0::decodeTerminatedArray(ProtocolInputStream &in)
 {
     ByteSource source(in);
     return ValueDecoder(source, m_headerLength).decodeTerminatedArray();
 }
 
-std::unique_ptr<Value> ValueFormatV1_0::decodeEscapedBinary(ProtocolInputStream &in)
+Value ValueFormatV1_0::decodeEscapedBinary(ProtocolInputStream &in)
 {
     ByteSource source(in);
     return ValueDecoder(source, m_headerLength).decodeEscapedBinary();

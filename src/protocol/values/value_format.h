@@ -5,7 +5,6 @@
 #include "protocol/values/value.h"
 
 #include <cstdint>
-#include <memory>
 
 namespace zel {
 
@@ -15,7 +14,7 @@ inline constexpr std::uint16_t VALUE_HEADER_LENGTH = 1;
 /** This byte count means that no value was decoded. */
 inline constexpr std::uint32_t kNoByteCount = 0xFFFFFFFF;
 
-/** Decodes and encodes values. Decoding gives a null pointer for the "any type" code. */
+/** Decodes and encodes values. The "any type" code gives an absent value. */
 class ValueFormat
 {
 public:
@@ -23,13 +22,13 @@ public:
 
     /** Whether the bytes start with a value that can be decoded. Never throws. */
     virtual bool isValidEncoding(const std::uint8_t *data, std::int32_t length) = 0;
-    virtual std::unique_ptr<Value> decode(ProtocolInputStream &in) = 0;
+    virtual Value decode(ProtocolInputStream &in) = 0;
     virtual void encode(ProtocolOutputStream &out, const Value &value) = 0;
     /** Never throws. When the result is false, the count is kNoByteCount. */
     virtual bool decodeAndCountBytes(const std::uint8_t *data, std::int32_t length,
                                      std::uint32_t *byteCount) = 0;
     /** Works for null, numbers, strings and binaries; other types throw ZELException. */
-    virtual std::unique_ptr<Value> decodeAndCountBytes(ProtocolInputStream &in, std::uint32_t *byteCount) = 0;
+    virtual Value decodeAndCountBytes(ProtocolInputStream &in, std::uint32_t *byteCount) = 0;
 };
 
 /** The format of protocol version 1.0. It has no state except the header length, so several threads may use
@@ -44,18 +43,17 @@ public:
     }
 
     bool isValidEncoding(const std::uint8_t *data, std::int32_t length) override;
-    std::unique_ptr<Value> decode(ProtocolInputStream &in) override;
+    Value decode(ProtocolInputStream &in) override;
     void encode(ProtocolOutputStream &out, const Value &value) override;
     bool decodeAndCountBytes(const std::uint8_t *data, std::int32_t length,
                              std::uint32_t *byteCount) override;
-    std::unique_ptr<Value> decodeAndCountBytes(ProtocolInputStream &in, std::uint32_t *byteCount) override;
-    virtual std::unique_ptr<Value> decodeBody(ProtocolInputStream &in, std::uint8_t type);
+    Value decodeAndCountBytes(ProtocolInputStream &in, std::uint32_t *byteCount) override;
+    virtual Value decodeBody(ProtocolInputStream &in, std::uint8_t type);
     virtual void encodeBody(ProtocolOutputStream &out, const Value &value);
-    virtual std::unique_ptr<Value> decodeValueArray(ProtocolInputStream &in, std::uint16_t count);
-    virtual std::unique_ptr<Value> decodeDataArray(ProtocolInputStream &in, std::uint16_t count,
-                                                   std::uint8_t elementType);
-    virtual std::unique_ptr<Value> decodeTerminatedArray(ProtocolInputStream &in);
-    virtual std::unique_ptr<Value> decodeEscapedBinary(ProtocolInputStream &in);
+    virtual Value decodeValueArray(ProtocolInputStream &in, std::uint16_t count);
+    virtual Value decodeDataArray(ProtocolInputStream &in, std::uint16_t count, std::uint8_t elementType);
+    virtual Value decodeTerminatedArray(ProtocolInputStream &in);
+    virtual Value decodeEscapedBinary(ProtocolInputStream &in);
 
 private:
     std::uint16_t m_headerLength;

@@ -229,15 +229,15 @@ private:
 
 } // namespace
 
-void ValueText::append(const Value *value, std::int32_t indent)
+void ValueText::append(const Value &value, std::int32_t indent)
 {
-    const ValueType type = value == nullptr ? ValueType::AnyType : value->getType();
+    const ValueType type = value.getType();
     if (type == ValueType::Binary) {
-        appendBinary(value->bytesView());
+        appendBinary(value.bytesView());
         return;
     }
     if (isArrayType(type)) {
-        appendArray(type, value->getArray(), indent);
+        appendArray(type, value.getArray(), indent);
         return;
     }
     appendTypeName(type);
@@ -250,13 +250,13 @@ void ValueText::append(const Value *value, std::int32_t indent)
     case ValueType::Short16:
     case ValueType::Int32:
     case ValueType::Long64:
-        appendScalar(type, value->getNumber());
+        appendScalar(type, value.getNumber());
         break;
     case ValueType::String:
-        appendQuoted(value->textView());
+        appendQuoted(value.textView());
         break;
     case ValueType::EscapedBinary:
-        appendBytes(value->bytesView(), value->bytesView().size());
+        appendBytes(value.bytesView(), value.bytesView().size());
         break;
     default:
         appendUnknown();
@@ -325,9 +325,9 @@ void ValueText::appendLineBreak(std::int32_t indent)
 void ValueText::appendArray(ValueType type, const ValueList &elements, std::int32_t indent)
 {
     appendArrayHead(type, elements.size());
-    for (const std::unique_ptr<Value> &element : elements) {
+    for (const Value &element : elements) {
         appendLineBreak(indent + 1);
-        append(element.get(), indent + 1);
+        append(element, indent + 1);
     }
 }
 

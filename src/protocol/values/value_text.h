@@ -17,8 +17,7 @@ class ValueText
 public:
     explicit ValueText(TextWindow &out) noexcept : m_out(out) {}
 
-    /** A null pointer is an absent element. */
-    void append(const Value *value, std::int32_t indent);
+    void append(const Value &value, std::int32_t indent);
     void appendArray(ValueType type, const ValueList &elements, std::int32_t indent);
 
     void appendNumber(ValueType type, std::uint64_t payload)
