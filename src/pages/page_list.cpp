@@ -26,23 +26,22 @@ PageList::PageList(const Value &answer)
         m_pages.emplace_back(item);
 }
 
+// A key tells its address, so the keys and sizes alone are sorted: they are half as large as the pages.
 void PageList::sort()
 {
-    struct Place {
+    struct Keyed {
         std::uint64_t key;
-        std::size_t index;
+        std::uint32_t size;
     };
-    std::vector<Place> places;
-    places.reserve(m_pages.size());
-    for (std::size_t i = 0; i < m_pages.size(); ++i)
-        places.push_back({m_pages[i].address().sortKey(), i});
-    std::ranges::stable_sort(places, {}, &Place::key);
-
-    std::vector<PenPage> sorted;
+    std::vector<Keyed> sorted;
     sorted.reserve(m_pages.size());
-    for (const Place &place : places)
-        sorted.push_back(m_pages[place.index]);
-    m_pages = std::move(sorted);
+    for (const PenPage &page : m_pages)
+        sorted.push_back({page.address().sortKey(), page.getSize()});
+    std::ranges::stable_sort(sorted, {}, &Keyed::key);
+
+    m_pages.clear();
+    for (const Keyed &page : sorted)
+        m_pages.emplace_back(PageAddress::fromSortKey(page.key), page.size);
 }
 
 std::string PageList::toString() const

@@ -14,7 +14,8 @@ zel::PageAddress fromBytes(zel::fuzz::Input input)
 
 } // namespace
 
-// The one-word sort key orders as the five fields do, one after another, a missing one first.
+// The one-word sort key orders as the five fields do, one after another, a missing one first, and tells its
+// address.
 ZEL_FUZZ_TARGET(page_address_order)
 {
     const zel::PageAddress a = fromBytes(input);
@@ -24,4 +25,5 @@ ZEL_FUZZ_TARGET(page_address_order)
         difference = a.getField(field) < b.getField(field) ? -1 : a.getField(field) > b.getField(field);
     ZEL_FUZZ_REQUIRE((a < b) == (difference < 0));
     ZEL_FUZZ_REQUIRE((a == b) == (difference == 0));
+    ZEL_FUZZ_REQUIRE(zel::PageAddress::fromSortKey(a.sortKey()) == a);
 }

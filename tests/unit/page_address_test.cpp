@@ -191,6 +191,16 @@ TEST(PageAddress, FieldsAreComparedInOrderMissingOnesFirst)
     }
 }
 
+TEST(PageAddress, SortKeyTellsItsAddress)
+{
+    for (const char *text : {"*.*.*.*.*", "*.*.*.*", "0.0.0.0", "4094.4094.65534.4094.4094", "1.2.3.4.5"}) {
+        const PageAddress address(text);
+        EXPECT_EQ(PageAddress::fromSortKey(address.sortKey()), address) << text;
+    }
+    EXPECT_EQ(PageAddress("*.*.*.*.*").sortKey(), 0u);
+    EXPECT_EQ(PageAddress("0.0.0.0").sortKey(), 0x0010010001001001u);
+}
+
 TEST(PageAddress, CopiesKeepTheRawNumber)
 {
     const PageAddress address("1.2.3.4");

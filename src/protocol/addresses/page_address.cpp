@@ -31,6 +31,15 @@ const FieldBits &fieldAt(int position)
     return kFields.at(static_cast<std::size_t>(position - 1));
 }
 
+/** Adds to each field, modulo its width. */
+std::uint64_t addToEachField(std::uint64_t word, std::uint64_t number) noexcept
+{
+    std::uint64_t sum = 0;
+    for (const FieldBits &field : kFields)
+        sum |= (((word >> field.from) + number) & field.ones()) << field.from;
+    return sum;
+}
+
 /** Appends a number of at most five digits. */
 char *writeDecimal(char *at, unsigned number) noexcept
 {
@@ -113,14 +122,15 @@ void PageAddress::setField(int position, std::uint64_t value)
     m_bits.setBits(field.from, field.to, value);
 }
 
-// Adds 1 to each field, modulo its width, so that a missing field becomes 0 and sorts first. The fields are
-// in the order in which they are compared.
+// A missing field becomes 0 and sorts first. The fields are in the order in which they are compared.
 std::uint64_t PageAddress::sortKey() const noexcept
 {
-    std::uint64_t key = 0;
-    for (const FieldBits &field : kFields)
-        key |= (((raw() >> field.from) + 1) & field.ones()) << field.from;
-    return key;
+    return addToEachField(raw(), 1);
+}
+
+PageAddress PageAddress::fromSortKey(std::uint64_t key) noexcept
+{
+    return PageAddress(addToEachField(key, ~std::uint64_t{0}));
 }
 
 AddressText PageAddress::text() const noexcept

@@ -45,6 +45,7 @@ public:
 
     /** Keys compare as addresses do. Only equal addresses have equal keys. */
     std::uint64_t sortKey() const noexcept;
+    static PageAddress fromSortKey(std::uint64_t key) noexcept;
     std::string toString() const { return std::string(text().view()); }
     AddressText text() const noexcept;
 
