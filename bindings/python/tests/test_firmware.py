@@ -65,6 +65,18 @@ def test_a_stop_ends_a_pause_that_the_pen_asked_for(pensim):
         assert pen.state == State.IDLE
 
 
+class HastyEvent(threading.Event):
+    """Its wait ends early, as the system's may."""
+
+    def wait(self, timeout=None):
+        return super().wait(timeout / 2)
+
+
+@pytest.mark.pensim([{"id": "0x1", "mode": "firmware-upgrade", "dfu": {"block_ms": 20}}])
+def test_a_pen_has_the_time_that_it_asks_for_though_a_wait_ends_early(pensim):
+    zel.firmware.download(IMAGE, stop=HastyEvent())
+
+
 def test_a_stop_that_is_set_already_sends_nothing(upgrade_pen):
     stop = threading.Event()
     stop.set()

@@ -14,6 +14,7 @@ import contextlib
 import enum
 import struct
 import threading
+import time
 from ctypes import c_int32
 from typing import Callable, NamedTuple, Optional
 
@@ -256,7 +257,11 @@ class _Download:
         self._check(self._stop.is_set())
 
     def _pause(self, status: Status) -> None:
-        self._check(self._stop.wait(max(status.poll_timeout, 0.001)))
+        """As long as the pen says, and at least a moment. A wait may end a little early, and a pen that is asked too
+        early takes that for a fault."""
+        end = time.perf_counter() + max(status.poll_timeout, 0.001)
+        while (left := end - time.perf_counter()) > 0:
+            self._check(self._stop.wait(left))
 
     def _check(self, stopped: bool) -> None:
         if stopped:
