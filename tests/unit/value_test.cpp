@@ -130,6 +130,11 @@ TEST(Value, SecretBinaryIsABinary)
     }
 }
 
+TEST(Value, EmptyTextHasAnAddress)
+{
+    EXPECT_NE(Value::createString("").textView().data(), nullptr) << "those who copy it need not ask";
+}
+
 TEST(Value, TextThatIsAbsentReadsAsEmpty)
 {
     std::string out = "before";

@@ -118,11 +118,13 @@ public:
         return *std::get_if<std::uint64_t>(&m_payload);
     }
     void getString(std::string &out) const { out = textView(); }
-    /** The text, borrowed from the value. */
+    /** The text, borrowed from the value. It has an address even if it is empty. */
     std::string_view textView() const
     {
         if (m_type != ValueType::String)
             throwTypeMismatch();
+        if (m_length == 0)
+            return "";
         return {reinterpret_cast<const char *>(bytes()), m_length};
     }
     /** For binary and escaped binary. Stores the size unless the pointer is null. Borrowed from the value. */
