@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <string>
 
-/** Converts results to the numbers, texts and lists that the host gets. */
+/** Converts results to the numbers and texts that the host gets. */
 namespace zel {
 
 /** The payload of a bool, byte, short16, int32 or long64; 0 for anything else. */
