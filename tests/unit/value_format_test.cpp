@@ -244,6 +244,26 @@ TEST(ValueFormat, AnyNonZeroByteDecodesToTrue)
     EXPECT_TRUE(decoded({0x01, 0x80}).getBool());
 }
 
+TEST(ValueFormat, TextsAndBinariesOfEveryShortLengthAreEncodedByteForByte)
+{
+    const std::string letters = "abcdefghijklmnopqrstuvwxyz";
+    for (std::size_t length = 0; length <= letters.size(); ++length) {
+        const std::string text = letters.substr(0, length);
+        const auto count = static_cast<std::uint8_t>(length);
+        const auto countWithZero = static_cast<std::uint8_t>(length + 1);
+
+        Bytes asString{6, 0, countWithZero};
+        asString.insert(asString.end(), text.begin(), text.end());
+        asString.push_back(0);
+        EXPECT_EQ(encoded(Value::createString(text)), asString);
+
+        Bytes asBinary{7, 0, 0, 0, count};
+        asBinary.insert(asBinary.end(), text.begin(), text.end());
+        EXPECT_EQ(encoded(Value::createBinary(reinterpret_cast<const std::uint8_t *>(text.data()), count)),
+                  asBinary);
+    }
+}
+
 TEST(ValueFormat, EncodingATextOf65535BytesCutsItsLengthTo16Bits)
 {
     const Bytes bytes = encoded(Value::createString(std::string(65535, 'x')));

@@ -77,10 +77,20 @@ std::uint8_t *writeType(std::uint8_t *at, ValueType type) noexcept
     return storeBigEndian(at, static_cast<std::uint8_t>(type));
 }
 
+// A call of memcpy() takes as long as the rest of a short text; two words, which may overlap, take none.
 std::uint8_t *writeBytes(std::uint8_t *at, const void *bytes, std::size_t count) noexcept
 {
-    if (count > 0)
-        std::memcpy(at, bytes, count);
+    const auto *const from = static_cast<const std::uint8_t *>(bytes);
+    std::uint64_t first;
+    std::uint64_t last;
+    if (count >= sizeof first && count <= sizeof first + sizeof last) {
+        std::memcpy(&first, from, sizeof first);
+        std::memcpy(&last, from + count - sizeof last, sizeof last);
+        std::memcpy(at, &first, sizeof first);
+        std::memcpy(at + count - sizeof last, &last, sizeof last);
+    } else if (count > 0) {
+        std::memcpy(at, from, count);
+    }
     return at + count;
 }
 
