@@ -81,8 +81,8 @@ std::uint8_t *writeType(std::uint8_t *at, ValueType type) noexcept
 std::uint8_t *writeBytes(std::uint8_t *at, const void *bytes, std::size_t count) noexcept
 {
     const auto *const from = static_cast<const std::uint8_t *>(bytes);
-    std::uint64_t first;
-    std::uint64_t last;
+    std::uint64_t first = 0;
+    std::uint64_t last = 0;
     if (count >= sizeof first && count <= sizeof first + sizeof last) {
         std::memcpy(&first, from, sizeof first);
         std::memcpy(&last, from + count - sizeof last, sizeof last);
