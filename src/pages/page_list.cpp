@@ -26,7 +26,7 @@ PageList::PageList(const Value &answer)
         m_pages.emplace_back(item);
 }
 
-// A key tells its address, so the keys and sizes alone are sorted: they are half as large as the pages.
+// A key tells its address, so only keys and sizes are sorted, which are less than half as large as pages.
 void PageList::sort()
 {
     struct Keyed {

@@ -6,14 +6,13 @@ namespace zel {
 
 void PspArgument::encode(ValueEncoder &out, std::uint8_t key) const
 {
+    if (m_value != nullptr && m_value->isAbsent())
+        return;
+    out.writeNumber(key);
     if (m_value != nullptr) {
-        if (m_value->isAbsent())
-            return;
-        out.writeNumber(key);
         out.encode(*m_value);
         return;
     }
-    out.writeNumber(key);
     out.writeNumber(static_cast<std::uint8_t>(m_type));
     if (m_type == ValueType::Short16)
         out.writeNumber(static_cast<std::uint16_t>(m_number));

@@ -9,7 +9,8 @@ namespace zel {
 class ValueEncoder;
 
 /** An argument of a request: a number or a value. The value is borrowed until the request is sent. An absent
- * value counts as an argument but is not sent. Numbers and values convert to it: execute(code, id, value). */
+ *  value counts as an argument but is not sent. Numbers and values convert to it, so execute(code, id, value)
+ *  takes both. */
 class PspArgument
 {
 public:

@@ -25,8 +25,8 @@ struct ListenerProfile {
 /** Calls the host's callbacks for the pens that the rendezvous server announces.
  *
  *  Threads of the host call setCallbacks(), StartRendezvous() and StopRendezvous(), one at a time. The
- * listener's own thread runs serve(), which calls the callbacks, one at a time. StopRendezvous() reaches that
- *  thread whatever it is doing. The thread is killed only if a callback does not return.
+ *  listener's own thread runs serve(), which calls the callbacks, one at a time. StopRendezvous() reaches
+ *  that thread whatever it is doing. The thread is killed only if a callback does not return.
  *
  *      listener.setCallbacks(arrived, departed, context);
  *      listener.StartRendezvous();

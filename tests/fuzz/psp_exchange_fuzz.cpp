@@ -28,11 +28,11 @@ struct Outcome {
     bool operator==(const Outcome &) const = default;
 };
 
-Outcome outcomeOf(zel::PspClient2 &client, const zel::Value *argument)
+Outcome outcomeOf(zel::PspClient2 &client, const zel::Value &argument)
 {
     try {
-        const auto result = argument == nullptr ? client.getValueProperty(0x1234)
-                                                : client.setValueProperty(0x1234, *argument);
+        const auto result =
+            argument.isAbsent() ? client.getValueProperty(0x1234) : client.setValueProperty(0x1234, argument);
         ZEL_FUZZ_REQUIRE(!result.isAbsent());
         return {textOf(result)};
     } catch (const zel::ZELException &failure) {
@@ -46,20 +46,20 @@ std::string asString(std::span<const std::uint8_t> bytes)
 }
 
 /** The frame as its layout has it; nothing for a value without a wire form, for which nothing is sent. */
-std::optional<std::string> requestWith(const zel::Value *argument)
+std::optional<std::string> requestWith(const zel::Value &argument)
 {
-    if (argument == nullptr)
+    if (argument.isAbsent())
         return std::string("R1GP\x01\x00\x03\x12\x34", 9);
     zel::ValueEncoder encoded;
     try {
-        encoded.encode(argument->copy());
+        encoded.encode(argument.copy());
     } catch (const zel::ZELException &) {
         return std::nullopt;
     }
     return std::string("R1SP\x02\x00\x03\x12\x34\x01", 10) + asString(encoded.bytes());
 }
 
-Outcome exchange(Input answer, std::size_t atMost, const zel::Value *argument)
+Outcome exchange(Input answer, std::size_t atMost, const zel::Value &argument)
 {
     using Then = zel::fuzz::PeerStep::Then;
     FakePeer peer({{answer, Then::GoOn, atMost}, {{}, Then::Close, 0}});
@@ -71,7 +71,7 @@ Outcome exchange(Input answer, std::size_t atMost, const zel::Value *argument)
     return outcome;
 }
 
-/** The value that opens the input, to be sent; null when there is none. */
+/** The value that opens the input, to be sent; absent when there is none. */
 zel::Value takeArgument(Input &input)
 {
     zel::ByteSource source(input);
@@ -93,8 +93,7 @@ ZEL_FUZZ_TARGET(psp_exchange)
 {
     if (zel::fuzz::announcesManyBodilessElements(input))
         return;
-    const zel::Value taken = takeArgument(input);
-    const zel::Value *const argument = taken.isAbsent() ? nullptr : &taken;
+    const zel::Value argument = takeArgument(input);
     const Outcome whole = exchange(input, zel::fuzz::PeerStep::kAnyNumber, argument);
     ZEL_FUZZ_REQUIRE(exchange(input, 1, argument) == whole);
     ZEL_FUZZ_REQUIRE(exchange(input, 7, argument) == whole);

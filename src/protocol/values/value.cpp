@@ -66,11 +66,12 @@ Value Value::createBytes(ValueType type, const void *data, std::size_t size)
 
 Value Value::createSecret(ValueType type, const void *data, std::size_t size)
 {
-    auto secret = std::make_unique<SecretBytes>(allocateBlock(size), lengthOf(size));
+    const std::uint32_t length = lengthOf(size);
+    auto secret = std::make_unique<SecretBytes>(allocateBlock(size), length);
     if (size > 0)
         std::memcpy(secret->block.get(), data, size);
     Value value(type, std::move(secret));
-    value.m_length = lengthOf(size);
+    value.m_length = length;
     return value;
 }
 

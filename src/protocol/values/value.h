@@ -66,7 +66,7 @@ using ValueList = std::vector<Value>;
  *      value.getInt();       // throws ZELException: the type differs
  *
  *  A value decoded from the "any type" code is absent, as is one that was made by the default constructor.
- * One that was moved from may only be assigned to or destroyed.
+ *  One that was moved from may only be assigned to or destroyed.
  *
  *  An answer can have millions of values. Therefore values are small, and an array holds its elements
  *  themselves, not pointers to them. */

@@ -21,8 +21,8 @@ std::size_t encodedSize(const Value &value);
 
 /** Writes values, and the numbers of frames, one behind the other. Raises ZELException on a value that has no
  *  wire form; what was written before it is then of no use. Short encodings, such as those of most requests,
- * cost no allocation; requests also carry passwords and keys, so all of them are wiped. One thread at a time.
- */
+ *  cost no allocation. Requests also carry passwords and keys, so all of them are wiped. One thread at a
+ *  time. */
 class ValueEncoder
 {
 public:
